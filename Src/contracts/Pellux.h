@@ -15,14 +15,14 @@ namespace processcoordination {
 /// What the service's functions return.
 enum Status : std::int32_t {
     kSuccess = 0,
-    kNotAvailable = -1,     ///< no data under that Guid, or it has gone
-    kGuidTaken = -2,        ///< data or an error already stands under that Guid
-    kNoRoom = -3,           ///< the shared memory has no room for it
-    kBadReference = -4,     ///< null, of another maker, or already completed
-    kNotInitialized = -5,   ///< the client is not started
-    kTimedOut = -6,         ///< the time limit passed
-    kGenerationFailed = -7, ///< the maker reported that the data will not come
-    kSystemFailure = -8,    ///< the folder is not usable: owner, mode, or the file system refused
+    kNotAvailable = -1,      ///< no data under that Guid, or it has gone
+    kGuidTaken = -2,         ///< data or an error already stands under that Guid
+    kNoRoom = -3,            ///< the shared memory has no room for it
+    kBadReference = -4,      ///< null, of another maker, or already completed
+    kNotInitialized = -5,    ///< the client is not started
+    kTimedOut = -6,          ///< the time limit passed
+    kGenerationFailed = -7,  ///< the maker reported that the data will not come
+    kSystemFailure = -8,     ///< the folder is not usable: owner, mode, or the file system refused
 };
 
 /// A shared buffer that this process fills. Dropping the last reference to one that was never

@@ -32,9 +32,9 @@ enum SV_Result : std::int32_t {
     kSV_OutOfMemory = -16,
     kSV_NullPointer = -50,
     kSV_UnsupportedFormat = -51,
-    kSV_BadSize = -52,        ///< a side that is zero, negative or too large for the format
+    kSV_BadSize = -52,  ///< a side that is zero, negative or too large for the format
     kSV_NotInitialized = -53,
-    kSV_CodecFailure = -54,   ///< compressed data that cannot be read, or could not be made
+    kSV_CodecFailure = -54,  ///< compressed data that cannot be read, or could not be made
 };
 
 extern "C" {

@@ -84,11 +84,13 @@ constexpr std::optional<Guid> Guid::Parse(std::string_view inText) {
         ++digits;
     }
     Guid guid;
-    guid.part1 = static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
+    guid.part1 = static_cast<std::uint32_t>(bytes[0]) << 24 |
+                 static_cast<std::uint32_t>(bytes[1]) << 16 |
                  static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
     guid.part2 = static_cast<std::uint16_t>(bytes[4] << 8 | bytes[5]);
     guid.part3 = static_cast<std::uint16_t>(bytes[6] << 8 | bytes[7]);
-    for (std::size_t i = 0; i < 8; ++i) guid.part4[i] = bytes[8 + i];
+    for (std::size_t i = 0; i < 8; ++i)
+        guid.part4[i] = bytes[8 + i];
     return guid;
 }
 
@@ -201,8 +203,7 @@ class SIBLING_API Error : public std::exception {
 
 /// Raises Error with these arguments.
 [[noreturn]] SIBLING_API void ThrowError(int inLevel, const char* inMessageKey, int inArea,
-                                         int inNumber, bool inFlag,
-                                         const ReplacementValue& inFirst,
+                                         int inNumber, bool inFlag, const ReplacementValue& inFirst,
                                          const ReplacementValue& inSecond,
                                          const ReplacementValue& inThird,
                                          const ReplacementValue& inFourth);

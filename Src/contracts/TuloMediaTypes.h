@@ -42,7 +42,7 @@ enum Property : std::uint32_t {
     kProperty_10u = 0x2,
     kProperty_16u = 0x4,
     kProperty_32f = 0xA,
-    kProperty_15BitKind = 0x10,       ///< with kProperty_16u: full scale is 32768
+    kProperty_15BitKind = 0x10,  ///< with kProperty_16u: full scale is 32768
     kProperty_ComponentMask = 0x1E,
 
     kProperty_AlphaMask = 0x1C0,  ///< what stands in the fourth component
@@ -70,7 +70,8 @@ enum Property : std::uint32_t {
 
 constexpr std::uint32_t FourCC(const char (&inText)[5]) {
     std::uint32_t code = 0;
-    for (int i = 3; i >= 0; --i) code = code << 8 | static_cast<std::uint8_t>(inText[i]);
+    for (int i = 3; i >= 0; --i)
+        code = code << 8 | static_cast<std::uint8_t>(inText[i]);
     return code;
 }
 

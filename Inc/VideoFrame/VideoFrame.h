@@ -1,0 +1,10 @@
+// Everything that a host includes.
+#pragma once
+
+#include "FrameInterfaces.h"
+#include "FrameLayout.h"
+#include "Lifecycle.h"
+#include "PixelFormatUtilities.h"
+#include "Status.h"
+#include "VideoFrameFactory.h"
+#include "VideoFrameSharing.h"
