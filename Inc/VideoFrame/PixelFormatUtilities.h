@@ -53,14 +53,13 @@ VF_EXPORT std::int32_t ConvertColorToPixelFormattedData(tulomediatypes::PixelFor
 
 /// Whether a picture of the rectangle's size and this pixel aspect ratio can be held in the format.
 VF_EXPORT bool RectIsValidForPixelFormat(tulomediatypes::PixelFormat inFormat,
-                                         const Brix::ParamRect<Brix::CRect>& inRect,
+                                         const Brix::Rect& inRect,
                                          const tulomediatypes::PixelAspectRatio& inAspectRatio);
 
 /// Whether a frame of these bounds and format can be read at exactly this rectangle without
 /// resampling: at its bounds, and for formats without addressable rows also at a half or a quarter
 /// of its size (for planar 4:2:0, of its height alone, too).
-VF_EXPORT bool IsRectNativeToFrame(const Brix::ParamRect<Brix::CRect>& inRect,
-                                   const Brix::ParamRect<Brix::CRect>& inBounds,
+VF_EXPORT bool IsRectNativeToFrame(const Brix::Rect& inRect, const Brix::Rect& inBounds,
                                    tulomediatypes::PixelFormat inFormat);
 
 }  // namespace VF

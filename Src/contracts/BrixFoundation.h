@@ -13,13 +13,13 @@
 #include "SiblingApi.h"
 #include "TuloCore.h"
 
+/// Names the rectangle flavour of Brix::ParamRect: signed 32-bit pixels.
+class CRect;
+
 namespace Brix {
 
 // ---------------------------------------------------------------------------------------------
 // Rectangles
-
-/// Names the rectangle flavour of ParamRect: signed 32-bit pixels.
-struct CRect;
 
 template <class Kind>
 struct ParamRect;
