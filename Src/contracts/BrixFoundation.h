@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <type_traits>
 #include <utility>
@@ -242,19 +243,23 @@ class MemoryRecycler {
 
     /// Bytes of the blocks kept for reuse at the moment.
     SIBLING_API std::size_t KeptBytes() const;
-    /// Bound on KeptBytes: blocks beyond it, the longest kept first, are freed. 512 MiB at first.
+    /// Bound on KeptBytes, for this and every later instance: blocks beyond it, the longest kept
+    /// first, are freed. 512 MiB at first.
     SIBLING_API void SetKeptBytesLimit(std::size_t inBytes);
 
-    /// Replaces the source of fresh blocks for the process and returns the one before. Blocks keep
-    /// being freed through the source they came from only if none is kept or in use; hosts call it
-    /// before the first frame is made, tests around a scope of their own.
+    /// Replaces the source of fresh blocks for the process and returns the one before. The new
+    /// source also frees blocks of the old one. No other thread may use the recycler meanwhile.
     SIBLING_API static BlockSource SetBlockSource(BlockSource inSource);
 
   private:
-    MemoryRecycler() = default;
-    ~MemoryRecycler() = default;
-    class Implementation;
-    friend class Implementation;
+    struct State;
+
+    MemoryRecycler();
+    ~MemoryRecycler();
+    MemoryRecycler(const MemoryRecycler&) = delete;
+    MemoryRecycler& operator=(const MemoryRecycler&) = delete;
+
+    std::unique_ptr<State> state_;
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -155,10 +155,10 @@ SIBLING_API void BreakIntoDebugger();
 /// Writes one finished trace line (with its line end) to the sink.
 SIBLING_API void Trace(const char* inLine);
 
-/// Whether tracing of a category is on. Categories start off. inLevel and inDefault say which
-/// level is asked for and whether the category shall be listed from now on; both are recorded by
-/// no one here and kept for the callers' sake.
-SIBLING_API bool TraceEnabled(const char* inCategory, int inLevel, bool inDefault);
+/// Whether tracing of a category is on; every category starts off. The level and the flag are for
+/// services that trace at several levels or list the categories they were asked for; this one has
+/// one level and does neither.
+SIBLING_API bool TraceEnabled(const char* inCategory, int inLevel, bool inFlag);
 
 /// Goes up by one whenever a category is switched.
 SIBLING_API int TraceChangeCount();

@@ -1,0 +1,48 @@
+#include "VideoFrame/Lifecycle.h"
+
+#include <cstdint>
+
+#include "contracts/BrixFoundation.h"
+#include "contracts/Pellux.h"
+#include "contracts/Scanvo.h"
+#include "frames/VideoFrameUtilities.h"
+
+namespace VF {
+namespace {
+
+struct Library {
+    Brix::CriticalSection lock;
+    std::uint32_t startCount = 0;  // starts not yet matched by a stop; wraps
+};
+
+// Never destroyed: a host may stop the library while the process ends.
+Library& State() {
+    static Library& library = *new Library;
+    return library;
+}
+
+}  // namespace
+
+void Initialize() {
+    Brix::Foundation::Initialize();
+    SV_Initialize();
+    Library& library = State();
+    const Brix::CriticalSectionLock lock(library.lock);
+    if (library.startCount++ == 0) {
+        // Without the service no frame can be shared; everything else works.
+        processcoordination::InitializeClient();
+    }
+}
+
+void Shutdown() {
+    Library& library = State();
+    const Brix::CriticalSectionLock lock(library.lock);
+    if (library.startCount-- == 1) {
+        ReportAndForgetLeaks();
+        processcoordination::UninitializeClient();
+    }
+    SV_Terminate();
+    Brix::Foundation::Terminate();
+}
+
+}  // namespace VF

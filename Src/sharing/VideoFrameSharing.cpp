@@ -1,0 +1,133 @@
+#include "VideoFrame/VideoFrameSharing.h"
+
+#include <cstring>
+
+#include "VideoFrame/PixelFormatUtilities.h"
+#include "contracts/Scanvo.h"
+#include "frames/BinaryReferenceVideoFrame.h"
+#include "frames/FrameHeader.h"
+
+namespace VF {
+
+using processcoordination::BinaryReferencePtr;
+using processcoordination::WritableBinaryReferencePtr;
+using tulocore::utility::Guid;
+
+// ---------------------------------------------------------------------------------------------
+// Copies in a buffer
+
+namespace {
+
+// What the renderer is always given as the mode of a conversion.
+constexpr std::int32_t kConvertMode = 4;
+
+// The row bytes of a tight copy; a picture whose rows cannot be addressed is one row.
+std::int32_t CopyRowBytes(IVideoFrameMemoryAccess& inMemory, tulomediatypes::PixelFormat inFormat,
+                          SV_PixelFormat inRendererFormat, const Brix::Rect& inBounds) {
+    if (IsCustomBEPixelFormat(inFormat)) return static_cast<std::int32_t>(inMemory.GetDataSize());
+    const bool isWholeRow = (inRendererFormat & 0xFF000000) != 0;
+    return static_cast<std::int32_t>(
+        SV_PixelFormatSize(inRendererFormat, inBounds.Width(), isWholeRow ? inBounds.Height() : 1));
+}
+
+}  // namespace
+
+int GetRequiredSharedMemorySizeForVideoFrame(VideoFrameRef inFrame, unsigned long long& outSize) {
+    const auto memory = Brix::QueryInterface<IVideoFrameMemoryAccess>(inFrame);
+    if (!memory) return kGeneralFailure;
+    const tulomediatypes::PixelFormat format = inFrame->GetPixelType();
+    const Brix::Rect bounds = inFrame->GetBounds();
+    const std::uint64_t pixels =
+        IsCustomBEPixelFormat(format)
+            ? memory->GetDataSize()
+            : tulomediatypes::PixelFormatSize(format, bounds.Width(), bounds.Height());
+    outSize = pixels + kFrameHeaderSize;
+    return kSuccess;
+}
+
+int CopyVideoFrameIntoSharedMemoryBuffer(VideoFrameRef inFrame, void* outBuffer,
+                                         unsigned long long inBufferSize) {
+    const auto memory = Brix::QueryInterface<IVideoFrameMemoryAccess>(inFrame);
+    if (!memory) return kFrameNotReadable;
+    const auto rows = Brix::QueryInterface<IVideoFrame2DPixelMemoryAccess>(inFrame);
+    unsigned long long size = 0;
+    const int status = GetRequiredSharedMemorySizeForVideoFrame(inFrame, size);
+    if (status < 0) return status;
+    if (!outBuffer || inBufferSize < size) return kOutOfMemory;
+
+    std::memset(outBuffer, 0, kFrameHeaderSize);
+    Brix::Rect dataRect;
+    inFrame->GetDataRect(dataRect);
+    const tulomediatypes::PixelFormat format = inFrame->GetPixelType();
+    const SV_PixelFormat rendererFormat = BEPixelFormatToSVPixelFormat(format);
+    const Brix::Rect bounds = inFrame->GetBounds();
+    const std::int32_t rowBytes = CopyRowBytes(*memory, format, rendererFormat, bounds);
+    WriteFrameHeader(outBuffer, {.totalSize = size,
+                                 .format = format,
+                                 .origin = inFrame->GetOrigin(),
+                                 .width = bounds.Width(),
+                                 .height = bounds.Height(),
+                                 .fieldType = inFrame->GetFieldType(),
+                                 .dataRect = ToStored(dataRect),
+                                 .aspectRatio = inFrame->GetPixelAspectRatio(),
+                                 .rowBytes = rowBytes,
+                                 .contentRect = ToStored(inFrame->GetContentRect())});
+
+    const auto sourceRowBytes = rows ? static_cast<std::int64_t>(rows->GetRowBytes())
+                                     : static_cast<std::int64_t>(memory->GetDataSize());
+    const std::int32_t result =
+        SV_Convert(memory->GetData(), sourceRowBytes, rendererFormat,
+                   static_cast<std::byte*>(outBuffer) + kFrameHeaderSize, rowBytes, rendererFormat,
+                   bounds.Width(), bounds.Height(), kConvertMode);
+    return result == 0 ? kSuccess : kFrameNotReadable;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Publication
+
+namespace {
+
+// Publishes a copy of the frame; nothing is published unless all of it went well.
+int PublishCopy(const VideoFrameRef& inFrame, const Guid& inGuid,
+                WritableBinaryReferencePtr& outReference) {
+    unsigned long long size = 0;
+    if (GetRequiredSharedMemorySizeForVideoFrame(inFrame, size) < 0) return kGeneralFailure;
+    WritableBinaryReferencePtr reference;
+    if (processcoordination::GetWritableBinaryData(size, reference) != 0 || !reference) {
+        return kGeneralFailure;
+    }
+    void* const data = reference->GetData();
+    if (!data) return kGeneralFailure;
+    const int copied = CopyVideoFrameIntoSharedMemoryBuffer(inFrame, data, reference->GetSize());
+    reference->ReleaseData(data);
+    if (copied < 0) return kGeneralFailure;
+    if (processcoordination::PutCompletedBinaryData(inGuid, reference) != 0) {
+        return kGeneralFailure;
+    }
+    outReference = reference;
+    return kSuccess;
+}
+
+}  // namespace
+
+int PublishVideoFrameProvidingReference(VideoFrameRef inFrame, const Guid& inGuid,
+                                        WritableBinaryReferencePtr& outReference) {
+    const auto publishable = Brix::QueryInterface<IPublishableVideoFrame>(inFrame);
+    const int status =
+        publishable ? publishable->Publish(inGuid) : PublishCopy(inFrame, inGuid, outReference);
+    if (status < 0) processcoordination::PutBinaryDataGenerationError(inGuid, -1);
+    return status;
+}
+
+int PublishVideoFrame(VideoFrameRef inFrame, const Guid& inGuid) {
+    WritableBinaryReferencePtr reference;
+    return PublishVideoFrameProvidingReference(std::move(inFrame), inGuid, reference);
+}
+
+int WrapVideoFrameAroundBinaryReference(const BinaryReferencePtr& inReference, const Guid& inGuid,
+                                        VideoFrameRef& outFrame) {
+    outFrame = BinaryReferenceVideoFrame::Create(inReference, inGuid);
+    return outFrame ? kSuccess : kGeneralFailure;
+}
+
+}  // namespace VF
