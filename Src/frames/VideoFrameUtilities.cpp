@@ -1,7 +1,8 @@
 #include "frames/VideoFrameUtilities.h"
 
-#include <charconv>
+#include <sstream>
 #include <string>
+#include <string_view>
 
 #include "VideoFrame/FrameInterfaces.h"
 #include "frames/Contract.h"
@@ -53,11 +54,12 @@ constexpr const char* kCategory = "TPix";
 // some category is switched.
 class TraceLine {
   public:
-    void Write(const std::string& inMessage) {
+    void Write(std::string_view inMessage) {
         if (!IsOn()) return;
-        const std::string line = "<" + std::to_string(tulocore::threads::GetCurrentThreadID()) +
-                                 "> <" + kCategory + "> <0> " + inMessage + "\r\n";
-        tulocore::debug::Trace(line.c_str());
+        std::ostringstream line;
+        line << "<" << tulocore::threads::GetCurrentThreadID() << "> <" << kCategory << "> <0> "
+             << inMessage << "\r\n";
+        tulocore::debug::Trace(line.str().c_str());
     }
 
   private:
@@ -74,25 +76,20 @@ class TraceLine {
     bool isOn_ = false;
 };
 
-std::string Hexadecimal(const void* inAddress) {
-    char digits[2 * sizeof(std::uintptr_t)];
-    const auto end = std::to_chars(std::begin(digits), std::end(digits),
-                                   reinterpret_cast<std::uintptr_t>(inAddress), 16);
-    return {digits, end.ptr};
-}
-
 void ReportTPixFrame(TPixHand inHandle, const Brix::InterfaceRef<Brix::BrixUnknown>& inFrame) {
     const auto memory = Brix::QueryInterface<IVideoFrameMemoryAccess>(inFrame);
     if (!memory) return;
-    const std::string frame = "<Leaked Video frame,0x" + Hexadecimal(inHandle) + ">";
-    const std::string dataSize = "data size:" + std::to_string(memory->GetDataSize());
+    std::ostringstream message;
+    message << "<Leaked Video frame,0x" << std::hex << reinterpret_cast<std::uintptr_t>(inHandle)
+            << std::dec << "> ";
     if (const auto rows = Brix::QueryInterface<IVideoFrame2DPixelMemoryAccess>(memory)) {
         static TraceLine rowsLine;
-        rowsLine.Write(frame + " row bytes:" + std::to_string(rows->GetRowBytes()) + ", " +
-                       dataSize);
+        message << "row bytes:" << rows->GetRowBytes() << ", data size:" << memory->GetDataSize();
+        rowsLine.Write(message.view());
     } else {
         static TraceLine bytesLine;
-        bytesLine.Write(frame + " " + dataSize);
+        message << "data size:" << memory->GetDataSize();
+        bytesLine.Write(message.view());
     }
 }
 

@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <thread>
+#include <vector>
+
+#include "contracts/BrixFoundation.h"
+
+using namespace Brix;
+
+namespace {
+
+std::atomic<int> gBlocksFromSource = 0;
+
+// Counts the blocks that are out, and so finds those that are lost or freed twice.
+const BlockSource kCountingSource = {
+    [](std::size_t inSize) {
+        ++gBlocksFromSource;
+        return std::aligned_alloc(4096, inSize);
+    },
+    [](void* inBlock, std::size_t) {
+        --gBlocksFromSource;
+        std::free(inBlock);
+    },
+};
+
+class MemoryRecyclerTest : public testing::Test {
+  protected:
+    void SetUp() override { before_ = MemoryRecycler::SetBlockSource(kCountingSource); }
+    void TearDown() override {
+        EXPECT_EQ(gBlocksFromSource, 0);
+        MemoryRecycler::SetBlockSource(before_);
+    }
+
+  private:
+    BlockSource before_{};
+};
+
+}  // namespace
+
+TEST_F(MemoryRecyclerTest, BlocksAreAlignedAndLargeEnoughForEverySize) {
+    const MemoryRecycler::Pointer recycler;
+    for (std::size_t size = 1; size < (std::size_t{1} << 26); size = size * 5 / 3 + 1) {
+        for (const std::size_t exact : {size, size & ~std::size_t{4095}, size | 4095}) {
+            const MemoryBuffer buffer = recycler->AllocateBuffer(exact);
+            ASSERT_TRUE(buffer.address);
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(buffer.address) % 128, 0U);
+            EXPECT_GE(buffer.capacity, exact);
+            EXPECT_LE(buffer.capacity, std::max<std::size_t>(32768, exact + exact / 8 + 1));
+            static_cast<char*>(buffer.address)[0] = 1;
+            static_cast<char*>(buffer.address)[buffer.capacity - 1] = 1;
+            recycler->RecycleBuffer(buffer);
+        }
+    }
+}
+
+TEST_F(MemoryRecyclerTest, TheYoungestBlockOfASizeIsReused) {
+    const MemoryRecycler::Pointer recycler;
+    const MemoryBuffer first = recycler->AllocateBuffer(8294528);
+    const MemoryBuffer second = recycler->AllocateBuffer(8294528);
+    recycler->RecycleBuffer(first);
+    recycler->RecycleBuffer(second);
+    EXPECT_EQ(recycler->AllocateBuffer(8294400).address, second.address);
+    EXPECT_EQ(recycler->AllocateBuffer(8294528).address, first.address);
+    recycler->RecycleBuffer(first);
+    recycler->RecycleBuffer(second);
+    EXPECT_EQ(gBlocksFromSource, 2);
+}
+
+TEST_F(MemoryRecyclerTest, WhatIsKeptStaysWithinTheBoundOldestGoingFirst) {
+    const MemoryRecycler::Pointer recycler;
+    std::vector<MemoryBuffer> buffers;
+    for (const std::size_t size : {1U << 20, 2U << 20, 3U << 20, 4U << 20}) {
+        buffers.push_back(recycler->AllocateBuffer(size));
+    }
+    for (const MemoryBuffer& buffer : buffers)
+        recycler->RecycleBuffer(buffer);
+    EXPECT_EQ(recycler->KeptBytes(), std::size_t{10} << 20);
+    recycler->SetKeptBytesLimit(std::size_t{7} << 20);
+    EXPECT_EQ(recycler->KeptBytes(), std::size_t{7} << 20);
+    EXPECT_EQ(recycler->AllocateBuffer(3U << 20).address, buffers[2].address);
+    recycler->RecycleBuffer(buffers[2]);
+    recycler->SetKeptBytesLimit(std::size_t{3} << 20);
+    EXPECT_EQ(gBlocksFromSource, 1);
+    recycler->SetKeptBytesLimit(0);
+    EXPECT_EQ(gBlocksFromSource, 0);
+    recycler->SetKeptBytesLimit(std::size_t{512} << 20);
+}
+
+TEST_F(MemoryRecyclerTest, LastHolderDestroysTheRecyclerButNotBlocksInUse) {
+    MemoryBuffer inUse;
+    {
+        const MemoryRecycler::Pointer recycler;
+        inUse = recycler->AllocateBuffer(1 << 20);
+        recycler->RecycleBuffer(recycler->AllocateBuffer(1 << 20));
+        EXPECT_EQ(gBlocksFromSource, 2);
+    }
+    EXPECT_EQ(gBlocksFromSource, 1);
+    std::memset(inUse.address, 1, inUse.capacity);
+    MemoryRecycler::Instance()->RecycleBuffer(inUse);
+}
+
+TEST_F(MemoryRecyclerTest, StartKeepsTheRecyclerUntilTheMatchingStop) {
+    Foundation::Initialize();
+    Foundation::Initialize();
+    MemoryRecycler::Instance()->RecycleBuffer(MemoryRecycler::Instance()->AllocateBuffer(1));
+    Foundation::Terminate();
+    EXPECT_EQ(gBlocksFromSource, 1);
+    Foundation::Terminate();
+    EXPECT_EQ(gBlocksFromSource, 0);
+    Foundation::Terminate();  // without a start: nothing happens
+}
+
+TEST_F(MemoryRecyclerTest, RefusalsOfTheSourceComeThrough) {
+    const BlockSource counting = MemoryRecycler::SetBlockSource(
+        {[](std::size_t) -> void* { return nullptr; }, kCountingSource.free});
+    EXPECT_EQ(MemoryRecycler::Instance()->AllocateBuffer(1).address, nullptr);
+    MemoryRecycler::SetBlockSource(
+        {[](std::size_t) -> void* { throw std::bad_alloc(); }, kCountingSource.free});
+    EXPECT_THROW(MemoryRecycler::Instance()->AllocateBuffer(1), std::bad_alloc);
+    MemoryRecycler::SetBlockSource(counting);
+    EXPECT_EQ(MemoryRecycler::Instance()->AllocateBuffer(SIZE_MAX).address, nullptr);
+    MemoryRecycler::Instance()->RecycleBuffer({});
+}
+
+TEST_F(MemoryRecyclerTest, ManyThreadsNeverShareABlock) {
+    std::atomic<int> clashes = 0;
+    std::vector<std::jthread> threads;
+    for (unsigned i = 0; i < 4; ++i) {
+        threads.emplace_back([&, i] {
+            for (unsigned round = 0; round < 2000; ++round) {
+                // Mostly without another holder, so that instances come and go.
+                const MemoryBuffer buffer =
+                    MemoryRecycler::Instance()->AllocateBuffer(40000 + round % 3 * 30000);
+                auto* const bytes = static_cast<unsigned char*>(buffer.address);
+                std::memset(bytes, static_cast<int>(i), 64);
+                std::this_thread::yield();
+                clashes += bytes[0] != i || bytes[63] != i;
+                MemoryRecycler::Instance()->RecycleBuffer(buffer);
+            }
+        });
+    }
+    threads.clear();
+    EXPECT_EQ(clashes, 0);
+}
+
+TEST(Allocator, BlocksOfAllSizesComeAndGo) {
+    std::vector<std::pair<void*, std::size_t>> blocks;
+    for (std::size_t size = 1; size < 5000; size += 37) {
+        void* const block = Allocator::Allocate(size);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignof(std::max_align_t), 0U);
+        std::memset(block, 0xAA, size);
+        blocks.emplace_back(block, size);
+    }
+    for (const auto& [block, size] : blocks)
+        Allocator::Dispose(block, size);
+    Allocator::Dispose(nullptr, 10);
+}

@@ -1,0 +1,63 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "contracts/TuloCore.h"
+
+using namespace tulocore;
+
+TEST(Contract, ReportReachesTheHandlerAndItsAnswerTheCaller) {
+    std::vector<std::string> reports;
+    bool answer = true;
+    const debug::ContractHandler before =
+        debug::SetContractHandler([&](const debug::ContractReport& inReport) {
+            reports.push_back(std::string(inReport.file) + ":" + std::to_string(inReport.line) +
+                              ":" + inReport.condition);
+            return answer;
+        });
+    EXPECT_TRUE(debug::BreakAfterContractDialog("a != 0", "File", 12));
+    answer = false;
+    EXPECT_FALSE(debug::BreakAfterContractDialog("b", "Other", 3));
+    debug::SetContractHandler(before);
+    EXPECT_EQ(reports, (std::vector<std::string>{"File:12:a != 0", "Other:3:b"}));
+}
+
+TEST(Contract, ErrorCarriesEveryArgument) {
+    try {
+        config::ThrowError(7, "$$$/Some/Key=Something went wrong", 105, 25, true, {"a"}, {"b"}, {},
+                           {"d"});
+    } catch (const config::Error& error) {
+        EXPECT_EQ(error.level, 7);
+        EXPECT_EQ(error.messageKey, "$$$/Some/Key=Something went wrong");
+        EXPECT_STREQ(error.what(), "Something went wrong");
+        EXPECT_EQ(error.area, 105);
+        EXPECT_EQ(error.number, 25);
+        EXPECT_TRUE(error.flag);
+        EXPECT_EQ(error.replacements[0].text + error.replacements[1].text +
+                      error.replacements[2].text + error.replacements[3].text,
+                  "abd");
+        return;
+    }
+    FAIL() << "nothing was thrown";
+}
+
+TEST(Trace, CategoriesAreOffUntilSwitchedOn) {
+    const int before = debug::TraceChangeCount();
+    EXPECT_FALSE(debug::TraceEnabled("Colour", 0, true));
+    debug::SetTraceEnabled("Colour", true);
+    EXPECT_TRUE(debug::TraceEnabled("Colour", 0, true));
+    EXPECT_FALSE(debug::TraceEnabled("Other", 0, true));
+    debug::SetTraceEnabled("Colour", false);
+    EXPECT_FALSE(debug::TraceEnabled("Colour", 0, true));
+    EXPECT_EQ(debug::TraceChangeCount(), before + 2);
+}
+
+TEST(Trace, LinesGoToTheSinkAsTheyAre) {
+    std::string lines;
+    const debug::TraceSink before =
+        debug::SetTraceSink([&](std::string_view inLine) { lines += inLine; });
+    debug::Trace("one\r\n");
+    debug::Trace("two\r\n");
+    debug::SetTraceSink(before);
+    EXPECT_EQ(lines, "one\r\ntwo\r\n");
+}

@@ -1,0 +1,54 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <stdexcept>
+
+#include "contracts/TuloCore.h"
+
+using tulocore::utility::Guid;
+
+TEST(Guid, ReadsBothTextForms) {
+    const Guid guid("5A2A4FE9-EE01-4438-8F14-AA8946104D5F");
+    EXPECT_EQ(guid.part1, 0x5A2A4FE9U);
+    EXPECT_EQ(guid.part2, 0xEE01);
+    EXPECT_EQ(guid.part3, 0x4438);
+    EXPECT_EQ(guid.part4[0], 0x8F);
+    EXPECT_EQ(guid.part4[7], 0x5F);
+    EXPECT_EQ(Guid("{5a2a4fe9-ee01-4438-8f14-aa8946104d5f}"), guid);
+    EXPECT_EQ(guid.ToString(), "{5A2A4FE9-EE01-4438-8F14-AA8946104D5F}");
+    EXPECT_EQ(Guid(), Guid("00000000-0000-0000-0000-000000000000"));
+}
+
+TEST(Guid, RefusesEveryOtherText) {
+    for (const char* text :
+         {"", "{}", "5A2A4FE9", "5A2A4FE9-EE01-4438-8F14-AA8946104D5",
+          "5A2A4FE9-EE01-4438-8F14-AA8946104D5FF", "5A2A4FE9xEE01-4438-8F14-AA8946104D5F",
+          "5A2A4FEG-EE01-4438-8F14-AA8946104D5F", "{5A2A4FE9-EE01-4438-8F14-AA8946104D5F",
+          "5A2A4FE9-EE01-4438-8F14-AA8946104D5F}"}) {
+        EXPECT_FALSE(Guid::Parse(text)) << text;
+        EXPECT_THROW((Guid{std::string_view(text)}), std::invalid_argument) << text;
+    }
+}
+
+TEST(Guid, OrdersByEveryPart) {
+    const Guid low("00000001-0002-0003-0405-060708090A0B");
+    for (const char* text :
+         {"00000002-0000-0000-0000-000000000000", "00000001-0003-0000-0000-000000000000",
+          "00000001-0002-0004-0000-000000000000", "00000001-0002-0003-0405-060708090A0C"}) {
+        const Guid high{std::string_view(text)};
+        EXPECT_TRUE(low < high) << text;
+        EXPECT_FALSE(high < low) << text;
+    }
+    EXPECT_FALSE(low < low);
+}
+
+TEST(Guid, GeneratesDistinctVersion4Guids) {
+    std::set<std::string> texts;
+    for (int i = 0; i < 1000; ++i) {
+        const std::string text = Guid::Generate().ToString();
+        EXPECT_EQ(text[15], '4');
+        EXPECT_NE(std::string("89AB").find(text[20]), std::string::npos);
+        texts.insert(text);
+    }
+    EXPECT_EQ(texts.size(), 1000U);
+}

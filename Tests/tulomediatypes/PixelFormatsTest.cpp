@@ -1,0 +1,115 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <set>
+
+#include "contracts/TuloMediaTypes.h"
+
+using namespace tulomediatypes;
+
+TEST(PixelFormats, AreDistinctAndFoundByCodeAndByProperties) {
+    std::set<std::uint32_t> codes;
+    std::set<std::uint32_t> properties;
+    for (const NamedPixelFormat& named : NamedPixelFormats()) {
+        EXPECT_TRUE(properties.insert(named.format.properties).second) << named.name;
+        EXPECT_EQ(GuessFourCCForProperties(named.format.properties), named.format.code);
+        if (codes.insert(named.format.code).second) {
+            EXPECT_EQ(LookupPropertiesForFourCC(named.format.code), named.format.properties)
+                << named.name;
+        }
+    }
+    EXPECT_EQ(codes.size(), 55U);
+    EXPECT_EQ(NamedPixelFormats().size(), 56U);  // two forms of one layout share a code
+    EXPECT_EQ(LookupPropertiesForFourCC(FourCC("Bgra")), kPixelFormat_BGRA_4444_15u.properties);
+    EXPECT_EQ(LookupPropertiesForFourCC(FourCC("XXXX")), 0U);
+    EXPECT_EQ(GuessFourCCForProperties(0), 0U);
+}
+
+TEST(PixelFormats, SizesAreThoseOfTheRealFormats) {
+    struct Case {
+        PixelFormat format;
+        std::int32_t width, height, rowBytes;
+        std::uint64_t size;
+    };
+    const Case cases[] = {
+        {kPixelFormat_BGRA_4444_8u, 1920, 1080, 7680, 8294400},
+        {kPixelFormat_ARGB_4444_15u, 3, 5, 24, 120},
+        {kPixelFormat_BGRA_4444_16u, 3, 5, 24, 120},
+        {kPixelFormat_BGRX_4444_32f_Linear, 3, 5, 48, 240},
+        {kPixelFormat_UYVY_422_8u, 1920, 1080, 3840, 4147200},
+        {kPixelFormat_YUYV_422_8u_709, 5, 2, 12, 24},
+        {kPixelFormat_V210_422_10u, 1, 1, 128, 128},
+        {kPixelFormat_V210_422_10u, 48, 1, 128, 128},
+        {kPixelFormat_V210_422_10u_709, 49, 2, 256, 512},
+        {kPixelFormat_V210_422_10u, 1920, 1080, 5120, 5529600},
+        {kPixelFormat_NTSCDV25, 720, 480, 0, 120000},
+        {kPixelFormat_PALDV25, 720, 576, 0, 144000},
+        {kPixelFormat_NTSCDV50, 720, 480, 0, 240000},
+        {kPixelFormat_PALDV50, 720, 576, 0, 288000},
+        {kPixelFormat_NTSC_DV100_720p, 960, 720, 0, 240000},
+        {kPixelFormat_PAL_DV100_720p, 960, 720, 0, 288000},
+        {kPixelFormat_NTSC_DV100_1080i, 1280, 1080, 0, 480000},
+        {kPixelFormat_PAL_DV100_1080i, 1440, 1080, 0, 576000},
+        {kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601, 720, 480, 0, 518400},
+        {kPixelFormat_YUV_420_MPEG2_FIELD_PICTURE_PLANAR_8u_709, 5, 3, 0, 15 + 2 * 3 * 2},
+        {kPixelFormat_Invalid, 100, 100, 0, 0},
+        {{FourCC("_abc"), 0}, 100, 100, 0, 0},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(UncompressedPixelFormatRowBytes(c.format, c.width), c.rowBytes) << c.format.code;
+        EXPECT_EQ(PixelFormatSize(c.format, c.width, c.height), c.size) << c.format.code;
+    }
+}
+
+TEST(PixelFormats, SizesBeyondSixtyThreeBitsStayThere) {
+    EXPECT_EQ(PixelFormatSize(kPixelFormat_BGRA_4444_32f, INT_MAX, INT_MAX), INT64_MAX);
+    EXPECT_EQ(PixelFormatSize(kPixelFormat_BGRA_4444_8u, -1, 10), INT64_MAX);
+    EXPECT_EQ(PixelFormatSize(kPixelFormat_BGRA_4444_8u, 10, -1), INT64_MAX);
+    EXPECT_EQ(PixelFormatSize(kPixelFormat_BGRA_4444_8u, INT_MAX, 1), 4ULL * INT_MAX);
+    EXPECT_EQ(UncompressedPixelFormatRowBytes(kPixelFormat_BGRA_4444_8u, INT_MAX), 0);
+    EXPECT_EQ(UncompressedPixelFormatRowBytes(kPixelFormat_BGRA_4444_8u, -4), 0);
+}
+
+TEST(PixelFormats, RectanglesSuitFormats) {
+    struct Case {
+        PixelFormat format;
+        std::int32_t width, height;
+        PixelAspectRatio ratio;
+        bool valid;
+    };
+    const Case cases[] = {
+        {kPixelFormat_BGRA_4444_8u, 1, 1, {1, 1}, true},
+        {kPixelFormat_BGRA_4444_8u, 0, 1, {1, 1}, false},
+        {kPixelFormat_BGRA_4444_8u, 1, -1, {1, 1}, false},
+        {kPixelFormat_BGRA_4444_8u, 1, 1, {1, 0}, false},
+        {kPixelFormat_BGRA_4444_8u, 1, 1, {0, 1}, false},
+        {kPixelFormat_UYVY_422_8u, 4, 3, {1, 1}, true},
+        {kPixelFormat_UYVY_422_8u, 5, 3, {1, 1}, false},
+        {kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601, 4, 3, {1, 1}, false},
+        {kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601, 4, 2, {1, 1}, true},
+        {kPixelFormat_PALDV25, 720, 576, {16, 15}, true},
+        {kPixelFormat_PALDV25, 720, 480, {16, 15}, false},
+        {kPixelFormat_NTSC_DV100_1080i, 1280, 1080, {3, 2}, true},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(IsRectValidForFormat(c.format, c.width, c.height, c.ratio), c.valid)
+            << c.format.code << " " << c.width << "x" << c.height;
+    }
+}
+
+TEST(PixelFormats, SelectionIsAPackedFormatOfTheSameColour) {
+    for (const NamedPixelFormat& named : NamedPixelFormats()) {
+        for (const int quality : {0, 4, 5}) {
+            const std::uint32_t bits = Select4444PixelFormat(named.format, quality).properties;
+            EXPECT_EQ(bits & kProperty_StorageMask, kProperty_Packed) << named.name;
+            EXPECT_EQ(bits & (kProperty_SubsamplingMask | kProperty_KindMask), 0U) << named.name;
+            EXPECT_EQ(bits & (kProperty_YCbCr | kProperty_709),
+                      named.format.properties & (kProperty_YCbCr | kProperty_709))
+                << named.name;
+        }
+    }
+    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_UYVY_422_8u_709, 3),
+              kPixelFormat_VUYX_4444_8u_709);
+    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_NTSCDV25, 5), kPixelFormat_VUYX_4444_32f);
+    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_V210_422_10u, 3), kPixelFormat_VUYX_4444_32f);
+}
