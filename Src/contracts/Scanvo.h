@@ -80,7 +80,8 @@ SIBLING_API std::int64_t SV_PixelFormatSize(SV_PixelFormat inFormat, std::int32_
 SIBLING_API bool SV_IsOriginBottomLeft(SV_PixelFormat inFormat);
 
 /// Fill an area with one value of its format. Transparent black and white of a format that holds
-/// no alpha are the opaque ones; transparent white of a premultiplied format is its transparent black.
+/// no alpha are the opaque ones; transparent white of a premultiplied format is its transparent
+/// black.
 SIBLING_API std::int32_t SV_FillWithOpaqueBlack(void* outBuffer, std::int64_t inRowBytes,
                                                 std::int32_t inWidth, std::int32_t inHeight,
                                                 SV_PixelFormat inFormat);

@@ -1,0 +1,49 @@
+// Colour: Y'CbCr matrices, the linear-light curve, straight and premultiplied alpha.
+//
+// Premultiplied Y'CbCr is what premultiplied R'G'B' becomes under the matrix: Y' scaled from its
+// black and chroma from its centre.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "FormatCode.h"
+#include "PlanarRow.h"
+
+namespace scanvo {
+
+using Matrix3x3 = std::array<std::array<float, 3>, 3>;
+
+/// R'G'B' to Y'CbCr and back, from the luma coefficients of BT.601 and BT.709.
+Matrix3x3 RgbToYCbCr(Matrix inMatrix);
+Matrix3x3 YCbCrToRgb(Matrix inMatrix);
+
+/// The curve of IEC 61966-2-1 (sRGB), mirrored for negative values.
+float ToLinearLight(float inEncoded);
+float FromLinearLight(float inLinear);
+
+/// What turns a row of one format's colour and alpha into another's: a few steps, chosen once, then
+/// run over rows with full chroma.
+class ColourSteps {
+  public:
+    ColourSteps() = default;
+
+    /// Alpha that means nothing counts as opaque in the source and becomes opaque in the
+    /// destination. Giving up alpha keeps the straight colour.
+    ColourSteps(const Format& inSource, const Format& inDestination);
+
+    bool IsEmpty() const { return count_ == 0; }
+
+    void Run(const PlanarRow& ioRow, std::int32_t inWidth) const;
+
+  private:
+    using Step = void (*)(const PlanarRow& ioRow, std::int32_t inWidth, const Matrix3x3& inMatrix);
+
+    void Add(bool inIsNeeded, Step inStep);
+
+    std::array<Step, 6> steps_{};
+    int count_ = 0;
+    Matrix3x3 matrix_{};
+};
+
+}  // namespace scanvo

@@ -1,0 +1,95 @@
+#include "Fill.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "Colour.h"
+#include "PlanarRow.h"
+#include "RowLayouts.h"
+
+namespace scanvo {
+namespace {
+
+constexpr std::size_t kLargestUnitBytes = 16;
+constexpr std::size_t kMostUnitPixels = 6;
+
+// One unit of a format, all of whose pixels are equal.
+using Unit = std::array<std::byte, kLargestUnitBytes>;
+
+// A pixel as planes of one sample.
+using Pixel = std::array<float, kPlaneCount>;
+
+PlanarRow AsRow(Pixel& inPixel) {
+    return {&inPixel[0], &inPixel[1], &inPixel[2], &inPixel[3]};
+}
+
+Unit UnitOf(const Format& inFormat, const Pixel& inPixel) {
+    std::array<std::array<float, kMostUnitPixels>, kPlaneCount> planes;
+    PlanarRow row;
+    for (std::size_t plane = 0; plane < kPlaneCount; ++plane) {
+        planes[plane].fill(inPixel[plane]);
+        row[plane] = planes[plane].data();
+    }
+    Unit unit{};
+    AccessTo(inFormat).Store(row, {unit.data(), 0, inFormat.unitPixels, 1, inFormat}, 0);
+    return unit;
+}
+
+void FillRow(const Format& inFormat, std::int32_t inWidth, const Unit& inUnit, std::byte* outRow) {
+    const auto unitBytes = static_cast<std::size_t>(inFormat.unitBytes);
+    const std::size_t wholeUnits = static_cast<std::size_t>(inWidth / inFormat.unitPixels);
+    const std::size_t wholeBytes = wholeUnits * unitBytes;
+    if (wholeUnits != 0) std::memcpy(outRow, inUnit.data(), unitBytes);
+    for (std::size_t filled = unitBytes; filled < wholeBytes; filled *= 2) {
+        std::memcpy(outRow + filled, outRow, std::min(filled, wholeBytes - filled));
+    }
+    const std::int32_t tailPixels = inWidth % inFormat.unitPixels;
+    if (tailPixels != 0) CopyRow(inFormat, tailPixels, inUnit.data(), outRow + wholeBytes);
+}
+
+void FillWithUnit(const Destination& outDestination, const Unit& inUnit) {
+    const Format& format = outDestination.format;
+    FillRow(format, outDestination.width, inUnit, outDestination.start);
+    for (std::int32_t row = 1; row < outDestination.height; ++row) {
+        CopyRow(format, outDestination.width, outDestination.start, RowAt(outDestination, row));
+    }
+}
+
+Pixel PixelOf(FillValue inValue, const Format& inFormat) {
+    const bool isTransparent = HasAlpha(inFormat) && (inValue == FillValue::TransparentBlack ||
+                                                      inValue == FillValue::TransparentWhite);
+    const bool isWhite =
+        inValue == FillValue::OpaqueWhite || inValue == FillValue::TransparentWhite;
+    const bool isErased = isTransparent && inFormat.alpha == Alpha::Premultiplied;
+    const float luma = isWhite && !isErased ? 1.0f : 0.0f;
+    const float chroma = inFormat.colour == Colour::YCbCr ? 0.0f : luma;
+    return {luma, chroma, chroma, isTransparent ? 0.0f : 1.0f};
+}
+
+Pixel FirstPixelOf(const Source& inPixel, const Format& inFormat) {
+    Pixel pixel{};
+    AccessTo(inPixel.format).Load(inPixel, 0, AsRow(pixel));
+    ColourSteps(inPixel.format, inFormat).Run(AsRow(pixel), 1);
+    return pixel;
+}
+
+}  // namespace
+
+void FillWithValue(const Destination& outDestination, FillValue inValue) {
+    const Format& format = outDestination.format;
+    FillWithUnit(outDestination, UnitOf(format, PixelOf(inValue, format)));
+}
+
+void FillWithPixel(const Destination& outDestination, const Source& inPixel) {
+    const Format& format = outDestination.format;
+    if (inPixel.format == format && format.layout == Layout::Packed4444) {
+        Unit unit{};
+        std::memcpy(unit.data(), inPixel.start, static_cast<std::size_t>(format.unitBytes));
+        FillWithUnit(outDestination, unit);
+        return;
+    }
+    FillWithUnit(outDestination, UnitOf(format, FirstPixelOf(inPixel, format)));
+}
+
+}  // namespace scanvo

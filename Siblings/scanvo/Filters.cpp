@@ -1,0 +1,165 @@
+#include "Filters.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace scanvo {
+namespace {
+
+// ---- Kernels ------------------------------------------------------------------------------------
+
+// What a source sample at inDistance from a destination sample's centre weighs, when one
+// destination sample is inStep source samples wide.
+using Kernel = double (*)(double inDistance, double inStep);
+
+// The part of the source sample, one wide, that lies under the destination sample.
+double Box(double inDistance, double inStep) {
+    const double begin = std::max(inDistance - 0.5, -inStep / 2);
+    const double end = std::min(inDistance + 0.5, inStep / 2);
+    return std::max(end - begin, 0.0);
+}
+
+double Triangle(double inDistance, double inStep) {
+    return std::max(1 - std::abs(inDistance) / inStep, 0.0);
+}
+
+struct Filter {
+    Kernel kernel;
+    double step;
+    /// No sample farther away than this weighs anything.
+    double reach;
+};
+
+Filter FilterOf(double inStep, std::int32_t inQuality) {
+    // The nearest sample has no kernel: it is found by rounding.
+    if (inQuality <= 1) return {nullptr, inStep, 0};
+    if (inQuality == 2 && inStep > 1) return {Box, inStep, inStep / 2 + 0.5};
+    const double step = std::max(inStep, 1.0);
+    return {Triangle, step, step};
+}
+
+// ---- One destination sample ---------------------------------------------------------------------
+
+// The weights of a run of source samples.
+struct Taps {
+    std::int64_t first;
+    std::pmr::vector<double> weights;
+};
+
+std::int64_t MostTaps(const Filter& inFilter, std::int32_t inSourceCount) {
+    const auto reached = 2 * static_cast<std::int64_t>(std::ceil(inFilter.reach)) + 1;
+    return std::min<std::int64_t>(reached, inSourceCount);
+}
+
+void SetNearest(double inCentre, std::int64_t inLast, Taps& outTaps) {
+    // Half way between two, the first: of 4:2:2 chroma that is the one of the pixel's own pair.
+    const auto nearest = static_cast<std::int64_t>(std::ceil(inCentre - 0.5));
+    outTaps.first = std::clamp<std::int64_t>(nearest, 0, inLast);
+    outTaps.weights.assign(1, 1.0);
+}
+
+// Rounding of positions leaves taps whose weight is not quite zero; they would cost time for
+// nothing.
+void DropNegligibleEnds(Taps& ioTaps) {
+    const auto counts = [](double weight) { return std::abs(weight) > 1e-9; };
+    auto& weights = ioTaps.weights;
+    weights.erase(std::find_if(weights.rbegin(), weights.rend(), counts).base(), weights.end());
+    const auto begin = std::find_if(weights.begin(), weights.end(), counts);
+    ioTaps.first += begin - weights.begin();
+    weights.erase(weights.begin(), begin);
+}
+
+void SetTaps(const Filter& inFilter, double inCentre, std::int64_t inLast, Taps& outTaps) {
+    if (inFilter.kernel == nullptr) {
+        SetNearest(inCentre, inLast, outTaps);
+        return;
+    }
+    const auto begin = static_cast<std::int64_t>(std::ceil(inCentre - inFilter.reach));
+    const auto end = static_cast<std::int64_t>(std::floor(inCentre + inFilter.reach));
+    const auto inside = [inLast](std::int64_t i) { return std::clamp<std::int64_t>(i, 0, inLast); };
+    outTaps.first = inside(begin);
+    outTaps.weights.assign(static_cast<std::size_t>(inside(end) - outTaps.first + 1), 0.0);
+    double sum = 0;
+    for (std::int64_t i = begin; i <= end; ++i) {
+        const double weight = inFilter.kernel(static_cast<double>(i) - inCentre, inFilter.step);
+        outTaps.weights[static_cast<std::size_t>(inside(i) - outTaps.first)] += weight;
+        sum += weight;
+    }
+    for (double& weight : outTaps.weights) {
+        weight /= sum;
+    }
+    DropNegligibleEnds(outTaps);
+}
+
+// From rows of inMostTaps weights, of which the first tapCount are used, to rows of tapCount; runs
+// that would pass the source's end start earlier, with zeros before them.
+void CloseUp(std::int64_t inMostTaps, std::int32_t inSourceCount, WeightTable& ioTable) {
+    const std::int32_t lastFirst = inSourceCount - ioTable.tapCount;
+    for (std::int32_t i = 0; i < ioTable.Count(); ++i) {
+        float* const weights = ioTable.weights.data() + std::int64_t{ioTable.tapCount} * i;
+        std::copy_n(ioTable.weights.data() + inMostTaps * i, ioTable.tapCount, weights);
+        std::int32_t& first = ioTable.first[static_cast<std::size_t>(i)];
+        if (first <= lastFirst) continue;
+        std::rotate(weights, weights + ioTable.tapCount - (first - lastFirst),
+                    weights + ioTable.tapCount);
+        first = lastFirst;
+    }
+}
+
+}  // namespace
+
+WeightTable MakeWeights(const SampleGrid& inSource, const SampleGrid& inDestination, double inScale,
+                        std::int32_t inQuality, std::pmr::memory_resource* inResource) {
+    const Filter filter = FilterOf(inScale * inDestination.pitch / inSource.pitch, inQuality);
+    const std::int64_t mostTaps = MostTaps(filter, inSource.count);
+    const auto count = static_cast<std::size_t>(inDestination.count);
+    WeightTable table(inResource);
+    table.first.resize(count);
+    table.weights.resize(count * static_cast<std::size_t>(mostTaps));
+    Taps taps{0, std::pmr::vector<double>(inResource)};
+    taps.weights.reserve(static_cast<std::size_t>(mostTaps));
+    for (std::int32_t i = 0; i < inDestination.count; ++i) {
+        const double pixel = inDestination.first + 1.0 * inDestination.pitch * i;
+        const double sourcePixel = (pixel + 0.5) * inScale - 0.5;
+        SetTaps(filter, (sourcePixel - inSource.first) / inSource.pitch, inSource.count - 1, taps);
+        std::transform(taps.weights.begin(), taps.weights.end(),
+                       table.weights.begin() + mostTaps * i,
+                       [](double weight) { return static_cast<float>(weight); });
+        table.first[static_cast<std::size_t>(i)] = static_cast<std::int32_t>(taps.first);
+        table.tapCount = std::max(table.tapCount, static_cast<std::int32_t>(taps.weights.size()));
+    }
+    CloseUp(mostTaps, inSource.count, table);
+    return table;
+}
+
+void FilterAlongRow(const float* inSamples, const WeightTable& inWeights,
+                    float* __restrict outSamples) {
+    const std::int32_t tapCount = inWeights.tapCount;
+    const float* weights = inWeights.weights.data();
+    for (const std::int32_t first : inWeights.first) {
+        const float* const samples = inSamples + first;
+        float sum = 0;
+        for (std::int32_t tap = 0; tap < tapCount; ++tap) {
+            sum += weights[tap] * samples[tap];
+        }
+        weights += tapCount;
+        *outSamples++ = sum;
+    }
+}
+
+void SetWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
+                 float* __restrict outSamples) {
+    for (std::int32_t i = 0; i < inCount; ++i) {
+        outSamples[i] = inWeight * inSamples[i];
+    }
+}
+
+void AddWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
+                 float* __restrict ioSamples) {
+    for (std::int32_t i = 0; i < inCount; ++i) {
+        ioSamples[i] += inWeight * inSamples[i];
+    }
+}
+
+}  // namespace scanvo

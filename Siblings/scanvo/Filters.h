@@ -1,0 +1,57 @@
+// Filters: which samples of a row or column make a sample of its scaled form, and by what weights.
+#pragma once
+
+#include <cstdint>
+#include <memory_resource>
+#include <vector>
+
+namespace scanvo {
+
+/// Where the samples of a plane lie along one axis of its picture: sample i on pixel first + i *
+/// pitch. Luma and RGB have {count, 1, 0}, 4:2:2 chroma {count, 2, 0}, the rows of a field {count,
+/// 2, first row}.
+struct SampleGrid {
+    std::int32_t count = 0;
+    std::int32_t pitch = 1;
+    std::int32_t first = 0;
+};
+
+/// What each destination sample is made of.
+struct WeightTable {
+    explicit WeightTable(std::pmr::memory_resource* inResource)
+        : first(inResource), weights(inResource) {}
+
+    std::int32_t Count() const { return static_cast<std::int32_t>(first.size()); }
+    const float* WeightsOf(std::int32_t inDestination) const {
+        return weights.data() + std::int64_t{tapCount} * inDestination;
+    }
+
+    /// Taps of every destination sample; all lie inside the source.
+    std::int32_t tapCount = 0;
+    /// The source sample of each destination sample's first tap, never decreasing.
+    std::pmr::vector<std::int32_t> first;
+    /// tapCount weights for each destination sample; each sample's sum is 1.
+    std::pmr::vector<float> weights;
+};
+
+/// Weights from one grid to another of a picture scaled so that inScale source pixels become one
+/// destination pixel. Pixels are centred at half positions, so the pictures' edges coincide. Taps
+/// beyond an end count for the sample at that end.
+///
+/// Quality 0 and 1 take the nearest sample; 2 interpolates linearly when enlarging and averages the
+/// covered samples when shrinking; 3 and more interpolate linearly, over a triangle that grows when
+/// shrinking so that every source sample counts.
+WeightTable MakeWeights(const SampleGrid& inSource, const SampleGrid& inDestination, double inScale,
+                        std::int32_t inQuality, std::pmr::memory_resource* inResource);
+
+/// inWeights.Count() samples out of a row of samples.
+void FilterAlongRow(const float* inSamples, const WeightTable& inWeights,
+                    float* __restrict outSamples);
+
+/// Weighted sum of rows, one row at a time: the first sets, the others add.
+void SetWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
+                 float* __restrict outSamples);
+void AddWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
+                 float* __restrict ioSamples);
+
+}  // namespace scanvo

@@ -1,0 +1,57 @@
+// Rows in and out of memory: from the codes of a format to planes of floats and back.
+//
+// 4:2:2 rows load into, and store from, half as many chroma samples as pixels. An alpha plane is
+// loaded from whatever lies in the alpha's place, also where it is to be ignored. 15-bit codes
+// above white load as they are. Integer codes are rounded to nearest and clamped to what the
+// component can hold, 15-bit ones to white; NaN becomes the lowest code.
+//
+// An odd width stores the last pixel's Y' into both halves of its UYVY or YUYV unit. v210 rows
+// change the bits of their own samples only, and clear the two spare bits of the words they touch.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "Picture.h"
+#include "PlanarRow.h"
+
+namespace scanvo {
+
+/// A sample x is the code offset + x * scale.
+struct CodeRanges {
+    std::array<float, kPlaneCount> offset;
+    std::array<float, kPlaneCount> scale;
+    float maximum;
+};
+
+using LoadRow = void (*)(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
+                         const PlanarRow& outRow);
+using StoreRow = void (*)(const PlanarRow& inRow, const CodeRanges& inRanges,
+                          const Destination& outPicture, std::int32_t inRowNumber);
+
+/// How rows of one format are read and written.
+struct RowAccess {
+    LoadRow load = nullptr;
+    StoreRow store = nullptr;
+    CodeRanges ranges{};
+
+    void Load(const Source& inPicture, std::int32_t inRow, const PlanarRow& outRow) const {
+        load(inPicture, inRow, ranges, outRow);
+    }
+    void Store(const PlanarRow& inRow, const Destination& outPicture,
+               std::int32_t inRowNumber) const {
+        store(inRow, ranges, outPicture, inRowNumber);
+    }
+};
+
+/// The functions are null for a layout that has no rows to load.
+RowAccess AccessTo(const Format& inFormat);
+
+/// The shape of a row as it is loaded; no alpha plane when alpha means nothing.
+RowShape LoadedShape(const Format& inFormat, std::int32_t inWidth);
+
+/// Copies the used bytes of one row of inWidth pixels; the rows must not overlap.
+void CopyRow(const Format& inFormat, std::int32_t inWidth, const std::byte* inRow,
+             std::byte* outRow);
+
+}  // namespace scanvo

@@ -1,0 +1,71 @@
+// The road that every pixel takes. A row is fetched: loaded, filtered along the row where the width
+// changes, its chroma spread where every pixel needs its own. Then it is finished: given its
+// colour, its chroma halved where the destination has half, stored. Between the two, rows may be
+// mixed with one another.
+//
+// What depends on formats and widths is decided once, in a plan, and then run over rows.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory_resource>
+
+#include "Colour.h"
+#include "Filters.h"
+#include "Picture.h"
+#include "PlanarRow.h"
+#include "RowLayouts.h"
+#include "Scratch.h"
+
+namespace scanvo {
+
+/// What fetching does to one plane of a loaded row.
+enum class PlaneMove { None, SpreadChroma, Filter };
+
+struct RowPlan {
+    explicit RowPlan(std::pmr::memory_resource* inResource)
+        : weights(inResource), chromaWeights(inResource) {}
+
+    RowAccess from;
+    RowAccess to;
+    /// Run on loaded rows: makes colour premultiplied where pixels are to be mixed.
+    ColourSteps before;
+    /// Run on fetched rows.
+    ColourSteps after;
+    std::int32_t sourceWidth = 0;
+    std::int32_t width = 0;
+    std::array<PlaneMove, kPlaneCount> moves{};
+    /// Used where planes move by filter.
+    WeightTable weights;
+    WeightTable chromaWeights;
+    RowShape fetchedShape{};
+    bool halvesChroma = false;
+};
+
+/// Between pictures of one width.
+RowPlan PlanConversion(const Format& inSource, const Format& inDestination, std::int32_t inWidth,
+                       std::pmr::memory_resource* inResource);
+
+/// Between pictures of any widths, whose rows may be mixed after fetching. Qualities are those of
+/// MakeWeights.
+RowPlan PlanScaling(const Format& inSource, std::int32_t inSourceWidth, const Format& inDestination,
+                    std::int32_t inWidth, std::int32_t inQuality,
+                    std::pmr::memory_resource* inResource);
+
+/// Rows that fetching and finishing need on their way.
+struct WorkRows {
+    PlanarRow loaded;
+    PlanarRow halved;
+};
+
+WorkRows MakeWorkRows(const RowPlan& inPlan, Scratch& ioScratch);
+
+/// outFetched has room for inPlan.width samples in every plane.
+void FetchRow(const RowPlan& inPlan, const Source& inSource, std::int32_t inRow,
+              const WorkRows& ioWork, const PlanarRow& outFetched);
+
+/// Uses up what the fetched row holds.
+void FinishRow(const RowPlan& inPlan, const PlanarRow& ioFetched, const WorkRows& ioWork,
+               const Destination& outDestination, std::int32_t inRow);
+
+}  // namespace scanvo

@@ -1,0 +1,46 @@
+#include "Scratch.h"
+
+#include <utility>
+
+namespace scanvo {
+namespace {
+
+// Room for a dozen float rows of a 4096 pixel picture. Pages that no call needs are never touched.
+constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
+constexpr std::size_t kAlignment = 64;
+
+thread_local std::unique_ptr<std::byte[]> idleBlock;
+
+// A call made from inside another finds no idle block and gets one of its own.
+std::unique_ptr<std::byte[]> TakeBlock() {
+    if (idleBlock) return std::move(idleBlock);
+    return std::make_unique_for_overwrite<std::byte[]>(kBlockBytes);
+}
+
+}  // namespace
+
+Scratch::Scratch()
+    : block_(TakeBlock()), resource_(block_.get(), kBlockBytes, std::pmr::new_delete_resource()) {}
+
+Scratch::~Scratch() {
+    idleBlock = std::move(block_);
+}
+
+float* Scratch::Floats(std::int32_t inCount) {
+    const std::size_t bytes = sizeof(float) * static_cast<std::size_t>(inCount);
+    return static_cast<float*>(resource_.allocate(bytes, kAlignment));
+}
+
+PlanarRow Scratch::Row(std::int32_t inWidth) {
+    PlanarRow row;
+    for (float*& plane : row) {
+        plane = Floats(inWidth);
+    }
+    return row;
+}
+
+void ReleaseThreadScratch() {
+    idleBlock.reset();
+}
+
+}  // namespace scanvo
