@@ -1,0 +1,67 @@
+// Owners of what the operating system hands out: descriptors and mappings.
+#pragma once
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <utility>
+
+namespace pellux {
+
+/// Owns a file descriptor.
+class Descriptor {
+  public:
+    Descriptor() = default;
+    explicit Descriptor(int inNumber) : number_(inNumber) {}
+    Descriptor(Descriptor&& inOther) noexcept : number_(std::exchange(inOther.number_, -1)) {}
+    Descriptor& operator=(Descriptor&& inOther) noexcept {
+        std::swap(number_, inOther.number_);
+        return *this;
+    }
+    ~Descriptor() {
+        if (number_ >= 0) close(number_);
+    }
+
+    explicit operator bool() const { return number_ >= 0; }
+    int Number() const { return number_; }
+
+  private:
+    int number_ = -1;
+};
+
+enum class Access { kRead, kReadWrite };
+
+/// Owns a shared mapping of a whole file.
+class Memory {
+  public:
+    Memory() = default;
+    /// Maps inSize bytes from the start of the file and fills the page tables at once, so that the
+    /// first use costs no faults. Empty when the system refuses.
+    Memory(const Descriptor& inFile, std::size_t inSize, Access inAccess) : size_(inSize) {
+        const int protection = inAccess == Access::kRead ? PROT_READ : PROT_READ | PROT_WRITE;
+        void* start =
+            mmap(nullptr, inSize, protection, MAP_SHARED | MAP_POPULATE, inFile.Number(), 0);
+        start_ = start == MAP_FAILED ? nullptr : static_cast<std::byte*>(start);
+    }
+    Memory(Memory&& inOther) noexcept
+        : start_(std::exchange(inOther.start_, nullptr)), size_(inOther.size_) {}
+    Memory& operator=(Memory&& inOther) noexcept {
+        std::swap(start_, inOther.start_);
+        std::swap(size_, inOther.size_);
+        return *this;
+    }
+    ~Memory() {
+        if (start_ != nullptr) munmap(start_, size_);
+    }
+
+    explicit operator bool() const { return start_ != nullptr; }
+    std::byte* Start() const { return start_; }
+    std::size_t Size() const { return size_; }
+
+  private:
+    std::byte* start_ = nullptr;
+    std::size_t size_ = 0;
+};
+
+}  // namespace pellux

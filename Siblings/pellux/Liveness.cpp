@@ -1,0 +1,150 @@
+#include "Liveness.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <chrono>
+#include <functional>
+#include <map>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "Segment.h"
+
+namespace pellux {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kBeginAttempts = 100;
+constexpr auto kSweepPatience = 1s;
+constexpr auto kSweepRetryInterval = 5ms;
+// Others may make aliases of a dead client's data until its last name has gone.
+constexpr int kMaxSweepPasses = 4;
+
+bool TryLock(const Descriptor& inFile) {
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return fcntl(inFile.Number(), F_SETLK, &lock) == 0;
+}
+
+bool IsLocked(const Descriptor& inFile) {
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return fcntl(inFile.Number(), F_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
+}
+
+// Errors of this process's own making; they say nothing about the file.
+bool IsOwnTrouble(int inError) {
+    return inError == EMFILE || inError == ENFILE || inError == ENOMEM || inError == EINTR;
+}
+
+bool IsRunning(const Folder& inFolder, const ClientId& inClient) {
+    const Descriptor file = inFolder.OpenFile(ClientName(inClient), Access::kReadWrite);
+    return file ? IsLocked(file) : IsOwnTrouble(errno);
+}
+
+using Decision = std::function<bool(const ClientId&)>;
+
+// The file that a publication's name leads to, if it is to be removed: its owner is not among the
+// living, or it has none.
+std::optional<FileId> FindRemovable(const Folder& inFolder, const std::string& inName,
+                                    bool inIncludingOwnerless, const Decision& inIsDoomed) {
+    const std::optional<FileId> found = inFolder.Identify(inName);
+    if (!found) return std::nullopt;
+    const Descriptor file = inFolder.OpenFile(inName, Access::kRead);
+    if (!file && IsOwnTrouble(errno)) return std::nullopt;
+    std::optional<Header> header;
+    if (file) {
+        // Between the two calls the name may have gone to another file, of someone alive.
+        const std::optional<FileFacts> facts = Examine(file);
+        if (facts && facts->id != *found) return std::nullopt;
+        if (facts) header = ReadHeader(file);
+    }
+    const bool isRemovable = header ? inIsDoomed(header->Owner()) : inIncludingOwnerless;
+    return isRemovable ? found : std::nullopt;
+}
+
+// Removes the publications and segments of doomed clients; returns whether there were any.
+bool RemoveFiles(const Folder& inFolder, const std::vector<FolderEntry>& inEntries,
+                 bool inIncludingOwnerless, const Decision& inIsDoomed) {
+    bool hasRemoved = false;
+    for (const FolderEntry& entry : inEntries) {
+        const ParsedName parsed = ParseName(entry.name);
+        std::optional<FileId> removable;
+        if (parsed.kind == NameKind::kSegment && inIsDoomed(parsed.client)) {
+            removable = inFolder.Identify(entry.name);
+        } else if (parsed.kind == NameKind::kPublication) {
+            removable = FindRemovable(inFolder, entry.name, inIncludingOwnerless, inIsDoomed);
+        }
+        if (!removable) continue;
+        Discard(inFolder, entry.name, removable);
+        hasRemoved = true;
+    }
+    return hasRemoved;
+}
+
+// Empty when another process keeps at it.
+Descriptor TakeSweepLock(const Folder& inFolder) {
+    const auto end = std::chrono::steady_clock::now() + kSweepPatience;
+    Descriptor file = inFolder.CreateFile(kSweepName);
+    if (!file) file = inFolder.OpenFile(kSweepName, Access::kReadWrite);
+    while (file && !TryLock(file)) {
+        if (std::chrono::steady_clock::now() > end) return {};
+        std::this_thread::sleep_for(kSweepRetryInterval);
+    }
+    return file;
+}
+
+}  // namespace
+
+std::unique_ptr<Liveness> Liveness::Begin(const Folder& inFolder) {
+    for (int attempt = 0; attempt < kBeginAttempts; ++attempt) {
+        const ClientId id = ClientId::Generate();
+        Descriptor file = inFolder.CreateFile(ClientName(id));
+        if (!file) return nullptr;
+        if (!TryLock(file)) continue;
+        // Before it was locked, the file may have been taken for a dead client's.
+        const std::optional<FileFacts> facts = Examine(file);
+        if (facts && inFolder.Identify(ClientName(id)) == facts->id) {
+            return std::make_unique<Liveness>(id, std::move(file));
+        }
+    }
+    return nullptr;
+}
+
+void RemoveEverythingOf(const Folder& inFolder, const ClientId& inClient) {
+    const Decision isThisOne = [&](const ClientId& inId) { return inId == inClient; };
+    for (int pass = 0; pass < kMaxSweepPasses; ++pass) {
+        if (!RemoveFiles(inFolder, inFolder.List(), false, isThisOne)) break;
+    }
+    inFolder.Remove(ClientName(inClient));
+}
+
+void RemoveLeftovers(const Folder& inFolder, const ClientId& inOwnClient) {
+    const Descriptor lock = TakeSweepLock(inFolder);
+    if (!lock) return;
+    // A client found dead stays dead: its identity is never used again.
+    std::map<ClientId, bool> isDead{{inOwnClient, false}};
+    const Decision isDoomed = [&](const ClientId& inId) {
+        const auto [known, isNew] = isDead.try_emplace(inId, false);
+        if (isNew) known->second = !IsRunning(inFolder, inId);
+        return known->second;
+    };
+    std::vector<FolderEntry> entries = inFolder.List();
+    for (int pass = 0; pass < kMaxSweepPasses; ++pass) {
+        if (!RemoveFiles(inFolder, entries, true, isDoomed)) break;
+        entries = inFolder.List();
+    }
+    for (const FolderEntry& entry : entries) {
+        const ParsedName parsed = ParseName(entry.name);
+        if (parsed.kind == NameKind::kClient && isDoomed(parsed.client)) {
+            inFolder.Remove(entry.name);
+        }
+    }
+}
+
+}  // namespace pellux

@@ -1,0 +1,402 @@
+#include "Publisher.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <utility>
+
+namespace pellux {
+
+using processcoordination::kBadReference;
+using processcoordination::kGuidTaken;
+using processcoordination::kNoRoom;
+using processcoordination::kNotInitialized;
+using processcoordination::kSuccess;
+using processcoordination::kSystemFailure;
+
+namespace {
+
+constexpr std::uint64_t kMaxSize = std::uint64_t{1} << 48;
+// Every segment costs a mapping, of which the system allows a process some 65,000.
+constexpr std::size_t kMaxRetainedSegments = 8192;
+constexpr std::size_t kMaxErrors = 1024;
+// Looking whether a publication is still held costs some microseconds.
+constexpr int kExaminationsPerCall = 8;
+
+// Sizes that vary a little must find each other's segments, so they are rounded up by at most a
+// sixteenth.
+std::uint64_t FileSizeFor(std::uint64_t inSize) {
+    const std::uint64_t grain = std::max(HeaderBytes(), std::bit_floor(inSize) / 16);
+    return HeaderBytes() + (inSize + grain - 1) / grain * grain;
+}
+
+// Whether a segment is large enough, and not so large that more than a quarter would be wasted.
+bool Fits(const Segment& inSegment, std::uint64_t inSize) {
+    const std::uint64_t size = FileSizeFor(inSize);
+    return inSegment.FileSize() >= size && inSegment.FileSize() - size <= size / 4;
+}
+
+Status StatusOf(int inError) {
+    switch (inError) {
+        case 0:
+            return kSuccess;
+        case EEXIST:
+            return kGuidTaken;
+        case ENOSPC:
+        case EDQUOT:
+        case EFBIG:
+        case ENOMEM:
+            return kNoRoom;
+        default:
+            return kSystemFailure;
+    }
+}
+
+Header HeaderOf(const ClientId& inOwner) {
+    Header header;
+    header.ownerProcess = inOwner.process;
+    header.ownerSalt = inOwner.salt;
+    return header;
+}
+
+}  // namespace
+
+class Publisher::Discards {
+  public:
+    explicit Discards(const Folder& inFolder) : folder_(inFolder) {}
+    Discards(const Discards&) = delete;
+    Discards& operator=(const Discards&) = delete;
+    ~Discards() {
+        for (const auto& segment : segments_)
+            Discard(folder_, segment->ownName, segment->file);
+    }
+
+    void Add(std::shared_ptr<Segment> inSegment) { segments_.push_back(std::move(inSegment)); }
+
+  private:
+    const Folder& folder_;
+    std::vector<std::shared_ptr<Segment>> segments_;
+};
+
+// ---- Memory to write to -------------------------------------------------------------------------
+
+Status Publisher::Allocate(std::uint64_t inSize, WritableSegment& outSegment) {
+    if (inSize == 0 || inSize > kMaxSize) return kNoRoom;
+    WritableSegment result;
+    result.size = inSize;
+    while ((result.segment = TakeForReuse(inSize)) && !Reopen(result)) {
+        Discard(folder_, result.segment->ownName, result.segment->file);
+    }
+    if (!result.segment) {
+        if (const Status status = Create(result); status != kSuccess) return status;
+    }
+    if (!BeginWriting(*result.segment)) {
+        Discard(folder_, result.segment->ownName, result.segment->file);
+        return kNotInitialized;
+    }
+    outSegment = std::move(result);
+    return kSuccess;
+}
+
+std::shared_ptr<Segment> Publisher::TakeForReuse(std::uint64_t inSize) {
+    Discards discards(folder_);
+    const std::lock_guard lock(mutex_);
+    return FindForReuse(inSize, discards);
+}
+
+// Prefers what is idle, then what may be evicted for the bound's sake, then memory that is new.
+std::shared_ptr<Segment> Publisher::FindForReuse(std::uint64_t inSize, Discards& outDiscards) {
+    if (std::shared_ptr<Segment> segment = TakeIdle(inSize)) return segment;
+    ExamineHeld();
+    ExamineRetiring();
+    // Segments being written will come back and are counted, lest two that are written in turns
+    // never settle; but they may not drive out all that is published.
+    const std::uint64_t more =
+        FileSizeFor(inSize) + std::min(writtenBytes_, retainedBytesLimit_ / 2);
+    for (;;) {
+        if (std::shared_ptr<Segment> segment = TakeIdle(inSize)) return segment;
+        // What is idle is of other sizes. It is given up for new memory only when there is enough
+        // of it: streams of several sizes would otherwise destroy each other's segments in turns.
+        if (!WouldExceed(more) || idleBytes_ >= more || !EvictOldest(0)) break;
+    }
+    while (WouldExceed(more) && !idle_.empty())
+        DropIdle(outDiscards);
+    return nullptr;
+}
+
+bool Publisher::Reopen(WritableSegment& ioSegment) const {
+    Descriptor file = folder_.OpenFile(ioSegment.segment->ownName, Access::kReadWrite);
+    if (!file || !Hold(file)) return false;
+    const std::optional<FileFacts> facts = Examine(file);
+    if (!facts || facts->id != ioSegment.segment->file) return false;
+    ioSegment.hold = std::move(file);
+    return true;
+}
+
+Status Publisher::Create(WritableSegment& ioSegment) {
+    int error = TryCreate(ioSegment);
+    if (StatusOf(error) == kNoRoom && DropAllIdle()) error = TryCreate(ioSegment);
+    return StatusOf(error);
+}
+
+// Returns 0 or the errno.
+int Publisher::TryCreate(WritableSegment& ioSegment) {
+    auto segment = std::make_shared<Segment>();
+    segment->ownName = NewName();
+    Descriptor file = folder_.CreateFile(segment->ownName);
+    if (!file) return errno;
+    const std::uint64_t fileSize = FileSizeFor(ioSegment.size);
+    int error = Hold(file) ? ReserveRoom(file, fileSize) : errno;
+    if (error == 0) {
+        segment->memory = Memory(file, fileSize, Access::kReadWrite);
+        if (!segment->memory) error = errno;
+    }
+    const std::optional<FileFacts> facts = Examine(file);
+    if (error != 0 || !facts) {
+        folder_.Remove(segment->ownName);
+        return error != 0 ? error : EIO;
+    }
+    segment->file = facts->id;
+    segment->FileHeader() = HeaderOf(client_);
+    ioSegment.segment = std::move(segment);
+    ioSegment.hold = std::move(file);
+    return 0;
+}
+
+bool Publisher::BeginWriting(const Segment& inSegment) {
+    const std::lock_guard lock(mutex_);
+    if (isStopped_) return false;
+    writtenBytes_ += inSegment.FileSize();
+    return true;
+}
+
+void Publisher::GiveBack(WritableSegment inSegment) {
+    const bool isNameless = LetGo(std::move(inSegment.hold));
+    Discards discards(folder_);
+    const std::lock_guard lock(mutex_);
+    if (isStopped_ || inSegment.isPublished) return;
+    writtenBytes_ -= inSegment.segment->FileSize();
+    if (isNameless) return;
+    AddIdle(std::move(inSegment.segment));
+    KeepWithinBound(0, discards);
+}
+
+std::string Publisher::NewName() {
+    return SegmentName(client_, nextNumber_++);
+}
+
+// ---- Publishing ---------------------------------------------------------------------------------
+
+Status Publisher::Publish(const Guid& inGuid, WritableSegment& ioSegment) {
+    std::string name = PublicationName(inGuid);
+    Discards discards(folder_);
+    const std::lock_guard lock(mutex_);
+    if (isStopped_) return kNotInitialized;
+    if (ioSegment.isPublished) return kBadReference;
+    Segment& segment = *ioSegment.segment;
+    Header& header = segment.FileHeader();
+    header.content = Content::kData;
+    header.size = ioSegment.size;
+    header.guid = inGuid;
+    // From here on all of it is there, for everyone, or nothing.
+    if (const int error = folder_.Rename(segment.ownName, name)) return StatusOf(error);
+    ioSegment.isPublished = true;
+    writtenBytes_ -= segment.FileSize();
+    publishedBytes_ += segment.FileSize();
+    const Age age = nextAge_++;
+    published_.emplace(age, Publication{std::move(name), ioSegment.segment});
+    KeepWithinBound(age, discards);
+    return kSuccess;
+}
+
+Status Publisher::PublishError(const Guid& inGuid, std::int32_t inErrorCode) {
+    Header header = HeaderOf(client_);
+    header.content = Content::kError;
+    header.errorCode = inErrorCode;
+    header.guid = inGuid;
+    const std::string ownName = NewName();
+    const Descriptor file = folder_.CreateFile(ownName);
+    if (!file) return StatusOf(errno);
+    int error = ReserveRoom(file, HeaderBytes());
+    if (error == 0 && pwrite(file.Number(), &header, sizeof(header), 0) != sizeof(header)) {
+        error = EIO;
+    }
+    const std::optional<FileFacts> facts = Examine(file);
+    if (error == 0 && !facts) error = EIO;
+
+    const std::lock_guard lock(mutex_);
+    const std::string name = PublicationName(inGuid);
+    if (error == 0 && !isStopped_) error = folder_.Rename(ownName, name);
+    if (error != 0 || isStopped_) {
+        folder_.Remove(ownName);
+        return error != 0 ? StatusOf(error) : kNotInitialized;
+    }
+    errors_.push_back({name, facts->id});
+    if (errors_.size() > kMaxErrors) {
+        folder_.RemoveIf(errors_.front().name, errors_.front().file);
+        errors_.pop_front();
+    }
+    return kSuccess;
+}
+
+void Publisher::Stop() {
+    // They outlive the lock: unmapping takes a while.
+    Publications published, held;
+    std::list<std::shared_ptr<Segment>> idle, retiring;
+    const std::lock_guard lock(mutex_);
+    isStopped_ = true;
+    published.swap(published_);
+    held.swap(held_);
+    idle.swap(idle_);
+    retiring.swap(retiring_);
+    errors_.clear();
+    publishedBytes_ = idleBytes_ = writtenBytes_ = 0;
+}
+
+// ---- Keeping within the bound -------------------------------------------------------------------
+
+void Publisher::SetRetainedBytesLimit(std::uint64_t inBytes) {
+    Discards discards(folder_);
+    const std::lock_guard lock(mutex_);
+    retainedBytesLimit_ = inBytes;
+    KeepWithinBound(0, discards);
+}
+
+bool Publisher::WouldExceed(std::uint64_t inMoreBytes) const {
+    const std::uint64_t bytes = publishedBytes_ + idleBytes_ + inMoreBytes;
+    return bytes > retainedBytesLimit_ || published_.size() + idle_.size() > kMaxRetainedSegments;
+}
+
+void Publisher::KeepWithinBound(Age inSpared, Discards& outDiscards) {
+    while (WouldExceed(0)) {
+        if (!idle_.empty()) {
+            DropIdle(outDiscards);
+        } else if (!EvictOldest(inSpared)) {
+            return;
+        }
+    }
+}
+
+// Takes the oldest publication without holders back; false when there is none.
+bool Publisher::EvictOldest(Age inSpared) {
+    for (auto next = published_.begin(); next != published_.end();) {
+        const auto oldest = next++;
+        if (oldest->first == inSpared) continue;
+        auto node = published_.extract(oldest);
+        publishedBytes_ -= node.mapped().segment->FileSize();
+        const Eviction eviction = Evict(node.mapped());
+        if (eviction == Eviction::kHeld) {
+            held_.insert(std::move(node));
+            continue;
+        }
+        if (eviction == Eviction::kIdle) AddIdle(std::move(node.mapped().segment));
+        if (eviction == Eviction::kRetiring) {
+            retiring_.push_back(std::move(node.mapped().segment));
+        }
+        return true;
+    }
+    return false;
+}
+
+Publisher::Eviction Publisher::Evict(const Publication& inPublication) const {
+    const Segment& segment = *inPublication.segment;
+    const Descriptor file = folder_.OpenFile(inPublication.name, Access::kRead);
+    if (!file && errno != ENOENT) return Eviction::kHeld;
+    const std::optional<FileFacts> facts = file ? Examine(file) : std::nullopt;
+    if (!facts || facts->id != segment.file) return Eviction::kLost;
+    if (IsHeldByOthers(file)) return Eviction::kHeld;
+    // A reader holds the file first and then makes sure of its name. So whoever is to get at the
+    // bytes is seen to hold them when the names have gone.
+    if (folder_.Rename(inPublication.name, segment.ownName) != 0) return Eviction::kLost;
+    return IsReusable(segment, file) ? Eviction::kIdle : Eviction::kRetiring;
+}
+
+// For a segment that has its own name back: whether nobody can read it any more.
+bool Publisher::IsReusable(const Segment& inSegment, const Descriptor& inFile) const {
+    std::optional<FileFacts> facts = Examine(inFile);
+    if (facts && facts->nameCount > 1) RemoveAliases(inSegment);
+    if (IsHeldByOthers(inFile)) return false;
+    // Only a holder can make an alias, so none comes after this look.
+    facts = Examine(inFile);
+    return facts && facts->nameCount == 1;
+}
+
+void Publisher::RemoveAliases(const Segment& inSegment) const {
+    for (const FolderEntry& entry : folder_.List()) {
+        if (entry.inode != inSegment.file.inode) continue;
+        if (ParseName(entry.name).kind != NameKind::kPublication) continue;
+        folder_.RemoveIf(entry.name, inSegment.file);
+    }
+}
+
+// Publications whose holders have gone count again, and are as old as they were.
+void Publisher::ExamineHeld() {
+    const auto count = std::min<std::size_t>(held_.size(), kExaminationsPerCall);
+    for (std::size_t i = 0; i < count; ++i) {
+        auto next = held_.upper_bound(lastExamined_);
+        if (next == held_.end()) next = held_.begin();
+        lastExamined_ = next->first;
+        const Descriptor file = folder_.OpenFile(next->second.name, Access::kRead);
+        if (file ? IsHeldByOthers(file) : errno != ENOENT) continue;
+        publishedBytes_ += next->second.segment->FileSize();
+        published_.insert(held_.extract(next));
+    }
+}
+
+void Publisher::ExamineRetiring() {
+    const auto count = std::min<std::size_t>(retiring_.size(), kExaminationsPerCall);
+    for (std::size_t i = 0; i < count; ++i) {
+        std::shared_ptr<Segment> segment = std::move(retiring_.front());
+        retiring_.pop_front();
+        const Descriptor file = folder_.OpenFile(segment->ownName, Access::kRead);
+        if (!file && errno == ENOENT) continue;
+        if (file && IsReusable(*segment, file)) {
+            AddIdle(std::move(segment));
+        } else {
+            retiring_.push_back(std::move(segment));
+        }
+    }
+}
+
+// ---- What is idle -------------------------------------------------------------------------------
+
+// The best fit; of equal ones the one used last, whose bytes are the likeliest to be in a cache.
+std::shared_ptr<Segment> Publisher::TakeIdle(std::uint64_t inSize) {
+    auto best = idle_.end();
+    for (auto it = idle_.end(); it != idle_.begin();) {
+        --it;
+        if (!Fits(**it, inSize)) continue;
+        if (best == idle_.end() || (*it)->FileSize() < (*best)->FileSize()) best = it;
+        if ((*best)->FileSize() == FileSizeFor(inSize)) break;
+    }
+    if (best == idle_.end()) return nullptr;
+    std::shared_ptr<Segment> segment = std::move(*best);
+    idle_.erase(best);
+    idleBytes_ -= segment->FileSize();
+    return segment;
+}
+
+void Publisher::AddIdle(std::shared_ptr<Segment> inSegment) {
+    idleBytes_ += inSegment->FileSize();
+    idle_.push_back(std::move(inSegment));
+}
+
+void Publisher::DropIdle(Discards& outDiscards) {
+    idleBytes_ -= idle_.front()->FileSize();
+    outDiscards.Add(std::move(idle_.front()));
+    idle_.pop_front();
+}
+
+// True if there was anything to drop.
+bool Publisher::DropAllIdle() {
+    Discards discards(folder_);
+    const std::lock_guard lock(mutex_);
+    const bool hasIdle = !idle_.empty();
+    while (!idle_.empty())
+        DropIdle(discards);
+    return hasIdle;
+}
+
+}  // namespace pellux
