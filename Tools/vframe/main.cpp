@@ -1,0 +1,82 @@
+// vframe: makes, converts and shares video frames from the command line.
+
+#include <VideoFrame/VideoFrame.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <new>
+#include <system_error>
+
+#include "Commands.h"
+#include "Failure.h"
+#include "Ffmpeg.h"
+#include "Interrupt.h"
+
+namespace vframe {
+namespace {
+
+/// One line on standard error, whatever the text holds.
+int Report(std::string inText, int inExitStatus) {
+    for (char& c : inText) {
+        if (c == '\n' || c == '\r') c = ' ';
+    }
+    std::fprintf(stderr, "vframe: %s\n", inText.c_str());
+    return inExitStatus;
+}
+
+void DescribeProgram(CLI::App& inApp) {
+    inApp.require_subcommand(1);
+    inApp.add_flag_callback(
+        "--verbose", [] { av_log_set_level(AV_LOG_WARNING); },
+        "Also show what FFmpeg's libraries say");
+    inApp.set_version_flag("--version", std::string("vframe ") + VFRAME_VERSION);
+    inApp.footer(
+        "Sizes are written as 960x540, formats by the names that 'vframe formats' lists.\n"
+        "'vframe COMMAND --help' tells more about a command.\n\n"
+        "Exit status: 0 done, 1 something failed, 2 the arguments cannot be understood.");
+    AddFormatsCommand(inApp);
+    AddInfoCommand(inApp);
+    AddConvertCommand(inApp);
+    AddPublishCommand(inApp);
+    AddReceiveCommand(inApp);
+    AddDemoCommand(inApp);
+}
+
+int Run(int inCount, char** inArguments) {
+    ListenForInterrupts();
+    av_log_set_level(AV_LOG_QUIET);
+    // The error that follows says the same, in the program's own words.
+    tulocore::debug::SetContractHandler([](const auto&) { return false; });
+    CLI::App app("Makes, converts and shares uncompressed video frames.", "vframe");
+    DescribeProgram(app);
+    try {
+        app.parse(inCount, inArguments);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return app.exit(error);  // help or version
+        return Report(std::string("arguments: ") + error.what(), kExitUsage);
+    }
+    if (std::fflush(stdout) != 0)
+        throw Failure("standard output", std::generic_category().message(errno));
+    return 0;
+}
+
+}  // namespace
+}  // namespace vframe
+
+int main(int inCount, char** inArguments) {
+    using vframe::Report;
+    try {
+        return vframe::Run(inCount, inArguments);
+    } catch (const vframe::Failure& failure) {
+        return Report(failure.what(), failure.ExitStatus());
+    } catch (const tulocore::config::Error& error) {
+        return Report(std::string("library: ") + error.what(), vframe::kExitFailure);
+    } catch (const Brix::Exception& error) {
+        return Report(std::string("library: ") + error.what(), vframe::kExitFailure);
+    } catch (const std::bad_alloc&) {
+        return Report("memory: there is not enough", vframe::kExitFailure);
+    } catch (const std::exception& error) {
+        return Report(std::string("error: ") + error.what(), vframe::kExitFailure);
+    }
+}
