@@ -1,0 +1,194 @@
+#include "frames/BinaryReferenceVideoFrame.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "support/Contracts.h"
+#include "support/Frames.h"
+#include "support/SharedFolder.h"
+
+using processcoordination::BinaryReferencePtr;
+using support::Ask;
+using tulocore::utility::Guid;
+
+namespace {
+
+class BinaryReferenceFrame : public testing::Test {
+  protected:
+    void SetUp() override {
+        VF::Initialize();
+        VF::SetCreatePublishableVideoFrames(true);
+    }
+    void TearDown() override {
+        VF::SetCreatePublishableVideoFrames(false);
+        VF::SetCreatePublishableCustomVideoFrames(false);
+        VF::Shutdown();
+    }
+
+    static std::int32_t Publish(const VF::VideoFrameRef& inFrame, const Guid& inGuid) {
+        return Ask<VF::IPublishableVideoFrame>(inFrame)->Publish(inGuid);
+    }
+
+    static VF::VideoFrameRef Receive(const Guid& inGuid) {
+        BinaryReferencePtr reference;
+        EXPECT_EQ(processcoordination::GetBinaryDataIfAvailable(inGuid, reference), 0);
+        return VF::BinaryReferenceVideoFrame::Create(reference, inGuid);
+    }
+
+  private:
+    support::SharedFolder folder_;
+};
+
+constexpr const char* kWriteRule = "!GetReadOnly() && InternalGetWritableData()";
+constexpr auto kGeneralFailure = static_cast<std::int32_t>(0xA00F0001);
+
+}  // namespace
+
+TEST_F(BinaryReferenceFrame, SwitchesChooseSharedMemory) {
+    struct Case {
+        bool all, custom, standardShared, customShared;
+    };
+    for (const Case& c : {Case{false, false, false, false},
+                          {true, false, true, true},
+                          {false, true, false, true},
+                          {true, true, true, true}}) {
+        VF::SetCreatePublishableVideoFrames(c.all);
+        VF::SetCreatePublishableCustomVideoFrames(c.custom);
+        EXPECT_EQ(VF::GetCreatePublishableVideoFrames(), c.all);
+        EXPECT_EQ(VF::GetCreatePublishableCustomVideoFrames(), c.all || c.custom);
+        EXPECT_EQ(static_cast<bool>(Ask<VF::IPublishableVideoFrame>(support::MakeFrame(8, 8))),
+                  c.standardShared);
+        EXPECT_EQ(static_cast<bool>(Ask<VF::IPublishableVideoFrame>(support::MakeCustomFrame(80))),
+                  c.customShared);
+    }
+}
+
+TEST_F(BinaryReferenceFrame, NewFrameIsLikeAnyOther) {
+    VF::VideoFrameRef frame;
+    ASSERT_EQ(VF::CreateDiskAlignedVideoFrame(frame, tulomediatypes::kPixelFormat_BGRA_4444_8u, 100,
+                                              10, {1, 1}, 512, 4096, 64, true, false),
+              0);
+    EXPECT_FALSE(frame->GetReadOnly());
+    EXPECT_TRUE(Ask<OV::IVideoFrameClearable>(frame));
+    EXPECT_EQ((reinterpret_cast<std::uintptr_t>(support::Data(frame)) - 64) % 512, 0U);
+    EXPECT_EQ(std::to_integer<int>(support::Data(frame)[3]), 255);
+    EXPECT_EQ(frame->GetFieldType(), 3U);
+    frame->SetReadOnly(true);
+    EXPECT_FALSE(Ask<OV::IVideoFrameClearable>(frame));
+    frame->SetReadOnly(false);
+    frame->SetFieldType(1);
+    EXPECT_EQ(frame->GetFieldType(), 1U);
+    const VF::VideoFrameRef custom = support::MakeCustomFrame(1000);
+    EXPECT_EQ(Ask<VF::IVideoFrameMemoryAccess>(custom)->GetDataSize(), 1000U);
+}
+
+TEST_F(BinaryReferenceFrame, PublishingInPlaceSharesTheBytesAndEndsWriting) {
+    const VF::VideoFrameRef frame = support::MakeFrame(64, 4);
+    std::memset(support::Data(frame), 0x5A, 64 * 4 * 4);
+    frame->SetFieldType(2);
+    const Guid guid = Guid::Generate();
+    ASSERT_EQ(Publish(frame, guid), 0);
+    EXPECT_TRUE(frame->GetReadOnly());
+    frame->SetReadOnly(false);
+    EXPECT_TRUE(frame->GetReadOnly());
+    EXPECT_FALSE(Ask<OV::IVideoFrameClearable>(frame));
+    EXPECT_EQ(std::to_integer<int>(support::Data(frame)[1023]), 0x5A);
+    support::ExpectBroken(kWriteRule, "SharedMemoryVideoFrame", 0, [&] { frame->SetFieldType(1); });
+
+    const VF::VideoFrameRef received = Receive(guid);
+    ASSERT_TRUE(received);
+    EXPECT_EQ(received->GetBounds(), frame->GetBounds());
+    EXPECT_EQ(received->GetFieldType(), 2U);
+    EXPECT_EQ(std::memcmp(support::Data(received), support::Data(frame), 64 * 4 * 4), 0);
+}
+
+TEST_F(BinaryReferenceFrame, SecondPublicationIsAnAlias) {
+    const VF::VideoFrameRef frame = support::MakeFrame(1000, 1000);
+    const Guid first = Guid::Generate();
+    const Guid second = Guid::Generate();
+    ASSERT_EQ(Publish(frame, first), 0);
+    const std::uint64_t bytes = processcoordination::CountSharedBytes();
+    EXPECT_EQ(Publish(frame, second), 0);
+    EXPECT_EQ(processcoordination::CountSharedBytes(), bytes);
+    EXPECT_TRUE(Receive(second));
+    EXPECT_EQ(Publish(frame, second), kGeneralFailure);
+}
+
+TEST_F(BinaryReferenceFrame, RefusedPublicationLeavesTheFrameWritable) {
+    const Guid guid = Guid::Generate();
+    ASSERT_EQ(Publish(support::MakeFrame(8, 8), guid), 0);
+    const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
+    EXPECT_EQ(Publish(frame, guid), kGeneralFailure);
+    EXPECT_FALSE(frame->GetReadOnly());
+    EXPECT_EQ(Publish(frame, Guid::Generate()), 0);
+    EXPECT_TRUE(frame->GetReadOnly());
+}
+
+TEST_F(BinaryReferenceFrame, ReceivedFrameIsReadOnlyAndPublishesAnAlias) {
+    const Guid guid = Guid::Generate();
+    ASSERT_EQ(Publish(support::MakeFrame(8, 8), guid), 0);
+    const VF::VideoFrameRef received = Receive(guid);
+    ASSERT_TRUE(received);
+    received->SetReadOnly(false);
+    EXPECT_TRUE(received->GetReadOnly());
+    EXPECT_FALSE(Ask<OV::IVideoFrameClearable>(received));
+    EXPECT_TRUE(Ask<VF::IVideoFrame2DPixelMemoryAccess>(received));
+    support::ExpectBroken(kWriteRule, "SharedMemoryVideoFrame", 0,
+                          [&] { received->SetAlphaType(3); });
+    received->SetRenderTime(4);
+    EXPECT_EQ(received->GetRenderTime(), 0U);
+    const Guid alias = Guid::Generate();
+    EXPECT_EQ(Publish(received, alias), 0);
+    EXPECT_TRUE(Receive(alias));
+    EXPECT_EQ(Publish(received, alias), kGeneralFailure);
+    EXPECT_FALSE(received->Duplicate()->GetReadOnly());
+}
+
+TEST_F(BinaryReferenceFrame, NothingIsBuiltOverAnEmptyReference) {
+    EXPECT_FALSE(VF::BinaryReferenceVideoFrame::Create({}, Guid::Generate()));
+}
+
+TEST_F(BinaryReferenceFrame, FramesOutliveTheStopOfTheLibrary) {
+    const VF::VideoFrameRef writable = support::MakeFrame(100, 100);
+    std::memset(support::Data(writable), 0x33, 40000);
+    const Guid guid = Guid::Generate();
+    ASSERT_EQ(Publish(writable, guid), 0);
+    const VF::VideoFrameRef received = Receive(guid);
+    VF::Shutdown();
+    EXPECT_EQ(std::memcmp(support::Data(writable), support::Data(received), 40000), 0);
+    VF::Initialize();
+}
+
+TEST_F(BinaryReferenceFrame, WithoutTheServiceFramesComeFromTheRecycler) {
+    VF::Shutdown();
+    const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
+    ASSERT_TRUE(frame);
+    EXPECT_FALSE(Ask<VF::IPublishableVideoFrame>(frame));
+    VF::Initialize();
+}
+
+TEST_F(BinaryReferenceFrame, PublishesOnOneThreadWhileOthersAsk) {
+    for (int round = 0; round < 50; ++round) {
+        const VF::VideoFrameRef frame = support::MakeFrame(16, 16);
+        std::atomic<bool> done = false;
+        std::vector<std::jthread> readers;
+        for (int i = 0; i < 2; ++i) {
+            readers.emplace_back([&] {
+                bool wasReadOnly = false;
+                while (!done) {
+                    const bool readOnly = frame->GetReadOnly();
+                    EXPECT_TRUE(readOnly || !wasReadOnly);
+                    wasReadOnly = readOnly;
+                    EXPECT_EQ(frame->GetBounds().Width(), 16);
+                }
+            });
+        }
+        EXPECT_EQ(Publish(frame, Guid::Generate()), 0);
+        EXPECT_EQ(Publish(frame, Guid::Generate()), 0);
+        done = true;
+    }
+}

@@ -1,0 +1,134 @@
+#include "VideoFrame/FrameLayout.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+
+#include "frames/FrameHeader.h"
+
+using namespace tulomediatypes;
+
+TEST(FrameLayout, SizeOfABuffer) {
+    struct Case {
+        int alignment, block, prefix;
+        unsigned long long size;
+    };
+    constexpr unsigned long long kPixels = 8294400;  // 1920 x 1080 x 4
+    const Case cases[] = {
+        {0, 0, 0, 128 + kPixels},
+        {0, 4096, 0, 8298496 + 4095},
+        {512, 4096, 512, 8298496 + 511},
+        {512, 0, 0, 128 + kPixels + 511},
+        {512, 0, -1000, 128 + kPixels + 511},
+        {0, 0, 100, 128 + 100 + kPixels},
+        {-8, 4096, 0, 8298496},  // an alignment that is not 0 keeps the block size from serving
+        {0, -4096, 0, 128 + kPixels},
+    };
+    for (const Case& c : cases) {
+        unsigned long long size = 0;
+        EXPECT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(
+                      kPixelFormat_BGRA_4444_8u, 1920, 1080, c.alignment, c.block, c.prefix, size),
+                  0);
+        EXPECT_EQ(size, c.size) << c.alignment << " " << c.block << " " << c.prefix;
+    }
+    unsigned long long size = 0;
+    VF::GetRequiredSharedMemorySizeForVideoFrame(kPixelFormat_BGRA_4444_32f, INT_MAX, INT_MAX, 0, 0,
+                                                 0, size);
+    EXPECT_LT(static_cast<long long>(size), 0);
+}
+
+TEST(FrameLayout, PixelOffset) {
+    struct Case {
+        std::uintptr_t address;
+        int alignment, block, prefix, offset;
+    };
+    const Case cases[] = {
+        {0x10000, 0, 0, 0, 0},
+        {0x10001, 0, 0, 0, 0},
+        {0x10000, 0, 4096, 0, 3968},
+        {0x10000 - 16, 0, 4096, 0, 3984},
+        {0x10000, 512, 4096, 512, 384 + 512},
+        {0x10000, 512, 0, -5, 384},
+        {0x10000, 0, 0, 77, 77},
+        {0x10000, 0, -1, 77, 77},
+        {0x10000, 64, 0, 0, 0},
+        {0x10001, 64, 0, 0, 63},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(VF::DeterminePixelOffsetForVideoFrame(reinterpret_cast<const void*>(c.address),
+                                                        c.alignment, c.block, c.prefix),
+                  c.offset)
+            << std::hex << c.address << std::dec << " " << c.alignment << " " << c.block;
+    }
+}
+
+// Whatever the address, the pixels fit behind the offset.
+TEST(FrameLayout, SizeAlwaysHasRoomForTheOffset) {
+    for (const int alignment : {0, 1, 16, 512}) {
+        for (const int block : {0, 32, 4096}) {
+            for (const int prefix : {-1, 0, 13}) {
+                unsigned long long size = 0;
+                VF::GetRequiredSharedMemorySizeForVideoFrame(kPixelFormat_BGRA_4444_8u, 5, 3,
+                                                             alignment, block, prefix, size);
+                for (std::uintptr_t address = 0x20000; address < 0x20000 + 4096; address += 7) {
+                    const int offset = VF::DeterminePixelOffsetForVideoFrame(
+                        reinterpret_cast<const void*>(address), alignment, block, prefix);
+                    EXPECT_LE(128U + static_cast<unsigned>(offset) + 5 * 3 * 4, size);
+                }
+            }
+        }
+    }
+}
+
+TEST(FrameLayout, WriterFillsItsFieldsAndLeavesTheReservedBytes) {
+    std::uint32_t words[33];
+    std::memset(words, 0xEE, sizeof(words));
+    VF::WriteFrameHeader(words, {.totalSize = 0x1'0000'0010,
+                                 .format = {1, 2},
+                                 .origin = {-3, 4},
+                                 .width = 5,
+                                 .height = 6,
+                                 .fieldType = 7,
+                                 .dataRect = {8, 9, 10, 11},
+                                 .aspectRatio = {12, 13},
+                                 .rowBytes = 14,
+                                 .contentRect = {15, 16, 17, 18}});
+    const std::uint32_t expected[24] = {128, 6,  0x10, 1,  2,  0xFFFFFFFD, 4,  5,  6,  7,  1, 8,
+                                        9,   10, 11,   12, 13, 14,         15, 16, 17, 18, 0, 0};
+    for (std::size_t i = 0; i < 24; ++i)
+        EXPECT_EQ(words[i], expected[i]) << "offset " << i * 4;
+    for (std::size_t i = 24; i < 33; ++i)
+        EXPECT_EQ(words[i], 0xEEEEEEEE) << "offset " << i * 4;
+}
+
+TEST(FrameLayout, RowBytesOfANewFrame) {
+    struct Case {
+        PixelFormat format;
+        std::int32_t rowBytes;
+    };
+    for (const Case& c : {Case{kPixelFormat_BGRA_4444_8u, 400},
+                          {kPixelFormat_UYVY_422_8u, 200},
+                          {kPixelFormat_NTSCDV25, 1000 - 128},
+                          {kPixelFormat_Invalid, 1000 - 128}}) {
+        VF::SharedFrameHeader header{};
+        VF::WriteNewFrameHeader(&header, 1000, c.format, 100, 2, {1, 1});
+        EXPECT_EQ(header.rowBytes, c.rowBytes);
+    }
+}
+
+TEST(FrameLayout, OlderHeadersHaveNoPixelOffset) {
+    VF::SharedFrameHeader header{};
+    header.pixelOffset = 64;
+    header.version = 5;
+    EXPECT_EQ(VF::PixelPosition(header), 128U);
+    header.version = 6;
+    EXPECT_EQ(VF::PixelPosition(header), 192U);
+}
+
+TEST(FrameLayout, RectanglesComeBackAsStored) {
+    for (const Brix::Rect& rect :
+         {Brix::Rect{0, 0, 10, 20}, {-5, -6, 7, 8}, {9, 9, 3, 3}, {INT_MIN, 0, INT_MAX, 1}}) {
+        EXPECT_EQ(VF::FromStored(VF::ToStored(rect)), rect);
+    }
+}

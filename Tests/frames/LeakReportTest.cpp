@@ -1,0 +1,104 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "frames/RawFrame.h"
+#include "frames/VideoFrameUtilities.h"
+#include "support/Contracts.h"
+#include "support/Frames.h"
+
+namespace {
+
+TPixHand Handle(std::uintptr_t inAddress) {
+    return reinterpret_cast<TPixHand>(inAddress);
+}
+
+GF_Pixel* World(std::uintptr_t inAddress) {
+    return reinterpret_cast<GF_Pixel*>(inAddress);
+}
+
+// What the report writes, with the thread's number taken off each line.
+std::string Report() {
+    std::string lines;
+    const auto before =
+        tulocore::debug::SetTraceSink([&](std::string_view inLine) { lines += inLine; });
+    VF::ReportAndForgetLeaks();
+    tulocore::debug::SetTraceSink(before);
+    const std::string thread = "<" + std::to_string(tulocore::threads::GetCurrentThreadID()) + "> ";
+    std::string text;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);) {
+        EXPECT_EQ(line.substr(0, thread.size()), thread);
+        text += line.substr(thread.size()) + "\n";
+    }
+    return text;
+}
+
+class LeakReport : public testing::Test {
+  protected:
+    void SetUp() override { tulocore::debug::SetTraceEnabled("TPix", true); }
+    void TearDown() override {
+        Report();
+        tulocore::debug::SetTraceEnabled("TPix", false);
+    }
+};
+
+}  // namespace
+
+TEST_F(LeakReport, NothingLeftWritesNothing) {
+    EXPECT_EQ(Report(), "");
+}
+
+TEST_F(LeakReport, LinesInOrderOfTheHandlesEmptyEntriesCounted) {
+    const auto raw = VF::RawFrame::Create();
+    ASSERT_EQ(raw->AllocateMemory(1000, 16), 0);
+    VF::RegisterTPixFrame(Handle(0x1F3A0), support::MakeFrame(720, 480));
+    VF::RegisterTPixFrame(Handle(0xABC), raw);
+    VF::TPixFrameMap().frames[Handle(0x10)];  // as a lookup leaves it behind
+    VF::RegisterEffectWorldFrame(World(0x20), support::MakeFrame(8, 8));
+    VF::RegisterEffectWorldFrame(World(0x30), raw);
+    EXPECT_EQ(Report(),
+              "<TPix> <0> 3 TPix frames were leaked at shutdown!\r\n"
+              "<TPix> <0> <Leaked Video frame,0xabc> data size:1000\r\n"
+              "<TPix> <0> <Leaked Video frame,0x1f3a0> row bytes:2880, data size:1382400\r\n"
+              "<TPix> <0> 2 GFWorlds were leaked at shutdown!\r\n");
+    EXPECT_TRUE(VF::TPixFrameMap().frames.empty());
+    EXPECT_TRUE(VF::EffectWorldFrameMap().frames.empty());
+    EXPECT_EQ(Report(), "");
+}
+
+TEST_F(LeakReport, FramesAreLetGoEvenWhenTracingIsOff) {
+    tulocore::debug::SetTraceEnabled("TPix", false);
+    const Brix::MemoryRecycler::Pointer recycler;
+    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(100, 100));
+    VF::RegisterEffectWorldFrame(World(0x10), support::MakeFrame(100, 100));
+    EXPECT_EQ(recycler->KeptBytes(), 0U);
+    EXPECT_EQ(Report(), "");
+    EXPECT_GE(recycler->KeptBytes(), 80000U);
+}
+
+TEST_F(LeakReport, SwitchIsSeenAgainAfterAChange) {
+    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(1, 1));
+    tulocore::debug::SetTraceEnabled("TPix", false);
+    EXPECT_EQ(Report(), "");
+    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(1, 1));
+    tulocore::debug::SetTraceEnabled("TPix", true);
+    EXPECT_NE(Report(), "");
+}
+
+TEST_F(LeakReport, RegisteringAgainReplacesTheFrame) {
+    const Brix::MemoryRecycler::Pointer recycler;
+    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(100, 100));
+    EXPECT_EQ(recycler->KeptBytes(), 0U);
+    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(200, 200));
+    EXPECT_GT(recycler->KeptBytes(), 0U);
+    EXPECT_EQ(VF::TPixFrameMap().frames.size(), 1U);
+}
+
+TEST_F(LeakReport, NullFramesBreakTheContract) {
+    support::ExpectBroken("videoFrame != 0", "VideoFrameUtilities", 113,
+                          [] { VF::RegisterTPixFrame(Handle(0x10), nullptr); });
+    support::ExpectBroken("videoFrame != 0", "VideoFrameUtilities", 139,
+                          [] { VF::RegisterEffectWorldFrame(World(0x10), nullptr); });
+    EXPECT_TRUE(VF::TPixFrameMap().frames.empty());
+}

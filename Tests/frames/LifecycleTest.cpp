@@ -1,0 +1,69 @@
+#include "VideoFrame/Lifecycle.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "contracts/Pellux.h"
+#include "contracts/Scanvo.h"
+#include "frames/VideoFrameUtilities.h"
+#include "support/Frames.h"
+
+// Services that note their calls, in the place of the real ones.
+static std::string gCalls;
+
+namespace Brix::Foundation {
+void Initialize() {
+    gCalls += "B";
+}
+void Terminate() {
+    gCalls += "b";
+}
+}  // namespace Brix::Foundation
+
+void SV_Initialize() {
+    gCalls += "S";
+}
+void SV_Terminate() {
+    gCalls += "s";
+}
+
+namespace processcoordination {
+bool InitializeClient() {
+    gCalls += "P";
+    return false;  // is not looked at
+}
+void UninitializeClient() {
+    gCalls += VF::TPixFrameMap().frames.empty() ? "p" : "!";
+}
+}  // namespace processcoordination
+
+TEST(Lifecycle, ServicesStartAndStopInOrderAndTheClientOnce) {
+    VF::Initialize();
+    EXPECT_EQ(gCalls, "BSP");
+    VF::Initialize();
+    EXPECT_EQ(gCalls, "BSPBS");
+    gCalls.clear();
+    VF::RegisterTPixFrame(reinterpret_cast<TPixHand>(0x10), support::MakeFrame(1, 1));
+    VF::Shutdown();
+    EXPECT_EQ(gCalls, "sb");
+    EXPECT_EQ(VF::TPixFrameMap().frames.size(), 1U);
+    gCalls.clear();
+    VF::Shutdown();
+    EXPECT_EQ(gCalls, "psb");
+    gCalls.clear();
+    VF::Initialize();
+    VF::Shutdown();
+    EXPECT_EQ(gCalls, "BSPpsb");
+}
+
+// Runs last: the count does not recover from it.
+TEST(Lifecycle, StopWithoutAStartDoesNoOneTimeWorkAndWraps) {
+    gCalls.clear();
+    VF::Shutdown();
+    EXPECT_EQ(gCalls, "sb");
+    gCalls.clear();
+    VF::Initialize();
+    VF::Initialize();
+    EXPECT_EQ(gCalls, "BSBSP");
+}

@@ -1,0 +1,75 @@
+#include "frames/RawFrame.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+#include "support/Contracts.h"
+
+using VF::RawFrame;
+
+namespace {
+
+void* gLastBlock = nullptr;
+
+// Remembers the block it gave, so that a test can see where in it the data lies.
+const Brix::BlockSource kRememberingSource = {
+    [](std::size_t inSize) { return gLastBlock = std::aligned_alloc(4096, inSize); },
+    [](void* inBlock, std::size_t) { std::free(inBlock); },
+};
+
+}  // namespace
+
+TEST(RawFrame, PlacesItsDataInTheBlock) {
+    struct Case {
+        std::uint64_t size, alignment, allocated, offset;
+    };
+    const Brix::BlockSource before = Brix::MemoryRecycler::SetBlockSource(kRememberingSource);
+    for (const Case& c :
+         {Case{100, 0, 100, 0}, {100, 64, 164, 64}, {1, 1, 2, 1}, {100000, 8192, 108192, 0}}) {
+        const auto frame = RawFrame::Create();
+        ASSERT_EQ(frame->AllocateMemory(c.size, c.alignment), 0);
+        EXPECT_EQ(frame->GetDataSize(), c.size);
+        EXPECT_EQ(frame->GetAllocatedSize(), c.allocated);
+        const auto distance = static_cast<std::uint64_t>(static_cast<std::byte*>(frame->GetData()) -
+                                                         static_cast<std::byte*>(gLastBlock));
+        if (c.offset != 0 || c.alignment == 0) {
+            EXPECT_EQ(distance, c.offset);
+        }
+        if (c.alignment != 0) {
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(frame->GetData()) % c.alignment, 0U);
+            EXPECT_GE(distance, 1U);
+            EXPECT_LE(distance, c.alignment);
+        }
+        EXPECT_FALSE(frame->GetReadOnly());
+    }
+    Brix::MemoryRecycler::SetBlockSource(before);
+}
+
+TEST(RawFrame, RefusesWhatItCannotGive) {
+    const auto frame = RawFrame::Create();
+    support::ExpectBroken("inSize", "RawFrame", 60, [&] { frame->AllocateMemory(0, 0); });
+    constexpr auto kOutOfMemory = static_cast<std::int32_t>(0xA00F0006);
+    EXPECT_EQ(frame->AllocateMemory(100, 48), kOutOfMemory);
+    EXPECT_EQ(frame->AllocateMemory(UINT64_MAX, 64), kOutOfMemory);
+    EXPECT_EQ(frame->AllocateMemory(UINT64_MAX - 100, 64), kOutOfMemory);
+    const Brix::BlockSource before = Brix::MemoryRecycler::SetBlockSource(
+        {[](std::size_t) -> void* { throw std::bad_alloc(); },
+         [](void* inBlock, std::size_t) { std::free(inBlock); }});
+    EXPECT_EQ(frame->AllocateMemory(100, 0), kOutOfMemory);
+    Brix::MemoryRecycler::SetBlockSource(before);
+    EXPECT_EQ(frame->GetData(), nullptr);
+    EXPECT_EQ(frame->GetDataSize(), 0U);
+    EXPECT_EQ(frame->AllocateMemory(100, 0), 0);
+}
+
+TEST(RawFrame, CarriesMemoryAccessItsClassAndTheRoot) {
+    const auto frame = RawFrame::Create();
+    EXPECT_EQ(Brix::QueryInterface<RawFrame>(frame).Get(), frame.Get());
+    EXPECT_TRUE(Brix::QueryInterface<VF::IVideoFrameMemoryAccess>(frame));
+    EXPECT_TRUE(Brix::QueryInterface<Brix::BrixUnknown>(frame));
+    EXPECT_FALSE(Brix::QueryInterface<OV::IVideoFrame>(frame));
+    EXPECT_FALSE(Brix::QueryInterface<VF::IVideoFrame2DPixelMemoryAccess>(frame));
+}

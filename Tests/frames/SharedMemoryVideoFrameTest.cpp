@@ -1,0 +1,242 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "frames/SharedMemoryVideoFrame.h"
+#include "support/Contracts.h"
+#include "support/Frames.h"
+
+using namespace tulomediatypes;
+using support::Ask;
+using support::MakeFrame;
+
+namespace {
+
+constexpr const char* kWriteRule = "!GetReadOnly() && InternalGetWritableData()";
+
+VF::SharedFrameHeader& Header(const VF::VideoFrameRef& inFrame) {
+    auto* const frame = static_cast<VF::SharedMemoryVideoFrameBase*>(inFrame.Get());
+    return *static_cast<VF::SharedFrameHeader*>(frame->InternalGetWritableData());
+}
+
+}  // namespace
+
+TEST(Frame, NewFrameReportsWhatItWasMadeWith) {
+    VF::VideoFrameRef frame;
+    ASSERT_EQ(VF::CreateVideoFrame(frame, kPixelFormat_UYVY_422_8u, 7, 5, {10, 11}, false, false),
+              0);
+    EXPECT_EQ(frame->GetBounds(), (Brix::Rect{0, 0, 7, 5}));
+    EXPECT_EQ(frame->GetPixelType(), kPixelFormat_UYVY_422_8u);
+    EXPECT_EQ(frame->GetPixelAspectRatio(), (PixelAspectRatio{10, 11}));
+    EXPECT_FALSE(frame->GetReadOnly());
+    EXPECT_EQ(frame->GetFieldType(), 3U);
+    EXPECT_EQ(frame->GetAlphaType(), 1U);
+    EXPECT_EQ(frame->GetOrigin(), (OV::Point{-1, -1}));
+    EXPECT_EQ(frame->GetContentRect(), frame->GetBounds());
+    Brix::Rect dataRect;
+    EXPECT_TRUE(frame->GetDataRect(dataRect));
+    EXPECT_EQ(dataRect, frame->GetBounds());
+    EXPECT_EQ(frame->GetRenderTime(), 0U);
+    const auto memory = Ask<VF::IVideoFrameMemoryAccess>(frame);
+    EXPECT_EQ(memory->GetDataSize(), 80U);
+    EXPECT_EQ(memory->GetAllocatedSize(), 208U);
+    EXPECT_EQ(memory->GetData(), reinterpret_cast<std::byte*>(&Header(frame)) + 128);
+}
+
+TEST(Frame, OriginIsUnsetWhenEitherPartIsNegative) {
+    const VF::VideoFrameRef frame = MakeFrame(4, 4);
+    frame->SetOrigin(5, -2);
+    EXPECT_EQ(frame->GetOrigin(), (OV::Point{-1, -1}));
+    frame->SetOrigin(-7, 2);
+    EXPECT_EQ(frame->GetOrigin(), (OV::Point{-1, -1}));
+    frame->SetOrigin(5, 0);
+    EXPECT_EQ(frame->GetOrigin(), (OV::Point{5, 0}));
+    EXPECT_EQ(frame->GetBounds(), (Brix::Rect{0, 0, 4, 4}));
+}
+
+TEST(Frame, ReadOnlyRefusesEveryWriteButTheRenderTime) {
+    const VF::VideoFrameRef frame = MakeFrame(4, 4);
+    frame->SetRenderTime(5);
+    frame->SetReadOnly(true);
+    const std::vector<std::function<void()>> writes = {
+        [&] {
+            frame->SetPixelAspectRatio({1, 2});
+        },
+        [&] { frame->SetFieldType(1); },
+        [&] { frame->SetAlphaType(3); },
+        [&] { frame->SetOrigin(1, 1); },
+        [&] { frame->SetContentRect({}); },
+        [&] { frame->SetDataRect({}); },
+        [&] { frame->ResetDataRect(); },
+    };
+    const VF::SharedFrameHeader before = Header(frame);
+    for (const auto& write : writes) {
+        support::ExpectBroken(kWriteRule, "SharedMemoryVideoFrame", 0, write);
+    }
+    frame->SetRenderTime(9);
+    frame->SetAuxiliaryInfo({1, 2, 3});
+    EXPECT_EQ(std::memcmp(&before, &Header(frame), sizeof(before)), 0);
+    EXPECT_EQ(Ask<VF::IVideoFrameMemoryAccess>(frame)->GetData(),
+              reinterpret_cast<std::byte*>(&Header(frame)) + 128);
+    frame->SetReadOnly(false);
+    frame->SetRenderTime(9);
+    EXPECT_EQ(frame->GetRenderTime(), 9U);
+}
+
+TEST(Frame, InterfacesFollowFormatAndState) {
+    struct Case {
+        const char* name;
+        VF::VideoFrameRef frame;
+        bool readOnly, clearable, rows;
+    };
+    const Case cases[] = {
+        {"packed", MakeFrame(4, 4), false, true, true},
+        {"read-only", MakeFrame(4, 4), true, false, true},
+        {"compressed", MakeFrame(720, 480, kPixelFormat_NTSCDV25), false, true, false},
+        {"invalid", MakeFrame(4, 4, kPixelFormat_Invalid), false, true, false},
+        {"custom", support::MakeCustomFrame(100), false, false, false},
+    };
+    for (const Case& c : cases) {
+        c.frame->SetReadOnly(c.readOnly);
+        EXPECT_TRUE(Ask<OV::IVideoFrame>(c.frame)) << c.name;
+        EXPECT_TRUE(Ask<VF::IVideoFrameMemoryAccess>(c.frame)) << c.name;
+        EXPECT_TRUE(Ask<Brix::BrixUnknown>(c.frame)) << c.name;
+        EXPECT_EQ(static_cast<bool>(Ask<OV::IVideoFrameClearable>(c.frame)), c.clearable) << c.name;
+        EXPECT_EQ(static_cast<bool>(Ask<VF::IVideoFrame2DPixelMemoryAccess>(c.frame)), c.rows)
+            << c.name;
+        EXPECT_FALSE(Ask<VF::IPublishableVideoFrame>(c.frame)) << c.name;
+    }
+}
+
+TEST(Frame, PixelSizes) {
+    struct Case {
+        PixelFormat format;
+        std::uint32_t size;
+    };
+    const Case cases[] = {
+        {kPixelFormat_VUYX_4444_8u_709, 4}, {kPixelFormat_PRGB_4444_15u, 8},
+        {kPixelFormat_VUYA_4444_16u, 8},    {kPixelFormat_BGRA_4444_32f, 16},
+        {kPixelFormat_YUYV_422_8u, 2},      {kPixelFormat_V210_422_10u, 0},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(
+            Ask<VF::IVideoFrame2DPixelMemoryAccess>(MakeFrame(8, 2, c.format))->GetPixelSize(),
+            c.size);
+    }
+}
+
+TEST(Frame, AlphaCountsWhereTheFormatHoldsIt) {
+    struct Case {
+        PixelFormat format;
+        std::uint32_t alphaType;
+        bool hasAlpha;
+    };
+    const Case cases[] = {
+        {kPixelFormat_BGRA_4444_8u, 1, true},  {kPixelFormat_BGRA_4444_8u, 2, true},
+        {kPixelFormat_BGRA_4444_8u, 3, false}, {kPixelFormat_BGRP_4444_32f, 1, true},
+        {kPixelFormat_BGRX_4444_8u, 1, false}, {kPixelFormat_UYVY_422_8u, 1, false},
+        {kPixelFormat_PALDV50, 1, false},      {kPixelFormat_Invalid, 1, false},
+    };
+    for (const Case& c : cases) {
+        const VF::VideoFrameRef frame = MakeFrame(8, 2, c.format);
+        frame->SetAlphaType(c.alphaType);
+        EXPECT_EQ(frame->HasAlphaChannel(), c.hasAlpha) << c.format.code << " " << c.alphaType;
+    }
+}
+
+TEST(Frame, FieldsStartAtTheRowThatFieldTypeAndHeightSay) {
+    struct Case {
+        std::uint32_t fieldType, height, first0, first1;
+    };
+    for (const Case& c : {Case{1, 1080, 1, 0},
+                          {1, 1081, 0, 1},
+                          {2, 1080, 0, 1},
+                          {2, 1081, 1, 0},
+                          {3, 480, 0, 1},
+                          {0, 481, 1, 0}}) {
+        const VF::VideoFrameRef frame = MakeFrame(16, c.height);
+        frame->SetFieldType(c.fieldType);
+        const auto rows = Ask<VF::IVideoFrame2DPixelMemoryAccess>(frame);
+        EXPECT_EQ(rows->GetFieldFirstRow(0), c.first0) << c.fieldType << " " << c.height;
+        EXPECT_EQ(rows->GetFieldFirstRow(1), c.first1) << c.fieldType << " " << c.height;
+        EXPECT_EQ(rows->GetField0Data(), support::Data(frame) + c.first0 * 64);
+        EXPECT_EQ(rows->GetField1Data(), support::Data(frame) + c.first1 * 64);
+        EXPECT_EQ(rows->GetFieldRowBytes(), 128U);
+    }
+}
+
+TEST(Frame, FieldsOfAFormatWithoutRowsBreakTheContract) {
+    const VF::VideoFrameRef frame = MakeFrame(720, 480, kPixelFormat_NTSCDV25);
+    auto* const object = static_cast<VF::SharedMemoryVideoFrameBase*>(frame.Get());
+    support::ExpectBroken("IsRowAddressable()", "SharedMemoryVideoFrame", 0,
+                          [&] { object->GetField0Data(); });
+    support::ExpectBroken("IsRowAddressable()", "SharedMemoryVideoFrame", 0,
+                          [&] { object->GetField1Data(); });
+}
+
+TEST(Frame, FillsFailWhereTheRendererHasNoFormat) {
+    for (const PixelFormat format : {kPixelFormat_Invalid, kPixelFormat_VUYA_4444_16u}) {
+        const VF::VideoFrameRef frame = MakeFrame(4, 4, format);
+        EXPECT_EQ(Ask<OV::IVideoFrameClearable>(frame)->FillWithOpaqueBlack(), -1);
+    }
+}
+
+TEST(Frame, PixelsLieBehindTheOffsetOfTheHeader) {
+    VF::VideoFrameRef frame;
+    ASSERT_EQ(VF::CreateDiskAlignedVideoFrame(frame, kPixelFormat_BGRA_4444_8u, 4, 4, {1, 1}, 512,
+                                              4096, 64, false, false),
+              0);
+    EXPECT_EQ((reinterpret_cast<std::uintptr_t>(support::Data(frame)) - 64) % 512, 0U);
+    Header(frame).version = 5;
+    EXPECT_EQ(support::Data(frame), reinterpret_cast<std::byte*>(&Header(frame)) + 128);
+}
+
+TEST(Frame, DuplicateHasThePropertiesAndPixelsOfItsOwn) {
+    const VF::VideoFrameRef frame = MakeFrame(6, 4, kPixelFormat_ARGB_4444_15u);
+    frame->SetPixelAspectRatio({3, 4});
+    frame->SetOrigin(5, 6);
+    frame->SetContentRect({1, 1, 5, 3});
+    frame->SetDataRect({2, 2, 4, 3});
+    frame->SetFieldType(2);
+    frame->SetAlphaType(2);
+    frame->SetRenderTime(77);
+    frame->SetReadOnly(true);
+    const VF::VideoFrameRef duplicate = frame->Duplicate();
+    ASSERT_TRUE(duplicate);
+    EXPECT_NE(support::Data(duplicate), support::Data(frame));
+    VF::SharedFrameHeader expected = Header(frame);
+    expected.renderTime = 0;
+    EXPECT_EQ(std::memcmp(&Header(duplicate), &expected, 96), 0);
+    EXPECT_FALSE(duplicate->GetReadOnly());
+}
+
+TEST(Frame, DuplicateOfACustomFrameKeepsItsSize) {
+    const VF::VideoFrameRef frame = support::MakeCustomFrame(1000);
+    const VF::VideoFrameRef duplicate = frame->Duplicate();
+    ASSERT_TRUE(duplicate);
+    EXPECT_EQ(duplicate->GetPixelType(), support::kCustomFormat);
+    EXPECT_EQ(Ask<VF::IVideoFrameMemoryAccess>(duplicate)->GetDataSize(), 1000U);
+}
+
+TEST(Frame, ReferencesAreCountedFromManyThreads) {
+    const Brix::MemoryRecycler::Pointer recycler;
+    const std::size_t kept = recycler->KeptBytes();
+    {
+        const VF::VideoFrameRef frame = MakeFrame(1000, 1000);
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([frame] {
+                for (int round = 0; round < 5000; ++round) {
+                    const VF::VideoFrameRef copy = frame;
+                    const auto rows = Ask<VF::IVideoFrame2DPixelMemoryAccess>(copy);
+                }
+            });
+        }
+        threads.clear();
+        EXPECT_EQ(recycler->KeptBytes(), kept);
+    }
+    EXPECT_GT(recycler->KeptBytes(), kept);
+}

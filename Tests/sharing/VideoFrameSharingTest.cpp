@@ -1,0 +1,235 @@
+#include "VideoFrame/VideoFrameSharing.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <vector>
+
+#include "support/Frames.h"
+#include "support/SharedFolder.h"
+
+using namespace tulomediatypes;
+using processcoordination::BinaryReferencePtr;
+using processcoordination::WritableBinaryReferencePtr;
+using tulocore::utility::Guid;
+
+namespace {
+
+constexpr auto kGeneralFailure = static_cast<std::int32_t>(0xA00F0001);
+constexpr auto kFrameNotReadable = static_cast<std::int32_t>(0xA0060002);
+constexpr auto kTooSmall = static_cast<std::int32_t>(0xA00F0006);
+
+// Fills a frame's tight picture with a pattern that tells every byte of every row.
+std::vector<std::byte> FillWithPattern(const VF::VideoFrameRef& inFrame) {
+    const auto memory = support::Ask<VF::IVideoFrameMemoryAccess>(inFrame);
+    std::vector<std::byte> pattern(memory->GetDataSize());
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        pattern[i] = static_cast<std::byte>(i * 7 + i / 251);
+    }
+    std::memcpy(memory->GetData(), pattern.data(), pattern.size());
+    return pattern;
+}
+
+class Sharing : public testing::Test {
+  protected:
+    void SetUp() override { VF::Initialize(); }
+    void TearDown() override { VF::Shutdown(); }
+
+    static VF::VideoFrameRef Receive(const Guid& inGuid) {
+        BinaryReferencePtr reference;
+        processcoordination::GetBinaryDataIfAvailable(inGuid, reference);
+        VF::VideoFrameRef frame;
+        EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference(reference, inGuid, frame), 0);
+        return frame;
+    }
+
+  private:
+    support::SharedFolder folder_;
+};
+
+}  // namespace
+
+TEST_F(Sharing, CopyCarriesPropertiesAndTightPixels) {
+    VF::VideoFrameRef frame;
+    ASSERT_EQ(VF::CreateDiskAlignedVideoFrame(frame, kPixelFormat_ARGB_4444_8u, 5, 3, {8, 9}, 512,
+                                              4096, 32, false, false),
+              0);
+    frame->SetOrigin(3, 4);
+    frame->SetDataRect({1, 1, 4, 2});
+    frame->SetContentRect({0, 1, 5, 2});
+    frame->SetFieldType(2);
+    frame->SetAlphaType(3);
+    frame->SetRenderTime(5);
+    const std::vector<std::byte> pattern = FillWithPattern(frame);
+
+    unsigned long long size = 0;
+    ASSERT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(frame, size), 0);
+    ASSERT_EQ(size, 128U + 60);
+    std::vector<std::byte> buffer(size + 16, std::byte{0xEE});
+    ASSERT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, buffer.data(), size), 0);
+
+    const auto& header = *reinterpret_cast<const VF::SharedFrameHeader*>(buffer.data());
+    EXPECT_EQ(header.totalSize, 188U);
+    EXPECT_EQ(header.version, 6U);
+    EXPECT_EQ(header.originX, 3);
+    EXPECT_EQ(header.originY, 4);
+    EXPECT_EQ(header.fieldType, 2U);
+    EXPECT_EQ(header.alphaType, 1U);
+    EXPECT_EQ(header.renderTime, 0U);
+    EXPECT_EQ(header.pixelOffset, 0U);
+    EXPECT_EQ(header.rowBytes, 20);
+    EXPECT_EQ(header.dataRectWidth, 3);
+    EXPECT_EQ(header.contentRectHeight, 1);
+    EXPECT_EQ(header.aspectRatioNumerator, 8U);
+    for (const std::uint8_t reserved : header.reserved)
+        EXPECT_EQ(reserved, 0);
+    EXPECT_EQ(std::memcmp(buffer.data() + 128, pattern.data(), pattern.size()), 0);
+    EXPECT_EQ(buffer[size], std::byte{0xEE});
+}
+
+TEST_F(Sharing, EveryFormatOfTheRendererIsCopiedAsItStands) {
+    for (const NamedPixelFormat& named : NamedPixelFormats()) {
+        if (VF::BEPixelFormatToSVPixelFormat(named.format) == 0) continue;
+        const VF::VideoFrameRef frame = support::MakeFrame(10, 4, named.format);
+        const std::vector<std::byte> pattern = FillWithPattern(frame);
+        unsigned long long size = 0;
+        ASSERT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(frame, size), 0) << named.name;
+        std::vector<std::byte> buffer(size);
+        ASSERT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, buffer.data(), size), 0)
+            << named.name;
+        EXPECT_EQ(std::memcmp(buffer.data() + 128, pattern.data(), pattern.size()), 0)
+            << named.name;
+        const auto rowBytes =
+            reinterpret_cast<const VF::SharedFrameHeader*>(buffer.data())->rowBytes;
+        const auto rows = support::Ask<VF::IVideoFrame2DPixelMemoryAccess>(frame);
+        EXPECT_EQ(static_cast<std::uint64_t>(rowBytes), rows ? rows->GetRowBytes() : pattern.size())
+            << named.name;
+    }
+}
+
+TEST_F(Sharing, BufferMustHoldTheCopy) {
+    const VF::VideoFrameRef frame = support::MakeFrame(5, 3);
+    FillWithPattern(frame);
+    std::vector<std::byte> buffer(188, std::byte{0xEE});
+    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, buffer.data(), 187), kTooSmall);
+    for (const std::byte b : buffer)
+        EXPECT_EQ(b, std::byte{0xEE});
+    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, nullptr, 188), kTooSmall);
+    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, buffer.data(), 188), 0);
+}
+
+TEST_F(Sharing, NullAndUnknownFramesCannotBeCopied) {
+    unsigned long long size = 77;
+    EXPECT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(nullptr, size), kGeneralFailure);
+    EXPECT_EQ(size, 77U);
+    std::vector<std::byte> buffer(1000);
+    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(nullptr, buffer.data(), 1000),
+              kFrameNotReadable);
+    // The renderer has no such format.
+    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(
+                  support::MakeFrame(4, 4, kPixelFormat_VUYA_4444_16u), buffer.data(), 1000),
+              kFrameNotReadable);
+}
+
+TEST_F(Sharing, PublicationThroughACopyHandsItsReferenceOut) {
+    const VF::VideoFrameRef frame = support::MakeFrame(64, 16);
+    const std::vector<std::byte> pattern = FillWithPattern(frame);
+    const Guid guid = Guid::Generate();
+    WritableBinaryReferencePtr reference;
+    ASSERT_EQ(VF::PublishVideoFrameProvidingReference(frame, guid, reference), 0);
+    ASSERT_TRUE(reference);
+    EXPECT_GE(reference->GetSize(), 128 + pattern.size());
+    EXPECT_FALSE(frame->GetReadOnly());
+    const VF::VideoFrameRef received = Receive(guid);
+    EXPECT_EQ(std::memcmp(support::Data(received), pattern.data(), pattern.size()), 0);
+    EXPECT_TRUE(received->GetReadOnly());
+}
+
+TEST_F(Sharing, PublicationInPlaceMakesNoCopy) {
+    VF::SetCreatePublishableVideoFrames(true);
+    const VF::VideoFrameRef frame = support::MakeFrame(64, 16);
+    VF::SetCreatePublishableVideoFrames(false);
+    const Guid guid = Guid::Generate();
+    WritableBinaryReferencePtr reference;
+    EXPECT_EQ(VF::PublishVideoFrameProvidingReference(frame, guid, reference), 0);
+    EXPECT_FALSE(reference);
+    EXPECT_TRUE(frame->GetReadOnly());
+    EXPECT_TRUE(Receive(guid));
+}
+
+TEST_F(Sharing, FailureIsToldToWhoeverWaits) {
+    const Guid guid = Guid::Generate();
+    EXPECT_EQ(VF::PublishVideoFrame(nullptr, guid), kGeneralFailure);
+    BinaryReferencePtr reference;
+    std::int32_t code = 0;
+    EXPECT_EQ(
+        processcoordination::WaitForBinaryData(guid, std::chrono::seconds(10), reference, &code),
+        processcoordination::kGenerationFailed);
+    EXPECT_EQ(code, -1);
+}
+
+TEST_F(Sharing, TakenGuidKeepsItsFrame) {
+    const Guid guid = Guid::Generate();
+    const VF::VideoFrameRef first = support::MakeFrame(64, 16);
+    const std::vector<std::byte> pattern = FillWithPattern(first);
+    ASSERT_EQ(VF::PublishVideoFrame(first, guid), 0);
+    EXPECT_EQ(VF::PublishVideoFrame(support::MakeFrame(8, 8), guid), kGeneralFailure);
+    EXPECT_EQ(std::memcmp(support::Data(Receive(guid)), pattern.data(), pattern.size()), 0);
+}
+
+TEST_F(Sharing, WrappingNothingLeavesNoFrame) {
+    VF::VideoFrameRef frame = support::MakeFrame(8, 8);
+    EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference({}, Guid::Generate(), frame),
+              kGeneralFailure);
+    EXPECT_FALSE(frame);
+}
+
+// The road of one frame: another process makes and publishes it, this one receives it and keeps
+// the bytes after the other's end.
+TEST(SharingProcesses, FrameOfAnotherProcessOutlivesIt) {
+    const support::SharedFolder folder;
+    const Guid guid = Guid::Generate();
+    int toParent[2];
+    int toChild[2];
+    ASSERT_EQ(pipe(toParent), 0);
+    ASSERT_EQ(pipe(toChild), 0);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        VF::Initialize();
+        VF::VideoFrameRef frame;
+        VF::CreateVideoFrame(frame, kPixelFormat_UYVY_422_8u, 640, 360, {1, 1}, true, false);
+        FillWithPattern(frame);
+        frame->SetFieldType(1);
+        char status = VF::PublishVideoFrame(frame, guid) == 0 ? 'y' : 'n';
+        const bool told = write(toParent[1], &status, 1) == 1;
+        const bool heard = read(toChild[0], &status, 1) == 1;
+        _exit(told && heard ? 0 : 1);  // without stopping the library
+    }
+    VF::Initialize();
+    char status = 'n';
+    ASSERT_EQ(read(toParent[0], &status, 1), 1);
+    EXPECT_EQ(status, 'y');
+    BinaryReferencePtr reference;
+    ASSERT_EQ(processcoordination::GetBinaryDataIfAvailable(guid, reference), 0);
+    VF::VideoFrameRef frame;
+    ASSERT_EQ(VF::WrapVideoFrameAroundBinaryReference(reference, guid, frame), 0);
+    reference.reset();
+    ASSERT_EQ(write(toChild[1], "x", 1), 1);
+    int exitStatus = -1;
+    waitpid(child, &exitStatus, 0);
+    EXPECT_EQ(exitStatus, 0);
+    for (const int fd : {toParent[0], toParent[1], toChild[0], toChild[1]})
+        close(fd);
+
+    EXPECT_EQ(frame->GetBounds(), (Brix::Rect{0, 0, 640, 360}));
+    EXPECT_EQ(frame->GetPixelType(), kPixelFormat_UYVY_422_8u);
+    EXPECT_EQ(frame->GetFieldType(), 1U);
+    const VF::VideoFrameRef expected = support::MakeFrame(640, 360, kPixelFormat_UYVY_422_8u);
+    const std::vector<std::byte> pattern = FillWithPattern(expected);
+    EXPECT_EQ(std::memcmp(support::Data(frame), pattern.data(), pattern.size()), 0);
+    frame = nullptr;
+    VF::Shutdown();
+}
