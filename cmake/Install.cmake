@@ -14,6 +14,9 @@ configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/VideoFrameConfig.cmake
     ${PROJECT_BINARY_DIR}/VideoFrameConfig.cmake INSTALL_DESTINATION ${packageDir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/VideoFrameConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
+# The installed tree may be moved, so the file finds its prefix from where it stands.
+file(RELATIVE_PATH pcPrefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" pcPrefix "${pcPrefix}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/VideoFrame.pc.in ${PROJECT_BINARY_DIR}/VideoFrame.pc
     @ONLY)
 
