@@ -87,7 +87,8 @@ void Store4444(const PlanarRow& inRow, const CodeRanges& inRanges, const Destina
     const PlanarRow planes = inRow;
     const CodeRanges ranges = inRanges;
     std::byte* __restrict const row = RowAt(outPicture, inRowNumber);
-    for (std::int32_t x = 0; x < outPicture.width; ++x) {
+    const std::int32_t width = outPicture.width;
+    for (std::int32_t x = 0; x < width; ++x) {
         for (std::size_t plane = 0; plane < kPlaneCount; ++plane) {
             const std::int64_t index = std::int64_t{kPlaneCount} * x + kPlaceOf[plane];
             const float sample = planes[plane][x];
