@@ -101,8 +101,4 @@ std::vector<FolderEntry> Folder::List() const {
     return entries;
 }
 
-std::string PathOf(const Descriptor& inFile) {
-    return "/proc/self/fd/" + std::to_string(inFile.Number());
-}
-
 }  // namespace pellux

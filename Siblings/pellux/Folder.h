@@ -67,7 +67,4 @@ class Folder {
     Descriptor directory_;
 };
 
-/// A path to an open file for the calls that take only paths.
-std::string PathOf(const Descriptor& inFile);
-
 }  // namespace pellux

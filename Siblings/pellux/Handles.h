@@ -1,10 +1,10 @@
 // Owners of what the operating system hands out: descriptors and mappings.
 #pragma once
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstddef>
+#include <string>
 #include <utility>
 
 namespace pellux {
@@ -32,18 +32,20 @@ class Descriptor {
 
 enum class Access { kRead, kReadWrite };
 
+/// A path to an open file for the calls that take only paths.
+std::string PathOf(const Descriptor& inFile);
+
+/// Opens the same file once more; locks of the one descriptor are not the other's. Empty with errno
+/// set on failure.
+Descriptor Reopen(const Descriptor& inFile, Access inAccess);
+
 /// Owns a shared mapping of a whole file.
 class Memory {
   public:
     Memory() = default;
     /// Maps inSize bytes from the start of the file and fills the page tables at once, so that the
-    /// first use costs no faults. Empty when the system refuses.
-    Memory(const Descriptor& inFile, std::size_t inSize, Access inAccess) : size_(inSize) {
-        const int protection = inAccess == Access::kRead ? PROT_READ : PROT_READ | PROT_WRITE;
-        void* start =
-            mmap(nullptr, inSize, protection, MAP_SHARED | MAP_POPULATE, inFile.Number(), 0);
-        start_ = start == MAP_FAILED ? nullptr : static_cast<std::byte*>(start);
-    }
+    /// first use costs no faults. Empty with errno set when the system refuses.
+    Memory(const Descriptor& inFile, std::size_t inSize, Access inAccess);
     Memory(Memory&& inOther) noexcept
         : start_(std::exchange(inOther.start_, nullptr)), size_(inOther.size_) {}
     Memory& operator=(Memory&& inOther) noexcept {
@@ -51,9 +53,7 @@ class Memory {
         std::swap(size_, inOther.size_);
         return *this;
     }
-    ~Memory() {
-        if (start_ != nullptr) munmap(start_, size_);
-    }
+    ~Memory();
 
     explicit operator bool() const { return start_ != nullptr; }
     std::byte* Start() const { return start_; }

@@ -86,7 +86,7 @@ Status Publisher::Allocate(std::uint64_t inSize, WritableSegment& outSegment) {
     if (inSize == 0 || inSize > kMaxSize) return kNoRoom;
     WritableSegment result;
     result.size = inSize;
-    while ((result.segment = TakeForReuse(inSize)) && !Reopen(result)) {
+    while ((result.segment = TakeForReuse(inSize)) && !HoldAgain(result)) {
         Discard(folder_, result.segment->ownName, result.segment->file);
     }
     if (!result.segment) {
@@ -117,16 +117,17 @@ std::shared_ptr<Segment> Publisher::FindForReuse(std::uint64_t inSize, Discards&
         FileSizeFor(inSize) + std::min(writtenBytes_, retainedBytesLimit_ / 2);
     for (;;) {
         if (std::shared_ptr<Segment> segment = TakeIdle(inSize)) return segment;
-        // What is idle is of other sizes. It is given up for new memory only when there is enough
-        // of it: streams of several sizes would otherwise destroy each other's segments in turns.
-        if (!WouldExceed(more) || idleBytes_ >= more || !EvictOldest(0)) break;
-    }
-    while (WouldExceed(more) && !idle_.empty())
+        if (!WouldExceed(more)) return nullptr;
+        // Idle segments of other sizes are given up last and not all at once: streams of several
+        // sizes would otherwise destroy each other's segments in turns.
+        const bool hasManyIdle = idleBytes_ > retainedBytesLimit_ / 4;
+        if (!hasManyIdle && RelieveOldest(0)) continue;
+        if (idle_.empty()) return nullptr;
         DropIdle(outDiscards);
-    return nullptr;
+    }
 }
 
-bool Publisher::Reopen(WritableSegment& ioSegment) const {
+bool Publisher::HoldAgain(WritableSegment& ioSegment) const {
     Descriptor file = folder_.OpenFile(ioSegment.segment->ownName, Access::kReadWrite);
     if (!file || !Hold(file)) return false;
     const std::optional<FileFacts> facts = Examine(file);
@@ -273,31 +274,35 @@ void Publisher::KeepWithinBound(Age inSpared, Discards& outDiscards) {
     while (WouldExceed(0)) {
         if (!idle_.empty()) {
             DropIdle(outDiscards);
-        } else if (!EvictOldest(inSpared)) {
+        } else if (!RelieveOldest(inSpared)) {
             return;
         }
     }
 }
 
-// Takes the oldest publication without holders back; false when there is none.
-bool Publisher::EvictOldest(Age inSpared) {
-    for (auto next = published_.begin(); next != published_.end();) {
-        const auto oldest = next++;
-        if (oldest->first == inSpared) continue;
-        auto node = published_.extract(oldest);
-        publishedBytes_ -= node.mapped().segment->FileSize();
-        const Eviction eviction = Evict(node.mapped());
-        if (eviction == Eviction::kHeld) {
+// The oldest publication but the spared one stops to count: it is evicted, or turns out to be held.
+// False when there is none.
+bool Publisher::RelieveOldest(Age inSpared) {
+    auto oldest = published_.begin();
+    if (oldest != published_.end() && oldest->first == inSpared) ++oldest;
+    if (oldest == published_.end()) return false;
+    auto node = published_.extract(oldest);
+    std::shared_ptr<Segment>& segment = node.mapped().segment;
+    publishedBytes_ -= segment->FileSize();
+    switch (Evict(node.mapped())) {
+        case Eviction::kHeld:
             held_.insert(std::move(node));
-            continue;
-        }
-        if (eviction == Eviction::kIdle) AddIdle(std::move(node.mapped().segment));
-        if (eviction == Eviction::kRetiring) {
-            retiring_.push_back(std::move(node.mapped().segment));
-        }
-        return true;
+            break;
+        case Eviction::kIdle:
+            AddIdle(std::move(segment));
+            break;
+        case Eviction::kRetiring:
+            retiring_.push_back(std::move(segment));
+            break;
+        case Eviction::kLost:
+            break;
     }
-    return false;
+    return true;
 }
 
 Publisher::Eviction Publisher::Evict(const Publication& inPublication) const {

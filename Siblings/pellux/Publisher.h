@@ -85,7 +85,7 @@ class Publisher {
     std::shared_ptr<Segment> TakeIdle(std::uint64_t inSize);
     void AddIdle(std::shared_ptr<Segment> inSegment);
     void DropIdle(Discards& outDiscards);
-    bool EvictOldest(Age inSpared);
+    bool RelieveOldest(Age inSpared);
     void ExamineHeld();
     void ExamineRetiring();
     bool WouldExceed(std::uint64_t inMoreBytes) const;
@@ -98,7 +98,7 @@ class Publisher {
 
     // Without it.
     std::shared_ptr<Segment> TakeForReuse(std::uint64_t inSize);
-    bool Reopen(WritableSegment& ioSegment) const;
+    bool HoldAgain(WritableSegment& ioSegment) const;
     Status Create(WritableSegment& ioSegment);
     int TryCreate(WritableSegment& ioSegment);
     bool BeginWriting(const Segment& inSegment);

@@ -52,7 +52,7 @@ bool FreeRoomIfUnreachable(const Descriptor& inFile) {
     if (!facts || facts->nameCount > 0) return false;
     if (IsHeldByOthers(inFile) || !ReadHeader(inFile)) return true;
     // A reader's descriptor does not allow this.
-    const Descriptor writable(open(PathOf(inFile).c_str(), O_RDWR | O_CLOEXEC));
+    const Descriptor writable = Reopen(inFile, Access::kReadWrite);
     if (writable) FreeRoom(writable, facts->size);
     return true;
 }
@@ -123,11 +123,11 @@ bool IsHeldByOthers(const Descriptor& inFile) {
 }
 
 bool LetGo(Descriptor inFile) {
-    // Unlock, then look: of two that let go at the same moment, the later one sees that it is last.
-    struct flock lock {};
-    lock.l_type = F_UNLCK;
-    Lock(inFile, F_OFD_SETLK, lock);
-    return FreeRoomIfUnreachable(inFile);
+    // Close, then look: of two that let go at the same moment, the later one sees that it is last.
+    // To unlock instead would end the hold of a forked child that shares the descriptor.
+    const Descriptor again = Reopen(inFile, Access::kRead);
+    inFile = Descriptor();
+    return again && FreeRoomIfUnreachable(again);
 }
 
 void Discard(const Folder& inFolder, const std::string& inName,

@@ -69,14 +69,15 @@ bool DescribesError(const Header& inHeader);
 /// when there is no room.
 int ReserveRoom(const Descriptor& inFile, std::uint64_t inSize);
 
-/// Holds the file through this descriptor until LetGo, or until it is closed everywhere.
+/// Holds the file through this descriptor until it is closed here and in every forked child.
 bool Hold(const Descriptor& inFile);
 
 /// Whether anyone holds the file through another descriptor.
 bool IsHeldByOthers(const Descriptor& inFile);
 
-/// Ends the hold. True when the file has no name any more, so that nobody can come back to it; the
-/// last one to let go of such a file frees its memory, even if unused mappings of it remain.
+/// Ends this process's hold. True when the file has no name any more, so that nobody can come back
+/// to it; the last one to let go of such a file frees its memory, even if unused mappings of it
+/// remain.
 bool LetGo(Descriptor inFile);
 
 /// Takes the name away. The file's memory is freed at once if nobody holds it and this was its last
