@@ -1,0 +1,28 @@
+#include <benchmark/benchmark.h>
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "Table.h"
+
+int main(int inCount, char** inArguments) {
+    std::string only;
+    std::string csv;
+    CLI::App app(
+        "Measures the library beside what a user would pick instead. Medians; one thread "
+        "unless a row says otherwise; a ratio above 1 means that the peer is faster.");
+    app.add_option("--only", only, "Run the rows whose name holds this word");
+    app.add_option("--csv", csv, "Write the rows to this file as well");
+    CLI11_PARSE(app, inCount, inArguments);
+
+    // So that all contestants of a row meet the same moods of the machine.
+    std::string program = "bench";
+    std::string interleave = "--benchmark_enable_random_interleaving=true";
+    char* arguments[] = {program.data(), interleave.data()};
+    int count = 2;
+    benchmark::Initialize(&count, arguments);
+
+    bench::AddSharingRows();  // first: it starts a process, while this one is still small
+    bench::AddFrameRows();
+    return bench::RunTable(only, csv) ? 0 : 1;
+}

@@ -1,0 +1,207 @@
+// Frames between two processes.
+#include <VideoFrame/VideoFrame.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "Table.h"
+
+namespace bench {
+namespace {
+
+using tulocore::utility::Guid;
+
+constexpr std::uint32_t kWidth = 1920;
+constexpr std::uint32_t kHeight = 1080;
+constexpr std::size_t kFrameBytes = std::size_t{kWidth} * kHeight * 4;
+
+std::size_t ResidentBytes() {
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages >> pages;
+    return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// ---------------------------------------------------------------------------------------------
+// The receiving process: for every Guid it is sent it receives, wraps and drops the frame, and
+// answers with its resident size; the nil Guid stands for none.
+
+bool ReceiveAndDrop(const Guid& inGuid) {
+    processcoordination::BinaryReferencePtr reference;
+    if (processcoordination::GetBinaryDataIfAvailable(inGuid, reference) != 0) return false;
+    VF::VideoFrameRef frame;
+    return VF::WrapVideoFrameAroundBinaryReference(reference, inGuid, frame) == 0 &&
+           frame->GetBounds().right != 0;
+}
+
+[[noreturn]] void Receive(int inQuestions, int inAnswers) {
+    VF::Initialize();
+    Guid guid;
+    while (read(inQuestions, &guid, sizeof(guid)) == sizeof(guid)) {
+        std::size_t answer = guid == Guid() ? ResidentBytes() : ReceiveAndDrop(guid);
+        if (write(inAnswers, &answer, sizeof(answer)) != sizeof(answer)) break;
+    }
+    VF::Shutdown();
+    _exit(0);
+}
+
+class Receiver {
+  public:
+    Receiver() {
+        std::string folder = "/dev/shm/videoframe-bench-XXXXXX";
+        if (!mkdtemp(folder.data())) std::abort();
+        folder_ = folder;
+        setenv("PELLUX_FOLDER", folder.c_str(), 1);
+        int questions[2];
+        int answers[2];
+        if (pipe(questions) != 0 || pipe(answers) != 0) std::abort();
+        process_ = fork();
+        if (process_ == 0) {
+            close(questions[1]);
+            close(answers[0]);
+            Receive(questions[0], answers[1]);
+        }
+        close(questions[0]);
+        close(answers[1]);
+        questions_ = questions[1];
+        answers_ = answers[0];
+        VF::Initialize();
+    }
+    ~Receiver() {
+        close(questions_);
+        waitpid(process_, nullptr, 0);
+        close(answers_);
+        VF::Shutdown();
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+    }
+
+    // What the other process says to a Guid; 0 when something went wrong.
+    std::size_t Ask(const Guid& inGuid) {
+        std::size_t answer = 0;
+        const bool asked = write(questions_, &inGuid, sizeof(inGuid)) == sizeof(inGuid) &&
+                           read(answers_, &answer, sizeof(answer)) == sizeof(answer);
+        return asked ? answer : 0;
+    }
+
+  private:
+    std::filesystem::path folder_;
+    pid_t process_ = -1;
+    int questions_ = -1;
+    int answers_ = -1;
+};
+
+Receiver& TheReceiver() {
+    static Receiver receiver;
+    return receiver;
+}
+
+VF::VideoFrameRef MakeFrame(std::uint32_t inScale = 1) {
+    VF::VideoFrameRef frame;
+    VF::CreateVideoFrame(frame, tulomediatypes::kPixelFormat_BGRA_4444_8u, kWidth * inScale,
+                         kHeight * inScale, {1, 1}, true, false);
+    return frame;
+}
+
+// ---------------------------------------------------------------------------------------------
+// The work
+
+bool SendThroughCopy(const VF::VideoFrameRef& inFrame) {
+    const Guid guid = Guid::Generate();
+    return VF::PublishVideoFrame(inFrame, guid) == 0 && TheReceiver().Ask(guid) != 0;
+}
+
+void StreamThroughCopies(benchmark::State& inState) {
+    const VF::VideoFrameRef frame = MakeFrame();
+    // Other rows leave segments of other sizes behind; a stream has settled after these.
+    for (int i = 0; i < 100; ++i) SendThroughCopy(frame);
+    for (auto _ : inState) {
+        if (!SendThroughCopy(frame)) {
+            inState.SkipWithError("a frame did not arrive");
+            return;
+        }
+    }
+}
+
+void CopyWarmSharedMemory(benchmark::State& inState) {
+    void* const buffers = mmap(nullptr, 2 * kFrameBytes, PROT_READ | PROT_WRITE,
+                               MAP_SHARED | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+    if (buffers == MAP_FAILED) return inState.SkipWithError("no memory");
+    auto* const bytes = static_cast<std::byte*>(buffers);
+    for (auto _ : inState) {
+        std::memcpy(bytes, bytes + kFrameBytes, kFrameBytes);
+        benchmark::ClobberMemory();
+    }
+    munmap(buffers, 2 * kFrameBytes);
+}
+
+Run PublishInPlace(std::uint32_t inScale) {
+    return [inScale](benchmark::State& inState) {
+        TheReceiver();
+        VF::SetCreatePublishableVideoFrames(true);
+        for (auto _ : inState) {
+            inState.PauseTiming();
+            VF::VideoFrameRef frame;
+            VF::CreateVideoFrame(frame, tulomediatypes::kPixelFormat_BGRA_4444_8u, kWidth * inScale,
+                                 kHeight * inScale, {1, 1}, false, false);
+            const Guid guid = Guid::Generate();
+            inState.ResumeTiming();
+            if (VF::PublishVideoFrame(frame, guid) != 0) {
+                inState.SkipWithError("not published");
+                break;
+            }
+        }
+        VF::SetCreatePublishableVideoFrames(false);
+    };
+}
+
+void ReceiveMapped(benchmark::State& inState) {
+    TheReceiver();
+    const Guid guid = Guid::Generate();
+    VF::PublishVideoFrame(MakeFrame(), guid);
+    for (auto _ : inState) {
+        if (!ReceiveAndDrop(guid)) {
+            inState.SkipWithError("not received");
+            return;
+        }
+    }
+}
+
+std::vector<std::string> StreamTenThousandFrames() {
+    Receiver& receiver = TheReceiver();
+    const VF::VideoFrameRef frame = MakeFrame();
+    std::vector<std::string> lines;
+    for (int count = 1; count <= 10'000; ++count) {
+        if (!SendThroughCopy(frame)) {
+            lines.push_back("frame " + std::to_string(count) + " did not arrive");
+            break;
+        }
+        if (count != 100 && count != 10'000) continue;
+        const auto mebibytes = [](std::size_t inBytes) {
+            return std::to_string(inBytes >> 20) + " MiB";
+        };
+        lines.push_back("after " + std::to_string(count) + " frames: publisher " +
+                        mebibytes(ResidentBytes()) + ", receiver " +
+                        mebibytes(receiver.Ask(Guid())) + ", shared folder " +
+                        mebibytes(processcoordination::CountSharedBytes()));
+    }
+    return lines;
+}
+
+}  // namespace
+
+void AddSharingRows() {
+    TheReceiver();
+    AddRow("publish 1080p by copy, receive, wrap, drop (two processes)", StreamThroughCopies,
+           {{"memcpy in warm shared memory", CopyWarmSharedMemory}});
+    AddRow("publish 1080p in place", PublishInPlace(1), {});
+    AddRow("publish 2160p in place", PublishInPlace(2), {});
+    AddRow("receive, wrap and drop a mapped 1080p frame", ReceiveMapped, {});
+    AddFigures("memory of a stream of 1080p frames (two processes)", StreamTenThousandFrames);
+}
+
+}  // namespace bench
