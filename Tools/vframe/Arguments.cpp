@@ -35,19 +35,19 @@ std::size_t Distance(std::string_view inLeft, std::string_view inRight) {
     return row.back();
 }
 
-/// How unlike a format's name is to what was typed; a part of a name is most like it.
+/// How unlike a format's name, or its beginning, is to what was typed.
 std::size_t Unlikeness(std::string_view inTyped, std::string_view inName) {
     const std::string typed = LowerCase(inTyped);
     const std::string name = LowerCase(inName);
-    return name.starts_with(typed) ? 0 : name.find(typed) != name.npos ? 1 : Distance(typed, name);
+    if (name.find(typed) != name.npos) return 0;
+    return std::min(Distance(typed, name), Distance(typed, name.substr(0, typed.size())));
 }
 
 /// Up to three names that may have been meant, as the end of an error line.
 std::string Suggestion(std::string_view inTyped) {
     std::vector<std::string_view> near;
     for (const auto& named : tulomediatypes::NamedPixelFormats()) {
-        if (Unlikeness(inTyped, named.name) <= std::max<std::size_t>(inTyped.size() / 3, 1))
-            near.push_back(named.name);
+        if (Unlikeness(inTyped, named.name) <= inTyped.size() / 3) near.push_back(named.name);
     }
     if (inTyped.empty() || near.empty()) return "; 'vframe formats' lists them";
     std::stable_sort(near.begin(), near.end(), [&](std::string_view left, std::string_view right) {

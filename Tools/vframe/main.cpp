@@ -26,7 +26,7 @@ int Report(std::string inText, int inExitStatus) {
 }
 
 void DescribeProgram(CLI::App& inApp) {
-    inApp.require_subcommand(1);
+    inApp.require_subcommand(0, 1);
     inApp.add_flag_callback(
         "--verbose", [] { av_log_set_level(AV_LOG_WARNING); },
         "Also show what FFmpeg's libraries say");
@@ -56,6 +56,8 @@ int Run(int inCount, char** inArguments) {
         if (error.get_exit_code() == 0) return app.exit(error);  // help or version
         return Report(std::string("arguments: ") + error.what(), kExitUsage);
     }
+    if (app.get_subcommands().empty())
+        throw UsageFailure("arguments", "a command is needed; 'vframe --help' lists them");
     if (std::fflush(stdout) != 0)
         throw Failure("standard output", std::generic_category().message(errno));
     return 0;
