@@ -184,9 +184,9 @@ void ScalePicture(const Source& inSource, const Destination& outDestination,
 
 void ScaleFields(const Source& inSource, const Destination& outDestination,
                  std::int32_t inQuality) {
+    Scratch scratch;
+    const RowPlan plan = PlanBetween(inSource, outDestination, inQuality, scratch);
     for (const std::int32_t field : {0, 1}) {
-        Scratch scratch;
-        const RowPlan plan = PlanBetween(inSource, outDestination, inQuality, scratch);
         // Memory starts at the bottom row.
         const std::int32_t sourceFirst = (inSource.height - 1 - field) % 2;
         const std::int32_t destinationFirst = (outDestination.height - 1 - field) % 2;

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 #include <iterator>
+#include <type_traits>
 
 namespace scanvo {
 namespace {
@@ -70,24 +71,21 @@ void Load4444(const Source& inPicture, std::int32_t inRow, const CodeRanges& inR
               const PlanarRow& outRow) {
     constexpr auto kPlaceOf = isReversed ? kReversedPlaces : kPlaces;
     const std::byte* const row = RowAt(inPicture, inRow);
-    LoadPlane4444<Code>(row, inPicture.width, kPlaceOf[0], inRanges.offset[0], inRanges.scale[0],
-                        outRow[0]);
-    LoadPlane4444<Code>(row, inPicture.width, kPlaceOf[1], inRanges.offset[1], inRanges.scale[1],
-                        outRow[1]);
-    LoadPlane4444<Code>(row, inPicture.width, kPlaceOf[2], inRanges.offset[2], inRanges.scale[2],
-                        outRow[2]);
-    LoadPlane4444<Code>(row, inPicture.width, kPlaceOf[3], inRanges.offset[3], inRanges.scale[3],
-                        outRow[3]);
+    for (std::size_t plane = 0; plane < kPlaneCount; ++plane) {
+        LoadPlane4444<Code>(row, inPicture.width, kPlaceOf[plane], inRanges.offset[plane],
+                            inRanges.scale[plane], outRow[plane]);
+    }
 }
 
 template <class Code, bool isReversed>
 void Store4444(const PlanarRow& inRow, const CodeRanges& inRanges, const Destination& outPicture,
                std::int32_t inRowNumber) {
     constexpr auto kPlaceOf = isReversed ? kReversedPlaces : kPlaces;
+    // Copies, because bytes stored might be part of what the arguments refer to.
     const PlanarRow planes = inRow;
     const CodeRanges ranges = inRanges;
-    std::byte* __restrict const row = RowAt(outPicture, inRowNumber);
     const std::int32_t width = outPicture.width;
+    std::byte* __restrict const row = RowAt(outPicture, inRowNumber);
     for (std::int32_t x = 0; x < width; ++x) {
         for (std::size_t plane = 0; plane < kPlaneCount; ++plane) {
             const std::int64_t index = std::int64_t{kPlaneCount} * x + kPlaceOf[plane];
@@ -207,7 +205,7 @@ void PackV210(const V210Group& inSamples, int inCount, std::byte* outGroup) {
 template <class Visit>
 void ForEachV210Group(std::int32_t inWidth, const Visit& inVisit) {
     std::int32_t x = 0;
-    for (; x + kV210GroupPixels <= inWidth; x += kV210GroupPixels) {
+    for (; inWidth - x >= kV210GroupPixels; x += kV210GroupPixels) {
         inVisit(x, kV210GroupSamples);
     }
     if (x < inWidth) inVisit(x, static_cast<int>(V210Samples(inWidth - x)));

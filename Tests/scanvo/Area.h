@@ -56,8 +56,8 @@ class Area {
     }
 
     /// Bytes that look random and are the same in every run. Floats become 0 to 1.
-    void Scatter() {
-        std::uint32_t state = 12345;
+    void Scatter(std::uint32_t inSeed = 12345) {
+        std::uint32_t state = inSeed;
         const auto next = [&state] { return (state = state * 1664525 + 1013904223) >> 8; };
         for (std::int32_t row = 0; row < height_; ++row) {
             if (IsFloat(code_)) {

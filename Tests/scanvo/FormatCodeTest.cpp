@@ -30,24 +30,6 @@ TEST(FormatCode, KnowsItsFormatsAndNoOthers) {
     EXPECT_FALSE(scanvo::DecodeFormat(Code(0x00010004)));
 }
 
-TEST(FormatCode, MeansWhatItsBitsSay) {
-    using namespace scanvo;
-    const Format argb = *DecodeFormat(Code(0x1088));
-    EXPECT_EQ(argb.colour, Colour::Rgb);
-    EXPECT_EQ(argb.alpha, Alpha::Premultiplied);
-    EXPECT_EQ(argb.component, Component::Unsigned15);
-    EXPECT_TRUE(argb.isReversed);
-    const Format v210 = *DecodeFormat(Code(0x251));
-    EXPECT_EQ(v210.colour, Colour::YCbCr);
-    EXPECT_EQ(v210.alpha, Alpha::None);
-    EXPECT_EQ(v210.layout, Layout::Packed422);
-    EXPECT_EQ(v210.component, Component::Unsigned10);
-    EXPECT_EQ(v210.matrix, Matrix::Bt709);
-    EXPECT_EQ(DecodeFormat(Code(0x10E))->colour, Colour::LinearRgb);
-    EXPECT_EQ(DecodeFormat(Code(0x10E))->alpha, Alpha::Ignored);
-    EXPECT_EQ(DecodeFormat(Code(0x0A000231))->kind, 10);
-}
-
 TEST(PixelFormatSize, IsThatOfATightPicture) {
     constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
     const struct {

@@ -94,10 +94,10 @@ TEST(RowLayouts, KeepV210SamplesBesideTheArea) {
             Area source(sourceCode, width, 1);
             source.Scatter();
             Area wide(0x051, 6, 1);
-            wide.Scatter();
+            wide.Scatter(67890);
             Area before = wide;
-            ASSERT_EQ(SV_Convert(source.Start(), 0, source.Format(), wide.Start(), 0, wide.Format(),
-                                 width, 1, 4),
+            ASSERT_EQ(SV_Convert(source.Start(), source.RowLengthBytes(), source.Format(),
+                                 wide.Start(), RowLength(0x051, width), wide.Format(), width, 1, 4),
                       0);
             const std::size_t own = static_cast<std::size_t>(2 * width + width % 2);
             for (std::size_t sample = own; sample < 12; ++sample) {

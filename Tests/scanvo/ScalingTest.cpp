@@ -49,19 +49,6 @@ TEST(Scale, AveragesWhatAPixelCovers) {
     }
 }
 
-TEST(Scale, GivesTheMeanOfFourBytes) {
-    Area source(0x00C, 4, 2);
-    source.Scatter();
-    Area half(0x00C, 2, 1);
-    ASSERT_EQ(Scale(source, half, 2), 0);
-    for (std::int32_t x = 0; x < 2; ++x) {
-        for (std::size_t i = 0; i < 3; ++i) {
-            const double mean = CoveredMean(source, half, x, 0, i);
-            EXPECT_NEAR(half.At(x, 0)[i], mean, 0.501);
-        }
-    }
-}
-
 TEST(Scale, LetsGradientsPass) {
     constexpr std::int32_t kSizes[][4] = {
         {20, 10, 40, 30}, {20, 30, 33, 11}, {40, 40, 10, 20}, {16, 90, 16, 9}, {90, 16, 9, 16}};
