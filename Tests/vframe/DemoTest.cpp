@@ -1,5 +1,11 @@
 // vframe demo.
 
+#include <sys/stat.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
 #include "Png.h"
 #include "Tool.h"
 
@@ -35,6 +41,19 @@ TEST_F(DemoTest, TellsWhatThePublishingProcessStumbledOver) {
     WriteBytes(Path("text.png"), {'t', 'e', 'x', 't'});
     ExpectFails({"demo", Path("out"), Sample(1), Path("text.png")}, 1, "text.png: ");
     EXPECT_TRUE(std::filesystem::exists(Path("out/angle-1.png")));
+}
+
+TEST_F(DemoTest, TellsWhenThePublishingProcessDies) {
+    ASSERT_EQ(mkfifo(Path("pipe.png").c_str(), 0600), 0);  // it waits there for ever
+    RunningTool demo({"demo", Path("out"), Path("pipe.png")});
+    int publisher = 0;
+    while (std::sscanf(demo.OutputSoFar().c_str(), "Process %d makes", &publisher) != 1)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ASSERT_GT(publisher, 1);
+    kill(publisher, SIGKILL);
+    const Result result = demo.Wait();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "vframe: publisher: it ended too early (killed by signal 9)\n");
 }
 
 }  // namespace

@@ -63,6 +63,10 @@ void RunningTool::Signal(int inSignal) const {
     kill(id_, inSignal);
 }
 
+std::string RunningTool::OutputSoFar() const {
+    return ReadText(folder_ / "out");
+}
+
 Result RunningTool::Wait() {
     int status = 0;
     EXPECT_EQ(waitpid(id_, &status, 0), id_);

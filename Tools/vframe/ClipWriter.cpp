@@ -46,6 +46,34 @@ MediaFrame Borrow(const TopDownPicture& inPicture) {
     return frame;
 }
 
+void DescribePictures(const VF::VideoFrameRef& inFrame, AVCodecContext& outEncoder) {
+    const Size size = FrameSize(inFrame);
+    const auto ratio = inFrame->GetPixelAspectRatio();
+    outEncoder.width = size.width;
+    outEncoder.height = size.height;
+    outEncoder.sample_aspect_ratio = {static_cast<int>(ratio.numerator),
+                                      static_cast<int>(ratio.denominator)};
+}
+
+void DescribeColours(const ClipKind& inKind, bool inHasAlpha, AVCodecContext& outEncoder) {
+    if (inKind.pixels == AV_PIX_FMT_NONE) {
+        outEncoder.pix_fmt = inHasAlpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
+        return;
+    }
+    outEncoder.pix_fmt = inKind.pixels;
+    outEncoder.colorspace = UsualMatrix(outEncoder.height);
+    outEncoder.color_range = AVCOL_RANGE_MPEG;
+}
+
+void AskForQuality(const ClipKind& inKind, AVCodecContext& outEncoder) {
+    if (inKind.option) {
+        av_opt_set(outEncoder.priv_data, inKind.option, inKind.value, 0);
+    } else {
+        outEncoder.flags |= AV_CODEC_FLAG_QSCALE;
+        outEncoder.global_quality = 2 * FF_QP2LAMBDA;
+    }
+}
+
 }  // namespace
 
 bool ClipWriter::Takes(const std::string& inPath) {
@@ -81,26 +109,11 @@ void ClipWriter::OpenEncoder(const VF::VideoFrameRef& inFirst) {
     }
     encoder_.reset(avcodec_alloc_context3(codec));
     if (!encoder_) throw std::bad_alloc();
-    const auto ratio = inFirst->GetPixelAspectRatio();
-    encoder_->width = size_.width;
-    encoder_->height = size_.height;
+    DescribePictures(inFirst, *encoder_);
+    DescribeColours(kind, inFirst->HasAlphaChannel(), *encoder_);
+    AskForQuality(kind, *encoder_);
     encoder_->time_base = av_inv_q(rate_);
     encoder_->framerate = rate_;
-    encoder_->sample_aspect_ratio = {static_cast<int>(ratio.numerator),
-                                     static_cast<int>(ratio.denominator)};
-    if (kind.pixels == AV_PIX_FMT_NONE) {
-        encoder_->pix_fmt = inFirst->HasAlphaChannel() ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
-    } else {
-        encoder_->pix_fmt = kind.pixels;
-        encoder_->colorspace = UsualMatrix(size_.height);
-        encoder_->color_range = AVCOL_RANGE_MPEG;
-    }
-    if (kind.option) {
-        av_opt_set(encoder_->priv_data, kind.option, kind.value, 0);
-    } else {
-        encoder_->flags |= AV_CODEC_FLAG_QSCALE;
-        encoder_->global_quality = 2 * FF_QP2LAMBDA;
-    }
     if (container_->oformat->flags & AVFMT_GLOBALHEADER)
         encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     encoder_->thread_count = 0;  // as many as there are processors

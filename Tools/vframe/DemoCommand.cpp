@@ -1,5 +1,7 @@
 // vframe demo: one process publishes frames, another receives, scales and writes them.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -72,9 +74,14 @@ std::string Milliseconds(double inTime) {
     return text;
 }
 
-void PrintHeading() {
+void PrintHeading(pid_t inPublisher) {
+    std::printf(
+        "Process %d makes each picture a frame in shared memory and publishes it there.\n"
+        "Process %d receives it without a copy, halves it and writes it.\n\n",
+        static_cast<int>(inPublisher), static_cast<int>(getpid()));
     std::printf("%-20s %-11s %-14s %13s %11s %11s %11s   %s\n", "picture", "size", "format",
                 "bytes", "publish", "receive", "scale", "written");
+    std::fflush(stdout);
 }
 
 /// Takes one published frame, halves it, writes it, and prints its line.
@@ -127,11 +134,7 @@ void RunDemo(DemoArguments ioArguments) {
 
     const LibrarySession session;
     const SharingSession sharing;
-    std::printf(
-        "Process %d makes each picture a frame in shared memory and publishes it there.\n"
-        "Process %d receives it without a copy, halves it and writes it.\n\n",
-        static_cast<int>(publisher.Id()), static_cast<int>(getpid()));
-    PrintHeading();
+    PrintHeading(publisher.Id());
     ReceiveAll(publisher, ioArguments);
     const std::string reason = publisher.Dismiss();
     if (!reason.empty()) throw Failure("publisher", reason);

@@ -2,9 +2,15 @@
 
 #include <cstring>
 #include <new>
+#include <string_view>
 
 namespace vframe {
 namespace {
+
+bool IsPictureFile(const AVInputFormat& inFormat) {
+    const std::string_view name = inFormat.name;
+    return name == "image2" || name.ends_with("_pipe");
+}
 
 bool IsDeep(AVPixelFormat inFormat) {
     const AVPixFmtDescriptor* const descriptor = av_pix_fmt_desc_get(inFormat);
@@ -67,7 +73,8 @@ void MediaReader::OpenDecoder() {
     if (!decoder_) throw std::bad_alloc();
     CheckMedia(avcodec_parameters_to_context(decoder_.get(), stream_->codecpar), path_);
     decoder_->thread_count = 0;  // as many as there are processors
-    decoder_->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
+    // A damaged picture is refused; in a clip the decoder may conceal what is missing.
+    if (IsPictureFile(*input_->iformat)) decoder_->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
     CheckMedia(avcodec_open2(decoder_.get(), codec, nullptr), path_);
 }
 

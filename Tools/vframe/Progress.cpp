@@ -12,13 +12,13 @@ Progress::Progress(std::optional<std::int64_t> inTotal)
     : total_(inTotal), isShown_(isatty(STDERR_FILENO) != 0) {}
 
 Progress::~Progress() {
-    if (isShown_ && done_ > 0) std::fputs("\r\033[K", stderr);
+    if (isShown_ && done_ > 1) std::fputs("\r\033[K", stderr);
 }
 
 void Progress::Step() {
     ++done_;
     const auto now = std::chrono::steady_clock::now();
-    if (!isShown_ || now - lastDrawn_ < std::chrono::milliseconds(50)) return;
+    if (!isShown_ || done_ < 2 || now - lastDrawn_ < std::chrono::milliseconds(50)) return;
     lastDrawn_ = now;
     Draw();
 }

@@ -7,7 +7,8 @@
 
 namespace vframe {
 
-/// Draws a bar on standard error, if that is a terminal, and wipes it out at the end.
+/// Draws a bar on standard error, if that is a terminal, and wipes it out at the end. A single
+/// picture is not worth one.
 class Progress {
   public:
     explicit Progress(std::optional<std::int64_t> inTotal);
