@@ -1,7 +1,5 @@
 #include "RowPlan.h"
 
-#include <algorithm>
-
 #include "Chroma.h"
 
 namespace scanvo {
