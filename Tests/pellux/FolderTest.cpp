@@ -151,6 +151,8 @@ TEST_F(FolderTest, AStuckCleanUpStopsNobody) {
     });
     ASSERT_TRUE(stuck.GetLine().Hear());
     StartAnotherClient();
+    stuck.GetLine().Tell();
+    EXPECT_TRUE(stuck.Join()) << "it had the lock all the time";
 }
 
 TEST_F(FolderTest, RunningClientsSurviveTheStartOfOthers) {

@@ -1,10 +1,13 @@
 // How long data stays, what is reused when, and that a steady stream grows nothing.
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <set>
 
 #include "ServiceTest.h"
@@ -136,6 +139,7 @@ TEST_F(RetentionTest, ASteadyStreamGrowsNothing) {
     Child reader([&](Line& inLine) {
         CHILD_CHECK(InitializeClient());
         std::pair<std::ptrdiff_t, std::ptrdiff_t> settled;
+        std::set<const void*> addresses;
         BinaryReferencePtr previous;
         for (std::uint32_t i = 0; i < kCount; ++i) {
             CHILD_CHECK(inLine.Hear());
@@ -143,11 +147,15 @@ TEST_F(RetentionTest, ASteadyStreamGrowsNothing) {
             CHILD_CHECK(GetBinaryDataIfAvailable(MakeGuid(i), reference) == kSuccess);
             CHILD_CHECK(IsWhole(reference, MakeGuid(i), kMiB));
             previous = reference;
+            addresses.insert(reference->GetData());
+            // Takes the room where a mapping that was not kept would come to lie again.
+            mmap(nullptr, kMiB + kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
             if (i == kSettled) settled = resources();
             inLine.Tell();
         }
         const auto [descriptors, mappings] = resources();
         CHILD_CHECK(descriptors <= settled.first && mappings <= settled.second + 8);
+        CHILD_CHECK(addresses.size() <= 8);
     });
     std::pair<std::ptrdiff_t, std::ptrdiff_t> settled;
     std::set<ino_t> inodes;
@@ -177,6 +185,49 @@ TEST_F(RetentionTest, NearSizesShareSegments) {
         ASSERT_LE(CountSharedBytes(), 12 * kMiB);
     }
     EXPECT_EQ(Inodes(), inodes);
+}
+
+TEST_F(RetentionTest, BuffersWrittenAtOnceAreReused) {
+    SetRetainedBytesLimit(6 * kMiB);
+    std::set<ino_t> inodes;
+    for (std::uint32_t i = 0; i < 100; ++i) {
+        WritableBinaryReferencePtr first, second;
+        ASSERT_EQ(GetWritableBinaryData(kMiB, first), kSuccess);
+        ASSERT_EQ(GetWritableBinaryData(kMiB, second), kSuccess);
+        ASSERT_EQ(PutCompletedBinaryData(MakeGuid(i, 1), first), kSuccess);
+        ASSERT_EQ(PutCompletedBinaryData(MakeGuid(i, 2), second), kSuccess);
+        if (i == 50) inodes = Inodes();
+    }
+    EXPECT_EQ(Inodes(), inodes);
+}
+
+// The reader goes for what is about to be evicted, so that it often gets hold of a segment in the
+// middle of that.
+TEST_F(RetentionTest, AReaderThatSlipsInKeepsASegmentFromReuse) {
+    SetRetainedBytesLimit(4 * (kMiB / 16 + kPage));
+    void* const shared = mmap(nullptr, sizeof(std::atomic<std::uint32_t>), PROT_READ | PROT_WRITE,
+                              MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(shared, MAP_FAILED);
+    auto& newest = *new (shared) std::atomic<std::uint32_t>(0);
+    constexpr std::uint32_t kCount = 10000;
+    Child reader([&](Line&) {
+        CHILD_CHECK(InitializeClient());
+        for (std::uint32_t number = 0; number < kCount;) {
+            number = newest;
+            BinaryReferencePtr reference;
+            const Guid guid = MakeGuid(number < 4 ? 0 : number - 3);
+            if (GetBinaryDataIfAvailable(guid, reference) != kSuccess) continue;
+            for (int i = 0; i < 3; ++i)
+                CHILD_CHECK(IsWhole(reference, guid, kMiB / 16));
+        }
+    });
+    for (std::uint32_t i = 0; i < kCount; ++i) {
+        ASSERT_EQ(Publish(MakeGuid(i), kMiB / 16), kSuccess);
+        newest = i;
+    }
+    newest = kCount;
+    EXPECT_TRUE(reader.Join());
+    munmap(shared, sizeof(std::atomic<std::uint32_t>));
 }
 
 TEST_F(RetentionTest, AnUnpublishedBufferGivesItsMemoryBack) {
