@@ -1,9 +1,9 @@
 #include "Conversion.h"
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
+#include "Bytes.h"
 #include "RowPlan.h"
 
 namespace scanvo {
@@ -25,8 +25,8 @@ bool IsContiguous(const PictureOf<Byte>& inPicture) {
 void CopyPicture(const Source& inSource, const Destination& outDestination) {
     if (IsSamePlace(inSource, outDestination)) return;
     if (IsContiguous(inSource) && IsContiguous(outDestination)) {
-        std::memcpy(outDestination.start, inSource.start,
-                    static_cast<std::size_t>(inSource.rowBytes * inSource.height));
+        CopyBytes(outDestination.start, inSource.start,
+                  static_cast<std::size_t>(inSource.rowBytes * inSource.height));
         return;
     }
     for (std::int32_t row = 0; row < inSource.height; ++row) {

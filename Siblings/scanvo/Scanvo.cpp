@@ -5,10 +5,10 @@
 #include "contracts/Scanvo.h"
 
 #include <atomic>
-#include <cstring>
 #include <limits>
 #include <optional>
 
+#include "Bytes.h"
 #include "Conversion.h"
 #include "Fill.h"
 #include "FormatCode.h"
@@ -45,6 +45,24 @@ std::int32_t MakePicture(Void* inStart, std::int64_t inRowBytes, std::int32_t in
         return kSV_BadSize;
     }
     outPicture = {static_cast<Byte*>(inStart), inRowBytes, inWidth, inHeight, *format};
+    return kSV_Success;
+}
+
+// A picture whose rows cannot be addressed is one block of bytes. It is copied as it stands into
+// another of its kind, and nothing else can be done with it. Nothing for any other two pictures.
+std::optional<std::int32_t> CopyBlock(const void* inSource, SV_PixelFormat inSourceFormat,
+                                      void* outDestination, SV_PixelFormat inDestinationFormat,
+                                      std::int32_t inWidth, std::int32_t inHeight) {
+    const std::optional<Format> format = DecodeFormat(inSourceFormat);
+    if (!format || HasAddressableRows(*format) || inSourceFormat != inDestinationFormat) {
+        return std::nullopt;
+    }
+    if (inSource == nullptr || outDestination == nullptr) return kSV_NullPointer;
+    const std::int64_t bytes = PictureBytes(*format, inWidth, inHeight);
+    if (bytes == 0) return kSV_BadSize;
+    if (inSource != outDestination) {
+        CopyBytes(outDestination, inSource, static_cast<std::size_t>(bytes));
+    }
     return kSV_Success;
 }
 
@@ -95,6 +113,10 @@ std::int32_t SV_Convert(const void* inSource, std::int64_t inSourceRowBytes,
                         SV_PixelFormat inSourceFormat, void* outDestination,
                         std::int64_t inDestinationRowBytes, SV_PixelFormat inDestinationFormat,
                         std::int32_t inWidth, std::int32_t inHeight, std::int32_t) {
+    if (const auto copied = CopyBlock(inSource, inSourceFormat, outDestination, inDestinationFormat,
+                                      inWidth, inHeight)) {
+        return *copied;
+    }
     Source source;
     std::int32_t result =
         MakePicture(inSource, inSourceRowBytes, inWidth, inHeight, inSourceFormat, source);
@@ -113,6 +135,13 @@ std::int32_t SV_ScaleConvert(const void* inSource, std::int64_t inSourceRowBytes
                              std::int32_t inDestinationWidth, std::int32_t inDestinationHeight,
                              SV_PixelFormat inDestinationFormat,
                              std::uint32_t inDestinationFieldType, std::int32_t inQuality) {
+    const bool isSameSize =
+        inSourceWidth == inDestinationWidth && inSourceHeight == inDestinationHeight;
+    if (isSameSize) {
+        return SV_Convert(inSource, inSourceRowBytes, inSourceFormat, outDestination,
+                          inDestinationRowBytes, inDestinationFormat, inSourceWidth, inSourceHeight,
+                          inQuality);
+    }
     Source source;
     std::int32_t result = MakePicture(inSource, inSourceRowBytes, inSourceWidth, inSourceHeight,
                                       inSourceFormat, source);
@@ -122,13 +151,10 @@ std::int32_t SV_ScaleConvert(const void* inSource, std::int64_t inSourceRowBytes
                          inDestinationHeight, inDestinationFormat, destination);
     if (result != kSV_Success) return result;
 
-    const bool isSameHeight = inSourceHeight == inDestinationHeight;
-    if (isSameHeight && inSourceWidth == inDestinationWidth) {
-        return Run([&] { ConvertPicture(source, destination); });
-    }
     const bool hasFields = IsField(inSourceFieldType) && IsField(inDestinationFieldType) &&
                            inSourceHeight > 1 && inDestinationHeight > 1;
-    const auto scale = hasFields && !isSameHeight ? ScaleFields : ScalePicture;
+    const auto scale =
+        hasFields && inSourceHeight != inDestinationHeight ? ScaleFields : ScalePicture;
     return Run([&] { scale(source, destination, inQuality); });
 }
 
@@ -201,5 +227,5 @@ std::int32_t SV_FillWithColor(void* outBuffer, std::int64_t inRowBytes, std::int
 
 void SV_CopyMemory(void* outDestination, const void* inSource, std::uint64_t inByteCount) {
     if (outDestination == nullptr || inSource == nullptr) return;
-    std::memcpy(outDestination, inSource, inByteCount);
+    CopyBytes(outDestination, inSource, inByteCount);
 }

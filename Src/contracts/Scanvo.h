@@ -5,7 +5,7 @@
 // there is one row only, 0. Coordinates are memory rows throughout: no operation turns a picture
 // over, except a conversion between a bottom-up and a top-down format, which keeps it upright.
 // Pictures of the DV and planar 4:2:0 formats are one block of bytes; their row bytes are not
-// looked at.
+// looked at. They are copied as they stand, and refused by every other operation.
 //
 // Integer results are rounded to nearest. 8- and 10-bit Y'CbCr has the ranges of BT.601 and
 // BT.709, RGB and alpha are full range, 15-bit white is 32768, float white 1.0.
@@ -33,8 +33,6 @@ enum SV_Result : std::int32_t {
     kSV_NullPointer = -50,
     kSV_UnsupportedFormat = -51,
     kSV_BadSize = -52,  ///< a side that is zero, negative or too large for the format
-    kSV_NotInitialized = -53,
-    kSV_CodecFailure = -54,  ///< compressed data that cannot be read, or could not be made
 };
 
 extern "C" {
@@ -52,9 +50,9 @@ SIBLING_API std::int32_t SV_Convert(const void* inSource, std::int64_t inSourceR
                                     std::int32_t inHeight, std::int32_t inMode);
 
 /// Converts the whole source picture and scales it to the destination's size. Quality 0 and 1:
-/// nearest pixel; 2: bilinear, box when shrinking; 3: bilinear with a support that grows when
-/// shrinking; 4: bicubic with the same growth; 5 and more: Lanczos 3. Equal sizes never blur. When
-/// both field types are 1 or 2 and the height changes, each field is scaled for itself.
+/// nearest pixel; 2: bilinear, box when shrinking; 3 and more: bilinear with a support that grows
+/// when shrinking. Equal sizes never blur. When both field types are 1 or 2 and the height changes,
+/// each field is scaled for itself.
 SIBLING_API std::int32_t SV_ScaleConvert(
     const void* inSource, std::int64_t inSourceRowBytes, std::int32_t inSourceWidth,
     std::int32_t inSourceHeight, SV_PixelFormat inSourceFormat, std::uint32_t inSourceFieldType,

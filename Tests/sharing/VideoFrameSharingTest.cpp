@@ -92,7 +92,7 @@ TEST_F(Sharing, CopyCarriesPropertiesAndTightPixels) {
 TEST_F(Sharing, EveryFormatOfTheRendererIsCopiedAsItStands) {
     for (const NamedPixelFormat& named : NamedPixelFormats()) {
         if (VF::BEPixelFormatToSVPixelFormat(named.format) == 0) continue;
-        const VF::VideoFrameRef frame = support::MakeFrame(10, 4, named.format);
+        const VF::VideoFrameRef frame = support::MakeFrame(48, 4, named.format);
         const std::vector<std::byte> pattern = FillWithPattern(frame);
         unsigned long long size = 0;
         ASSERT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(frame, size), 0) << named.name;
