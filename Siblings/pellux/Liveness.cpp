@@ -56,7 +56,7 @@ std::optional<FileId> FindRemovable(const Folder& inFolder, const std::string& i
     const std::optional<FileId> found = inFolder.Identify(inName);
     if (!found) return std::nullopt;
     const Descriptor file = inFolder.OpenFile(inName, Access::kRead);
-    if (!file && IsOwnTrouble(errno)) return std::nullopt;
+    if (!file && (errno == ENOENT || IsOwnTrouble(errno))) return std::nullopt;
     std::optional<Header> header;
     if (file) {
         // Between the two calls the name may have gone to another file, of someone alive.
@@ -81,7 +81,7 @@ bool RemoveFiles(const Folder& inFolder, const std::vector<FolderEntry>& inEntri
             removable = FindRemovable(inFolder, entry.name, inIncludingOwnerless, inIsDoomed);
         }
         if (!removable) continue;
-        Discard(inFolder, entry.name, removable);
+        Discard(inFolder, entry.name, *removable);
         hasRemoved = true;
     }
     return hasRemoved;

@@ -24,6 +24,7 @@ constexpr std::size_t kMaxRetainedSegments = 8192;
 constexpr std::size_t kMaxErrors = 1024;
 // Looking whether a publication is still held costs some microseconds.
 constexpr int kExaminationsPerCall = 8;
+constexpr int kEvictionsForAFit = 8;
 
 // Sizes that vary a little must find each other's segments, so they are rounded up by at most a
 // sixteenth.
@@ -115,13 +116,18 @@ std::shared_ptr<Segment> Publisher::FindForReuse(std::uint64_t inSize, Discards&
     // never settle; but they may not drive out all that is published.
     const std::uint64_t more =
         FileSizeFor(inSize) + std::min(writtenBytes_, retainedBytesLimit_ / 2);
-    for (;;) {
+    for (int evictions = 0;;) {
         if (std::shared_ptr<Segment> segment = TakeIdle(inSize)) return segment;
         if (!WouldExceed(more)) return nullptr;
-        // Idle segments of other sizes are given up last and not all at once: streams of several
-        // sizes would otherwise destroy each other's segments in turns.
+        // What is idle now is of other sizes. It is not given up for the first best request, or
+        // streams of several sizes would destroy each other's segments in turns; but neither shall
+        // many publications go in search of one that fits.
         const bool hasManyIdle = idleBytes_ > retainedBytesLimit_ / 4;
-        if (!hasManyIdle && RelieveOldest(0)) continue;
+        const bool mayEvict = idle_.empty() || (!hasManyIdle && evictions < kEvictionsForAFit);
+        if (mayEvict && RelieveOldest(0)) {
+            ++evictions;
+            continue;
+        }
         if (idle_.empty()) return nullptr;
         DropIdle(outDiscards);
     }

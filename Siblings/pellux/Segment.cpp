@@ -130,14 +130,9 @@ bool LetGo(Descriptor inFile) {
     return again && FreeRoomIfUnreachable(again);
 }
 
-void Discard(const Folder& inFolder, const std::string& inName,
-             const std::optional<FileId>& inExpected) {
+void Discard(const Folder& inFolder, const std::string& inName, const FileId& inFile) {
     const Descriptor file = inFolder.OpenFile(inName, Access::kRead);
-    if (inExpected) {
-        inFolder.RemoveIf(inName, *inExpected);
-    } else {
-        inFolder.Remove(inName);
-    }
+    inFolder.RemoveIf(inName, inFile);
     if (file) FreeRoomIfUnreachable(file);
 }
 

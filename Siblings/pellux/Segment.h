@@ -80,9 +80,8 @@ bool IsHeldByOthers(const Descriptor& inFile);
 /// remain.
 bool LetGo(Descriptor inFile);
 
-/// Takes the name away. The file's memory is freed at once if nobody holds it and this was its last
-/// name. With inExpected, does so only while the name leads to that file.
-void Discard(const Folder& inFolder, const std::string& inName,
-             const std::optional<FileId>& inExpected = std::nullopt);
+/// Takes the name away, if it still leads to that file. The file's memory is freed at once when
+/// this was its last name and nobody holds it.
+void Discard(const Folder& inFolder, const std::string& inName, const FileId& inFile);
 
 }  // namespace pellux
