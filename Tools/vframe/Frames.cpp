@@ -60,8 +60,6 @@ std::string RendererError(std::int32_t inResult) {
             return "the renderer does not convert this format";
         case kSV_BadSize:
             return "the renderer does not take this size";
-        case kSV_CodecFailure:
-            return "the compressed picture cannot be read or made";
         default:
             return "the renderer failed with " + std::to_string(inResult);
     }
