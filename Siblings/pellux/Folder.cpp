@@ -33,11 +33,14 @@ int Result(int inOutcome) {
 
 std::unique_ptr<Folder> Folder::Open() {
     const std::string path = FolderPath();
-    const bool isNew = mkdir(path.c_str(), kFolderMode) == 0;
-    Descriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    constexpr int kFlags = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    if (mkdir(path.c_str(), kFolderMode) == 0) {
+        // The process's file mode mask may have taken away even this user's access.
+        const Descriptor place(open(path.c_str(), O_PATH | kFlags));
+        if (place) chmod(PathOf(place).c_str(), kFolderMode);
+    }
+    Descriptor directory(open(path.c_str(), O_RDONLY | kFlags));
     if (!directory) return nullptr;
-    // The process's file mode mask may have taken away more than others' access.
-    if (isNew) fchmod(directory.Number(), kFolderMode);
     struct stat status {};
     if (fstat(directory.Number(), &status) != 0) return nullptr;
     if (status.st_uid != geteuid() || (status.st_mode & kOthersBits) != 0) return nullptr;
