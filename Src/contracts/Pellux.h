@@ -101,7 +101,7 @@ struct Publication {
     tulocore::utility::Guid guid;
     std::uint64_t size = 0;      ///< bytes of data; 0 for an error
     std::uint32_t process = 0;   ///< the publisher
-    bool isAlias = false;        ///< another Guid names the same bytes
+    bool isAlias = false;        ///< the bytes were published under another Guid first
     std::int32_t errorCode = 0;  ///< not 0: a generation error
 };
 
