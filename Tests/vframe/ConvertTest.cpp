@@ -174,7 +174,7 @@ TEST_F(ConvertTest, LeavesNothingBehindWhenItIsEnded) {
     std::filesystem::resize_file(Path("in.raw"), std::uintmax_t{1280} * 720 * 4 * 9000);
     RunningTool tool({"convert", Path("in.raw"), Path("out.mkv"), "--input-format", "BGRA_4444_8u",
                       "--input-size", "1280x720"});
-    while (Files().size() < 2)
+    while (Files().size() < 2 && tool.IsRunning())
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     tool.Signal(SIGTERM);
     const Result result = tool.Wait();

@@ -47,9 +47,10 @@ TEST_F(DemoTest, TellsWhenThePublishingProcessDies) {
     ASSERT_EQ(mkfifo(Path("pipe.png").c_str(), 0600), 0);  // it waits there for ever
     RunningTool demo({"demo", Path("out"), Path("pipe.png")});
     int publisher = 0;
-    while (std::sscanf(demo.OutputSoFar().c_str(), "Process %d makes", &publisher) != 1)
+    while (std::sscanf(demo.OutputSoFar().c_str(), "Process %d makes", &publisher) != 1 &&
+           demo.IsRunning())
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    ASSERT_GT(publisher, 1);
+    ASSERT_GT(publisher, 1) << demo.Wait().errors;
     kill(publisher, SIGKILL);
     const Result result = demo.Wait();
     EXPECT_EQ(result.status, 1);

@@ -63,6 +63,12 @@ void RunningTool::Signal(int inSignal) const {
     kill(id_, inSignal);
 }
 
+bool RunningTool::IsRunning() const {
+    siginfo_t info{};
+    return waitid(P_PID, static_cast<id_t>(id_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           info.si_pid == 0;
+}
+
 std::string RunningTool::OutputSoFar() const {
     return ReadText(folder_ / "out");
 }

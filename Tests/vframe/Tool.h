@@ -27,6 +27,8 @@ class RunningTool {
     RunningTool& operator=(const RunningTool&) = delete;
 
     void Signal(int inSignal) const;
+    /// To be asked before Wait.
+    bool IsRunning() const;
     /// What it has put on standard output until now.
     std::string OutputSoFar() const;
     Result Wait();
