@@ -80,12 +80,14 @@ class Receiver {
         std::filesystem::remove_all(folder_, ignored);
     }
 
-    // What the other process says to a Guid; 0 when something went wrong.
-    std::size_t Ask(const Guid& inGuid) {
+    // The two halves of a question; the other process answers in order. 0 when something went
+    // wrong.
+    bool Send(const Guid& inGuid) {
+        return write(questions_, &inGuid, sizeof(inGuid)) == sizeof(inGuid);
+    }
+    std::size_t TakeAnswer() {
         std::size_t answer = 0;
-        const bool asked = write(questions_, &inGuid, sizeof(inGuid)) == sizeof(inGuid) &&
-                           read(answers_, &answer, sizeof(answer)) == sizeof(answer);
-        return asked ? answer : 0;
+        return read(answers_, &answer, sizeof(answer)) == sizeof(answer) ? answer : 0;
     }
 
   private:
@@ -110,21 +112,44 @@ VF::VideoFrameRef MakeFrame(std::uint32_t inScale = 1) {
 // ---------------------------------------------------------------------------------------------
 // The work
 
-bool SendThroughCopy(const VF::VideoFrameRef& inFrame) {
-    const Guid guid = Guid::Generate();
-    return VF::PublishVideoFrame(inFrame, guid) == 0 && TheReceiver().Ask(guid) != 0;
-}
+// A stream of frames to the other process, with a few of them on the road, as in playback.
+class CopyStream {
+  public:
+    // False when a frame did not arrive.
+    bool Send(const VF::VideoFrameRef& inFrame) {
+        const Guid guid = Guid::Generate();
+        if (VF::PublishVideoFrame(inFrame, guid) != 0 || !TheReceiver().Send(guid)) return false;
+        return ++onTheRoad_ <= kMostOnTheRoad || TakeOne();
+    }
+
+    bool Finish() {
+        while (onTheRoad_ > 0) {
+            if (!TakeOne()) return false;
+        }
+        return true;
+    }
+
+  private:
+    static constexpr int kMostOnTheRoad = 4;
+
+    bool TakeOne() {
+        --onTheRoad_;
+        return TheReceiver().TakeAnswer() != 0;
+    }
+
+    int onTheRoad_ = 0;
+};
 
 void StreamThroughCopies(benchmark::State& inState) {
     const VF::VideoFrameRef frame = MakeFrame();
+    CopyStream stream;
     // Other rows leave segments of other sizes behind; a stream has settled after these.
-    for (int i = 0; i < 100; ++i) SendThroughCopy(frame);
-    for (auto _ : inState) {
-        if (!SendThroughCopy(frame)) {
-            inState.SkipWithError("a frame did not arrive");
-            return;
-        }
-    }
+    bool arrived = true;
+    for (int i = 0; i < 100; ++i)
+        arrived = arrived && stream.Send(frame);
+    for (auto _ : inState)
+        arrived = arrived && stream.Send(frame);
+    if (!stream.Finish() || !arrived) inState.SkipWithError("a frame did not arrive");
 }
 
 void CopyWarmSharedMemory(benchmark::State& inState) {
@@ -171,23 +196,26 @@ void ReceiveMapped(benchmark::State& inState) {
     }
 }
 
+std::string DescribeMemory(int inFrames) {
+    const auto mebibytes = [](std::size_t inBytes) {
+        return std::to_string(inBytes >> 20) + " MiB";
+    };
+    const bool asked = TheReceiver().Send(Guid());
+    const std::size_t receivers = asked ? TheReceiver().TakeAnswer() : 0;
+    return "after " + std::to_string(inFrames) + " frames: publisher " +
+           mebibytes(ResidentBytes()) + ", receiver " + mebibytes(receivers) + ", shared folder " +
+           mebibytes(processcoordination::CountSharedBytes());
+}
+
 std::vector<std::string> StreamTenThousandFrames() {
-    Receiver& receiver = TheReceiver();
     const VF::VideoFrameRef frame = MakeFrame();
     std::vector<std::string> lines;
+    CopyStream stream;
     for (int count = 1; count <= 10'000; ++count) {
-        if (!SendThroughCopy(frame)) {
-            lines.push_back("frame " + std::to_string(count) + " did not arrive");
-            break;
-        }
+        if (!stream.Send(frame)) return {"frame " + std::to_string(count) + " did not arrive"};
         if (count != 100 && count != 10'000) continue;
-        const auto mebibytes = [](std::size_t inBytes) {
-            return std::to_string(inBytes >> 20) + " MiB";
-        };
-        lines.push_back("after " + std::to_string(count) + " frames: publisher " +
-                        mebibytes(ResidentBytes()) + ", receiver " +
-                        mebibytes(receiver.Ask(Guid())) + ", shared folder " +
-                        mebibytes(processcoordination::CountSharedBytes()));
+        if (!stream.Finish()) return {"the last frames did not arrive"};
+        lines.push_back(DescribeMemory(count));
     }
     return lines;
 }

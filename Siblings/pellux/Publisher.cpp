@@ -180,6 +180,15 @@ bool Publisher::BeginWriting(const Segment& inSegment) {
 }
 
 void Publisher::GiveBack(WritableSegment inSegment) {
+    if (inSegment.isPublished) {
+        // Only a stop takes the name from a publication that is held, so until then there is
+        // nothing to look after.
+        const std::lock_guard lock(mutex_);
+        if (!isStopped_) {
+            inSegment.hold = Descriptor();
+            return;
+        }
+    }
     const bool isNameless = LetGo(std::move(inSegment.hold));
     Discards discards(folder_);
     const std::lock_guard lock(mutex_);
@@ -326,12 +335,15 @@ Publisher::Eviction Publisher::Evict(const Publication& inPublication) const {
 
 // For a segment that has its own name back: whether nobody can read it any more.
 bool Publisher::IsReusable(const Segment& inSegment, const Descriptor& inFile) const {
-    std::optional<FileFacts> facts = Examine(inFile);
-    if (facts && facts->nameCount > 1) RemoveAliases(inSegment);
+    const auto hasOneName = [&] {
+        const std::optional<FileFacts> facts = Examine(inFile);
+        return facts && facts->nameCount == 1;
+    };
+    // Only a holder can make an alias, so none comes after the look for holders.
     if (IsHeldByOthers(inFile)) return false;
-    // Only a holder can make an alias, so none comes after this look.
-    facts = Examine(inFile);
-    return facts && facts->nameCount == 1;
+    if (hasOneName()) return true;
+    RemoveAliases(inSegment);
+    return !IsHeldByOthers(inFile) && hasOneName();
 }
 
 void Publisher::RemoveAliases(const Segment& inSegment) const {

@@ -65,9 +65,10 @@ std::uint64_t HeaderBytes() {
 }
 
 std::optional<FileFacts> Examine(const Descriptor& inFile) {
+    static const uid_t user = geteuid();
     struct stat status {};
     if (fstat(inFile.Number(), &status) != 0) return std::nullopt;
-    if (!S_ISREG(status.st_mode) || status.st_uid != geteuid()) return std::nullopt;
+    if (!S_ISREG(status.st_mode) || status.st_uid != user) return std::nullopt;
     if ((status.st_mode & kOthersBits) != 0) return std::nullopt;
     FileFacts facts;
     facts.id = {status.st_dev, status.st_ino};

@@ -1,7 +1,9 @@
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <random>
 #include <stdexcept>
+#include <system_error>
 
 #include "contracts/TuloCore.h"
 
@@ -12,11 +14,11 @@ void ThrowUnreadableGuid(std::string_view inText) {
 }
 
 Guid Guid::Generate() {
-    std::random_device device;
-    std::array<std::uint32_t, 4> words;
-    for (std::uint32_t& word : words)
-        word = device();
-    Guid guid = std::bit_cast<Guid>(words);
+    std::array<std::byte, sizeof(Guid)> bytes;
+    if (getentropy(bytes.data(), bytes.size()) != 0) {
+        throw std::system_error(errno, std::generic_category(), "no random bytes for a Guid");
+    }
+    Guid guid = std::bit_cast<Guid>(bytes);
     // RFC 4122 section 4.4: version 4, variant 10.
     guid.part3 = static_cast<std::uint16_t>((guid.part3 & 0x0FFF) | 0x4000);
     guid.part4[0] = static_cast<std::uint8_t>((guid.part4[0] & 0x3F) | 0x80);

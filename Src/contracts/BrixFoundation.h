@@ -176,7 +176,7 @@ class CriticalSectionLock {
 // ---------------------------------------------------------------------------------------------
 // Small objects
 
-/// The process-wide pool of small objects; any thread may call it.
+/// Where small objects come from; any thread may call it.
 class Allocator {
   public:
     /// At least inSize bytes, aligned for any object. Raises std::bad_alloc.

@@ -112,7 +112,7 @@ SIBLING_API std::vector<Publication> ListBinaryData();
 SIBLING_API std::uint64_t CountSharedBytes();
 
 /// Bound on the bytes that this process keeps published or ready for reuse without holders; the
-/// oldest go first. 256 MiB at first.
+/// oldest go first. 128 MiB at first.
 SIBLING_API void SetRetainedBytesLimit(std::uint64_t inBytes);
 
 }  // namespace processcoordination

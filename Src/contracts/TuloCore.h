@@ -33,7 +33,7 @@ struct Guid {
     /// As the constructor, but an unreadable text gives nothing.
     static constexpr std::optional<Guid> Parse(std::string_view inText);
 
-    /// A new random Guid (version 4).
+    /// A new random Guid (version 4). Raises std::system_error when there is no randomness.
     SIBLING_API static Guid Generate();
 
     /// Upper-case text with braces: "{5A2A4FE9-EE01-4438-8F14-AA8946104D5F}".

@@ -59,8 +59,7 @@ void AddConvertCommand(CLI::App& inApp) {
         ->type_name("WxH");
     command
         ->add_option("--quality", arguments->quality,
-                     "0 nearest pixel, 2 bilinear, 3 and 4 as good as bilinear and bicubic can "
-                     "shrink, 5 Lanczos [4]")
+                     "0 nearest pixel, 2 bilinear, 3 and more bilinear over every pixel [4]")
         ->type_name("N")
         ->check(CLI::Range(0, 5));
     command->footer(
