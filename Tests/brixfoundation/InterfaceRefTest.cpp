@@ -55,10 +55,3 @@ TEST(InterfaceRef, DereferencingNullRaises) {
         EXPECT_STREQ(exception.what(), "A NULL interface pointer has been dereferenced.");
     }
 }
-
-TEST(InterfaceRef, QueryOfNullOrUnknownInterfaceIsNull) {
-    Counted object;
-    EXPECT_FALSE(QueryInterface<BrixUnknown>(InterfaceRef<Counted>()));
-    EXPECT_TRUE(QueryInterface<BrixUnknown>(InterfaceRef<Counted>(&object)));
-    EXPECT_EQ(object.references, 0);
-}

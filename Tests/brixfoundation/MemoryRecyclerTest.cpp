@@ -57,19 +57,6 @@ TEST_F(MemoryRecyclerTest, BlocksAreAlignedAndLargeEnoughForEverySize) {
     }
 }
 
-TEST_F(MemoryRecyclerTest, TheYoungestBlockOfASizeIsReused) {
-    const MemoryRecycler::Pointer recycler;
-    const MemoryBuffer first = recycler->AllocateBuffer(8294528);
-    const MemoryBuffer second = recycler->AllocateBuffer(8294528);
-    recycler->RecycleBuffer(first);
-    recycler->RecycleBuffer(second);
-    EXPECT_EQ(recycler->AllocateBuffer(8294400).address, second.address);
-    EXPECT_EQ(recycler->AllocateBuffer(8294528).address, first.address);
-    recycler->RecycleBuffer(first);
-    recycler->RecycleBuffer(second);
-    EXPECT_EQ(gBlocksFromSource, 2);
-}
-
 TEST_F(MemoryRecyclerTest, WhatIsKeptStaysWithinTheBoundOldestGoingFirst) {
     const MemoryRecycler::Pointer recycler;
     std::vector<MemoryBuffer> buffers;
@@ -145,17 +132,4 @@ TEST_F(MemoryRecyclerTest, ManyThreadsNeverShareABlock) {
     }
     threads.clear();
     EXPECT_EQ(clashes, 0);
-}
-
-TEST(Allocator, BlocksOfAllSizesComeAndGo) {
-    std::vector<std::pair<void*, std::size_t>> blocks;
-    for (std::size_t size = 1; size < 5000; size += 37) {
-        void* const block = Allocator::Allocate(size);
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignof(std::max_align_t), 0U);
-        std::memset(block, 0xAA, size);
-        blocks.emplace_back(block, size);
-    }
-    for (const auto& [block, size] : blocks)
-        Allocator::Dispose(block, size);
-    Allocator::Dispose(nullptr, 10);
 }

@@ -101,34 +101,3 @@ TEST(FrameLayout, WriterFillsItsFieldsAndLeavesTheReservedBytes) {
     for (std::size_t i = 24; i < 33; ++i)
         EXPECT_EQ(words[i], 0xEEEEEEEE) << "offset " << i * 4;
 }
-
-TEST(FrameLayout, RowBytesOfANewFrame) {
-    struct Case {
-        PixelFormat format;
-        std::int32_t rowBytes;
-    };
-    for (const Case& c : {Case{kPixelFormat_BGRA_4444_8u, 400},
-                          {kPixelFormat_UYVY_422_8u, 200},
-                          {kPixelFormat_NTSCDV25, 1000 - 128},
-                          {kPixelFormat_Invalid, 1000 - 128}}) {
-        VF::SharedFrameHeader header{};
-        VF::WriteNewFrameHeader(&header, 1000, c.format, 100, 2, {1, 1});
-        EXPECT_EQ(header.rowBytes, c.rowBytes);
-    }
-}
-
-TEST(FrameLayout, OlderHeadersHaveNoPixelOffset) {
-    VF::SharedFrameHeader header{};
-    header.pixelOffset = 64;
-    header.version = 5;
-    EXPECT_EQ(VF::PixelPosition(header), 128U);
-    header.version = 6;
-    EXPECT_EQ(VF::PixelPosition(header), 192U);
-}
-
-TEST(FrameLayout, RectanglesComeBackAsStored) {
-    for (const Brix::Rect& rect :
-         {Brix::Rect{0, 0, 10, 20}, {-5, -6, 7, 8}, {9, 9, 3, 3}, {INT_MIN, 0, INT_MAX, 1}}) {
-        EXPECT_EQ(VF::FromStored(VF::ToStored(rect)), rect);
-    }
-}

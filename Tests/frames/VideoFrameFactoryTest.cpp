@@ -110,32 +110,6 @@ TEST(Factory, ClearsAsAsked) {
     EXPECT_TRUE(frame);
 }
 
-TEST(Factory, DiskAlignedPixelsAreAlignedAndHaveRoom) {
-    for (const int alignment : {0, 512}) {
-        for (const int block : {0, 4096}) {
-            for (const int prefix : {0, 512}) {
-                VF::VideoFrameRef frame;
-                ASSERT_EQ(VF::CreateDiskAlignedVideoFrame(frame, kFormat, 100, 10, {1, 1},
-                                                          alignment, block, prefix, true, false),
-                          0);
-                const auto address = reinterpret_cast<std::uintptr_t>(support::Data(frame));
-                const int effective = alignment != 0 ? alignment : block;
-                if (effective != 0) {
-                    EXPECT_EQ((address - static_cast<unsigned>(prefix)) %
-                                  static_cast<unsigned>(effective),
-                              0U);
-                }
-                const auto* const object =
-                    static_cast<VF::SharedMemoryVideoFrameBase*>(frame.Get());
-                const auto start = reinterpret_cast<std::uintptr_t>(
-                    const_cast<VF::SharedMemoryVideoFrameBase*>(object)->InternalGetData());
-                EXPECT_LE(address + 4000 - start,
-                          support::Ask<VF::IVideoFrameMemoryAccess>(frame)->GetAllocatedSize());
-            }
-        }
-    }
-}
-
 TEST(Factory, CustomFrameIsOneRowBehindTheHeader) {
     const VF::VideoFrameRef frame = support::MakeCustomFrame(1000);
     const auto memory = support::Ask<VF::IVideoFrameMemoryAccess>(frame);
@@ -144,13 +118,4 @@ TEST(Factory, CustomFrameIsOneRowBehindTheHeader) {
     auto* const object = static_cast<VF::SharedMemoryVideoFrameBase*>(frame.Get());
     EXPECT_EQ(object->GetRowBytes(), 1000U);
     EXPECT_EQ(memory->GetData(), static_cast<std::byte*>(object->InternalGetWritableData()) + 128);
-}
-
-TEST(Factory, CapabilityLooksAtTheKindBitsAlone) {
-    EXPECT_TRUE(VF::PixelType2DMemoryAccessCapable(kFormat));
-    EXPECT_TRUE(VF::PixelType2DMemoryAccessCapable(kPixelFormat_Invalid));
-    EXPECT_TRUE(VF::PixelType2DMemoryAccessCapable({0, ~0x1E000U}));
-    for (std::uint32_t bit = 0x2000; bit <= 0x10000; bit <<= 1) {
-        EXPECT_FALSE(VF::PixelType2DMemoryAccessCapable({0, bit}));
-    }
 }

@@ -120,7 +120,11 @@ TEST_F(Sharing, BufferMustHoldTheCopy) {
     EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, buffer.data(), 188), 0);
 }
 
-TEST_F(Sharing, NullAndUnknownFramesCannotBeCopied) {
+TEST_F(Sharing, NullAndUnknownFramesCannotBeCopiedNorNothingWrapped) {
+    VF::VideoFrameRef frame = support::MakeFrame(8, 8);
+    EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference({}, Guid::Generate(), frame),
+              kGeneralFailure);
+    EXPECT_FALSE(frame);
     unsigned long long size = 77;
     EXPECT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(nullptr, size), kGeneralFailure);
     EXPECT_EQ(size, 77U);
@@ -147,18 +151,6 @@ TEST_F(Sharing, PublicationThroughACopyHandsItsReferenceOut) {
     EXPECT_TRUE(received->GetReadOnly());
 }
 
-TEST_F(Sharing, PublicationInPlaceMakesNoCopy) {
-    VF::SetCreatePublishableVideoFrames(true);
-    const VF::VideoFrameRef frame = support::MakeFrame(64, 16);
-    VF::SetCreatePublishableVideoFrames(false);
-    const Guid guid = Guid::Generate();
-    WritableBinaryReferencePtr reference;
-    EXPECT_EQ(VF::PublishVideoFrameProvidingReference(frame, guid, reference), 0);
-    EXPECT_FALSE(reference);
-    EXPECT_TRUE(frame->GetReadOnly());
-    EXPECT_TRUE(Receive(guid));
-}
-
 TEST_F(Sharing, FailureIsToldToWhoeverWaits) {
     const Guid guid = Guid::Generate();
     EXPECT_EQ(VF::PublishVideoFrame(nullptr, guid), kGeneralFailure);
@@ -177,13 +169,6 @@ TEST_F(Sharing, TakenGuidKeepsItsFrame) {
     ASSERT_EQ(VF::PublishVideoFrame(first, guid), 0);
     EXPECT_EQ(VF::PublishVideoFrame(support::MakeFrame(8, 8), guid), kGeneralFailure);
     EXPECT_EQ(std::memcmp(support::Data(Receive(guid)), pattern.data(), pattern.size()), 0);
-}
-
-TEST_F(Sharing, WrappingNothingLeavesNoFrame) {
-    VF::VideoFrameRef frame = support::MakeFrame(8, 8);
-    EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference({}, Guid::Generate(), frame),
-              kGeneralFailure);
-    EXPECT_FALSE(frame);
 }
 
 // The road of one frame: another process makes and publishes it, this one receives it and keeps

@@ -6,22 +6,6 @@
 
 using namespace tulocore;
 
-TEST(Contract, ReportReachesTheHandlerAndItsAnswerTheCaller) {
-    std::vector<std::string> reports;
-    bool answer = true;
-    const debug::ContractHandler before =
-        debug::SetContractHandler([&](const debug::ContractReport& inReport) {
-            reports.push_back(std::string(inReport.file) + ":" + std::to_string(inReport.line) +
-                              ":" + inReport.condition);
-            return answer;
-        });
-    EXPECT_TRUE(debug::BreakAfterContractDialog("a != 0", "File", 12));
-    answer = false;
-    EXPECT_FALSE(debug::BreakAfterContractDialog("b", "Other", 3));
-    debug::SetContractHandler(before);
-    EXPECT_EQ(reports, (std::vector<std::string>{"File:12:a != 0", "Other:3:b"}));
-}
-
 TEST(Contract, ErrorCarriesEveryArgument) {
     try {
         config::ThrowError(7, "$$$/Some/Key=Something went wrong", 105, 25, true, {"a"}, {"b"}, {},
@@ -50,14 +34,4 @@ TEST(Trace, CategoriesAreOffUntilSwitchedOn) {
     debug::SetTraceEnabled("Colour", false);
     EXPECT_FALSE(debug::TraceEnabled("Colour", 0, true));
     EXPECT_EQ(debug::TraceChangeCount(), before + 2);
-}
-
-TEST(Trace, LinesGoToTheSinkAsTheyAre) {
-    std::string lines;
-    const debug::TraceSink before =
-        debug::SetTraceSink([&](std::string_view inLine) { lines += inLine; });
-    debug::Trace("one\r\n");
-    debug::Trace("two\r\n");
-    debug::SetTraceSink(before);
-    EXPECT_EQ(lines, "one\r\ntwo\r\n");
 }

