@@ -1,4 +1,7 @@
 // Processes that die, fork, or use the service from many threads at once.
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <atomic>
 #include <random>
 #include <thread>
@@ -9,183 +12,128 @@ using namespace service_test;
 
 namespace {
 
-class CrashTest : public ServiceTest {};
+using CrashTest = ServiceTest;
 
-TEST_F(CrashTest, DataOutlivesItsPublisherForThoseWhoHoldIt) {
-    Child publisher([&](Line& inLine) {
-        CHILD_CHECK(InitializeClient());
-        CHILD_CHECK(Publish(MakeGuid(1), kMiB) == kSuccess);
-        CHILD_CHECK(PutBinaryDataGenerationError(MakeGuid(2), -1) == kSuccess);
-        WritableBinaryReferencePtr unpublished;
-        CHILD_CHECK(GetWritableBinaryData(kMiB, unpublished) == kSuccess);
-        inLine.Tell();
-        inLine.Hear();
+// Numbers from 10 on are of this process and stay.
+TEST_F(CrashTest, TheDeadLeaveOnlyWhatIsHeld) {
+    ASSERT_EQ(Publish(MakeGuid(10), kMiB), kSuccess);
+    ASSERT_EQ(PutBinaryDataGenerationError(MakeGuid(11), -1), kSuccess);
+    WritableBinaryReferencePtr writable, lost;
+    ASSERT_EQ(GetWritableBinaryData(kMiB, writable), kSuccess);
+    const std::vector<std::string> files = Files();
+    const std::uint64_t bytes = CountSharedBytes();
+    OtherClient publisher([&] {
+        Check(PublishAll(1, 3));
+        Check(PutBinaryDataGenerationError(MakeGuid(3), -1) == kSuccess);
+        Check(GetWritableBinaryData(kMiB, lost) == kSuccess);
     });
-    ASSERT_TRUE(publisher.GetLine().Hear());
-    BinaryReferencePtr held;
-    ASSERT_EQ(GetBinaryDataIfAvailable(MakeGuid(1), held), kSuccess);
-    ASSERT_EQ(MakeBinaryDataAlias(MakeGuid(1), held, MakeGuid(3)), kSuccess);
+    const BinaryReferencePtr held = Get(MakeGuid(1));
+    ASSERT_TRUE(Get(MakeGuid(2))) << "only its mapping is kept";
+    ASSERT_EQ(MakeBinaryDataAlias(MakeGuid(1), held, MakeGuid(4)), kSuccess);
+    const int keptFile = open((folder_ / FileName(MakeGuid(2))).c_str(), O_RDONLY);
     publisher.Kill();
-    StartAnotherClient();
-    EXPECT_EQ(Files().size(), 2U) << "this client's file and the lock of the clean-up";
-    EXPECT_EQ(CountSharedBytes(), 0U);
-    for (const std::uint32_t number : {1, 2, 3})
-        EXPECT_FALSE(IsAvailable(MakeGuid(number)));
+    CleanUp();
+    EXPECT_EQ(Files(), files);
+    EXPECT_EQ(CountSharedBytes(), bytes);
+    struct stat kept {};
+    EXPECT_EQ(fstat(keptFile, &kept), 0);
+    EXPECT_LE(kept.st_blocks * 512U, kPage) << "a mapping without a holder keeps nothing";
+    close(keptFile);
     EXPECT_TRUE(IsWhole(held, MakeGuid(1), kMiB));
-    EXPECT_EQ(Publish(MakeGuid(1), 64), kSuccess) << "the Guid is free";
-}
-
-TEST_F(CrashTest, APublicationWakesWaitersThoughItsPublisherDiesAtOnce) {
-    for (std::uint32_t i = 0; i < 20; ++i) {
-        Child publisher([&](Line& inLine) {
-            CHILD_CHECK(InitializeClient());
-            inLine.Hear();
-            CHILD_CHECK(Publish(MakeGuid(i), 4096) == kSuccess);
-            kill(getpid(), SIGKILL);
-        });
-        publisher.GetLine().Tell();
-        BinaryReferencePtr reference;
-        ASSERT_EQ(WaitForBinaryData(MakeGuid(i), 30s, reference), kSuccess);
-        EXPECT_TRUE(IsWhole(reference, MakeGuid(i), 4096));
-    }
-}
-
-// Publishes, receives and makes aliases until it is killed.
-void LiveDangerously(std::uint16_t inRound) {
-    CHILD_CHECK(InitializeClient());
-    SetRetainedBytesLimit(kMiB);
-    for (std::uint32_t i = 0;; ++i) {
-        const std::uint64_t size = 64 * 1024 + i % 3 * 64 * 1024;
-        CHILD_CHECK(Publish(MakeGuid(i, inRound), size) == kSuccess);
-        BinaryReferencePtr reference;
-        if (GetBinaryDataIfAvailable(MakeGuid(i, inRound), reference) == kSuccess) {
-            MakeBinaryDataAlias(MakeGuid(i, inRound), reference, MakeGuid(i | 1U << 31, inRound));
-        }
-        if (i % 8 == 0) PutBinaryDataGenerationError(MakeGuid(i | 1U << 30, inRound), -1);
-    }
+    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(1), writable), kSuccess) << "the Guid is free";
 }
 
 TEST_F(CrashTest, KilledAtAnyMomentNothingIsTornAndNothingStays) {
+    using Clock = std::chrono::steady_clock;
     std::mt19937 random(4711);
-    const auto end = std::chrono::steady_clock::now() + 10s;
+    const auto end = Clock::now() + 10s;
     std::uint32_t received = 0;
-    for (std::uint16_t round = 0; round < 250 && std::chrono::steady_clock::now() < end; ++round) {
-        Child publisher([&](Line&) { LiveDangerously(round); });
-        const auto death =
-            std::chrono::steady_clock::now() + std::chrono::microseconds(random() % 5000);
-        for (std::uint32_t i = 0; std::chrono::steady_clock::now() < death;) {
-            BinaryReferencePtr reference;
-            if (GetBinaryDataIfAvailable(MakeGuid(i, round), reference) != kSuccess) {
-                if (IsAvailable(MakeGuid(i + 1, round))) ++i;  // this one has been evicted
-                continue;
+    for (std::uint16_t round = 0; round < 250 && Clock::now() < end; ++round) {
+        Process publisher([&](Process&) {
+            Check(InitializeClient());
+            SetRetainedBytesLimit(kMiB);
+            for (std::uint32_t i = 0;; ++i) {
+                const Guid guid = MakeGuid(i, round);
+                Check(Publish(guid, (1 + i % 3) * 64 * 1024) == kSuccess);
+                MakeBinaryDataAlias(guid, Get(guid), MakeGuid(i | 1U << 31, round));
+                if (i % 8 == 0) PutBinaryDataGenerationError(MakeGuid(i | 1U << 30, round), -1);
             }
-            ASSERT_TRUE(IsWhole(reference, MakeGuid(i, round), reference->GetSize()));
-            ++received;
-            ++i;
+        });
+        const auto death = Clock::now() + std::chrono::microseconds(random() % 5000);
+        for (std::uint32_t i = 0; Clock::now() < death;) {
+            const BinaryReferencePtr reference = Get(MakeGuid(i, round));
+            if (reference) {
+                ASSERT_TRUE(IsWhole(reference, MakeGuid(i, round), (1 + i % 3) * 64 * 1024));
+                ++received;
+            }
+            if (reference || Get(MakeGuid(i + 1, round))) ++i;  // or this one has been evicted
         }
         publisher.Kill();
         if (round % 10 != 0) continue;
-        StartAnotherClient();
+        CleanUp();
         ASSERT_EQ(Files().size(), 2U) << "this client's file and the lock of the clean-up";
+        ASSERT_EQ(CountSharedBytes(), 0U);
     }
-    StartAnotherClient();
-    EXPECT_EQ(Files().size(), 2U);
-    EXPECT_EQ(CountSharedBytes(), 0U);
     EXPECT_GT(received, 0U);
 }
 
-TEST_F(CrashTest, AForkedChildLeavesItsParentsThingsAlone) {
-    SetRetainedBytesLimit(2 * kMiB);
-    ASSERT_EQ(Publish(MakeGuid(1), kMiB), kSuccess);
-    BinaryReferencePtr held;
+TEST_F(CrashTest, AForkedChildHoldsWhatItInheritedAndLeavesTheRestAlone) {
+    ASSERT_TRUE(PublishAll(1, 3));
+    BinaryReferencePtr held = Get(MakeGuid(1));
+    BinaryReferencePtr inherited = Get(MakeGuid(2));
     WritableBinaryReferencePtr writable;
-    ASSERT_EQ(GetBinaryDataIfAvailable(MakeGuid(1), held), kSuccess);
     ASSERT_EQ(GetWritableBinaryData(kMiB, writable), kSuccess);
     SetRetainedBytesLimit(0);  // the child would have to remove what it took for its own
     const std::vector<std::string> files = Files();
-    Child child([&](Line&) {
-        BinaryReferencePtr other;
-        CHILD_CHECK(GetBinaryDataIfAvailable(MakeGuid(1), other) == kNotInitialized);
+    Process child([&](Process& inParent) {
+        Check(!Get(MakeGuid(1)));
         UninitializeClient();
-        CHILD_CHECK(InitializeClient());
-        CHILD_CHECK(PutCompletedBinaryData(MakeGuid(2), writable) == kBadReference);
+        Check(InitializeClient());
+        Check(PutCompletedBinaryData(MakeGuid(3), writable) == kBadReference);
         writable.reset();
-        CHILD_CHECK(IsWhole(held, MakeGuid(1), kMiB));
+        Check(IsWhole(held, MakeGuid(1), kMiB));
         held.reset();
-        CHILD_CHECK(GetBinaryDataIfAvailable(MakeGuid(1), other) == kSuccess);
-        CHILD_CHECK(IsWhole(other, MakeGuid(1), kMiB));
+        Check(IsWhole(Get(MakeGuid(1)), MakeGuid(1), kMiB));
         UninitializeClient();
+        inParent.Tell();
+        Check(inParent.Hear() && IsWhole(inherited, MakeGuid(2), kMiB));
     });
-    EXPECT_TRUE(child.Join());
+    ASSERT_TRUE(child.Hear());
     EXPECT_EQ(Files(), files);
-    for (std::uint32_t i = 10; i < 20; ++i)
-        ASSERT_EQ(Publish(MakeGuid(i), kMiB), kSuccess);
+    inherited.reset();
+    ASSERT_TRUE(PublishAll(10, 20));
     EXPECT_TRUE(IsWhole(held, MakeGuid(1), kMiB)) << "the child let go of its copy only";
-    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(2), writable), kSuccess);
-}
-
-TEST_F(CrashTest, AForkedChildHoldsWhatItInherited) {
-    SetRetainedBytesLimit(2 * kMiB);
-    ASSERT_EQ(Publish(MakeGuid(1), kMiB), kSuccess);
-    BinaryReferencePtr held;
-    ASSERT_EQ(GetBinaryDataIfAvailable(MakeGuid(1), held), kSuccess);
-    Child child([&](Line& inLine) {
-        inLine.Tell();
-        CHILD_CHECK(inLine.Hear());
-        CHILD_CHECK(IsWhole(held, MakeGuid(1), kMiB));
-    });
-    ASSERT_TRUE(child.GetLine().Hear());
-    held.reset();
-    for (std::uint32_t i = 10; i < 20; ++i)
-        ASSERT_EQ(Publish(MakeGuid(i), kMiB), kSuccess);
-    child.GetLine().Tell();
-    EXPECT_TRUE(child.Join());
-}
-
-// References in static objects are let go of after everything else.
-TEST_F(CrashTest, ReferencesMayOutliveTheProgram) {
-    Child child([&](Line&) {
-        CHILD_CHECK(InitializeClient());
-        static WritableBinaryReferencePtr published, unpublished;
-        static BinaryReferencePtr held;
-        CHILD_CHECK(GetWritableBinaryData(64, published) == kSuccess);
-        CHILD_CHECK(GetWritableBinaryData(64, unpublished) == kSuccess);
-        CHILD_CHECK(PutCompletedBinaryData(MakeGuid(1), published) == kSuccess);
-        CHILD_CHECK(GetBinaryDataIfAvailable(MakeGuid(1), held) == kSuccess);
-        std::exit(0);
-    });
+    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(3), writable), kSuccess);
+    child.Tell();
     EXPECT_TRUE(child.Join());
 }
 
 // All threads compete for the same Guids while the bound keeps evicting.
 TEST_F(CrashTest, ManyThreadsShareTheService) {
-    SetRetainedBytesLimit(kMiB);
-    constexpr std::uint32_t kThreads = 6, kGuids = 300;
-    std::vector<std::atomic<int>> publications(kGuids);
-    std::atomic<int> torn{0}, unexpected{0};
+    constexpr std::uint32_t kGuids = 300;
+    std::atomic<std::uint32_t> publications{0}, mistakes{0};
     const auto work = [&](std::uint32_t inThread) {
         for (std::uint32_t i = 0; i < kGuids; ++i) {
-            const std::int32_t status = Publish(MakeGuid(i), 16384);
-            if (status == kSuccess) ++publications[i];
-            if (status != kSuccess && status != kGuidTaken) ++unexpected;
+            const Guid guid = MakeGuid(i);
+            const std::int32_t status = Publish(guid, 16384);
+            if (status == kSuccess) ++publications;
+            if (status != kSuccess && status != kGuidTaken) ++mistakes;
             BinaryReferencePtr reference;
-            if (GetBinaryDataIfAvailable(MakeGuid(i), reference) == kSuccess) {
-                MakeBinaryDataAlias(MakeGuid(i), reference, MakeGuid(i, 1));
-                if (!IsWhole(reference, MakeGuid(i), 16384)) ++torn;
+            if (WaitForBinaryData(guid, 1ms, reference) == kSuccess) {
+                MakeBinaryDataAlias(guid, reference, MakeGuid(i, 1));
+                if (!IsWhole(reference, guid, 16384)) ++mistakes;
             }
             if (i % 50 == inThread) ListBinaryData();
             if (i % 50 == inThread + 10) SetRetainedBytesLimit((1 + inThread % 2) * kMiB);
         }
     };
-    std::vector<std::thread> threads;
-    for (std::uint32_t i = 0; i < kThreads; ++i)
-        threads.emplace_back(work, i);
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(torn, 0);
-    EXPECT_EQ(unexpected, 0);
-    for (const std::atomic<int>& count : publications)
-        EXPECT_GE(count, 1);
+    {
+        std::vector<std::jthread> threads;
+        for (std::uint32_t i = 0; i < 6; ++i)
+            threads.emplace_back(work, i);
+    }
+    EXPECT_EQ(mistakes, 0U);
+    EXPECT_GE(publications, kGuids);
 }
 
 }  // namespace

@@ -3,21 +3,21 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <memory>
+#include <source_location>
 #include <string>
 #include <vector>
 
 #include "contracts/Pellux.h"
+#include "support/SharedFolder.h"
 
 namespace service_test {
 
@@ -26,13 +26,12 @@ using namespace std::chrono_literals;
 using tulocore::utility::Guid;
 
 inline constexpr std::uint64_t kMiB = 1 << 20;
-inline constexpr int kPatienceSeconds = 60;
+inline constexpr std::uint64_t kPage = 4096;
 
 inline Guid MakeGuid(std::uint32_t inNumber, std::uint16_t inGroup = 0) {
     Guid guid;
     guid.part1 = inNumber;
     guid.part2 = inGroup;
-    guid.part3 = 0xABCD;
     return guid;
 }
 
@@ -50,10 +49,22 @@ inline std::int32_t Publish(const Guid& inGuid, std::uint64_t inSize) {
     WritableBinaryReferencePtr writable;
     const std::int32_t status = GetWritableBinaryData(inSize, writable);
     if (status != kSuccess) return status;
-    auto* const words = static_cast<std::uint64_t*>(writable->GetData());
-    std::fill_n(words, inSize / 8, Pattern(inGuid));
-    writable->ReleaseData(words);
+    std::fill_n(static_cast<std::uint64_t*>(writable->GetData()), inSize / 8, Pattern(inGuid));
     return PutCompletedBinaryData(inGuid, writable);
+}
+
+/// Publishes 1 MiB under each of these numbers.
+inline bool PublishAll(std::uint32_t inFirst, std::uint32_t inEnd) {
+    while (inFirst < inEnd && Publish(MakeGuid(inFirst), kMiB) == kSuccess)
+        ++inFirst;
+    return inFirst == inEnd;
+}
+
+/// The data under the Guid; null when there is none.
+inline BinaryReferencePtr Get(const Guid& inGuid) {
+    BinaryReferencePtr reference;
+    GetBinaryDataIfAvailable(inGuid, reference);
+    return reference;
 }
 
 /// Whether all of the data is what Publish put under the Guid.
@@ -61,140 +72,112 @@ inline bool IsWhole(const BinaryReferencePtr& inReference, const Guid& inGuid,
                     std::uint64_t inSize) {
     if (!inReference || inReference->GetSize() != inSize) return false;
     const auto* const words = static_cast<const std::uint64_t*>(inReference->GetData());
-    const bool isWhole = std::all_of(
-        words, words + inSize / 8, [&](std::uint64_t inWord) { return inWord == Pattern(inGuid); });
-    inReference->ReleaseData(words);
-    return isWhole;
+    return std::all_of(words, words + inSize / 8,
+                       [&](std::uint64_t inWord) { return inWord == Pattern(inGuid); });
 }
 
-inline bool IsAvailable(const Guid& inGuid) {
-    BinaryReferencePtr reference;
-    return GetBinaryDataIfAvailable(inGuid, reference) == kSuccess;
+/// Ends a child process that fails the check.
+inline void Check(bool inHolds, std::source_location inPlace = std::source_location::current()) {
+    if (inHolds) return;
+    std::fprintf(stderr, "%s:%u: failed in a child\n", inPlace.file_name(), inPlace.line());
+    _exit(1);
 }
 
-/// One end of a conversation between two processes.
-class Line {
-  public:
-    Line(int inRead, int inWrite) : read_(inRead), write_(inWrite) {}
-    Line(const Line&) = delete;
-    Line& operator=(const Line&) = delete;
-    ~Line() {
-        close(read_);
-        close(write_);
-    }
-
-    void Tell(char inWord = '.') const { [[maybe_unused]] auto n = write(write_, &inWord, 1); }
-
-    /// What the other side says next; 0 when it is gone or takes too long.
-    char Hear() const {
-        pollfd incoming{read_, POLLIN, 0};
-        char word = 0;
-        if (poll(&incoming, 1, kPatienceSeconds * 1000) != 1) return 0;
-        return read(read_, &word, 1) == 1 ? word : '\0';
-    }
-
-  private:
-    int read_, write_;
-};
-
-/// Another process, forked from this one. It runs inBody(Line&) and ends; a failed CHILD_CHECK ends
-/// it as well.
-class Child {
+/// Another process as this one sees it: one that is forked to run inBody, and, in inBody, the
+/// process that it was forked from.
+class Process {
   public:
     template <class Body>
-    explicit Child(const Body& inBody) {
-        int down[2], up[2];
-        if (pipe(down) != 0 || pipe(up) != 0) std::abort();
-        std::fflush(nullptr);
-        process_ = fork();
-        if (process_ == 0) {
-            close(down[1]);
-            close(up[0]);
-            alarm(kPatienceSeconds);
-            Line line(down[0], up[1]);
-            inBody(line);
-            _exit(0);
-        }
-        close(down[0]);
-        close(up[1]);
-        line_ = std::make_unique<Line>(up[0], down[1]);
+    explicit Process(const Body& inBody) {
+        int ends[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+        id_ = fork();
+        socket_ = ends[id_ == 0 ? 1 : 0];
+        close(ends[id_ == 0 ? 0 : 1]);
+        if (id_ != 0) return;
+        alarm(60);  // nobody waits for it forever
+        inBody(*this);
+        _exit(0);
     }
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-    ~Child() {
-        if (process_ > 0) Kill();
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+    ~Process() {
+        if (id_ > 0) Kill();
+        close(socket_);
     }
 
-    const Line& GetLine() const { return *line_; }
-    pid_t Process() const { return process_; }
-
+    void Tell() const { send(socket_, ".", 1, MSG_NOSIGNAL); }
+    /// Waits until the other side tells; false when it is gone.
+    bool Hear() const {
+        char word = 0;
+        return read(socket_, &word, 1) == 1;
+    }
+    pid_t Id() const { return id_; }
     void Kill() {
-        kill(process_, SIGKILL);
+        kill(id_, SIGKILL);
         Join();
     }
-
-    /// Waits for its end; true if all its checks held. Its alarm keeps this short of forever.
+    /// Waits for its end; true if all its checks held.
     bool Join() {
         int status = 0;
-        const pid_t ended = waitpid(process_, &status, 0);
-        process_ = -1;
-        return ended > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        waitpid(id_, &status, 0);
+        id_ = -1;
+        return status == 0;
     }
 
   private:
-    pid_t process_ = -1;
-    std::unique_ptr<Line> line_;
+    pid_t id_ = -1;
+    int socket_ = -1;
 };
 
-#define CHILD_CHECK(condition)                                                             \
-    do {                                                                                   \
-        if (!(condition)) {                                                                \
-            std::fprintf(stderr, "%s:%d: in child: %s\n", __FILE__, __LINE__, #condition); \
-            _exit(1);                                                                      \
-        }                                                                                  \
-    } while (false)
+/// A process that starts a client, runs inBody, and goes on until it is killed or stopped.
+class OtherClient : public Process {
+  public:
+    template <class Body>
+    explicit OtherClient(const Body& inBody)
+        : Process([&](Process& inParent) {
+              Check(InitializeClient());
+              inBody();
+              inParent.Tell();
+              inParent.Hear();
+              UninitializeClient();
+          }) {
+        EXPECT_TRUE(Hear());
+    }
 
-/// Gives each test a folder of its own and a started client.
+    bool Stop() {
+        Tell();
+        return Join();
+    }
+};
+
+/// Each test has a folder of its own and a started client.
 class ServiceTest : public testing::Test {
   protected:
-    void SetUp() override {
-        std::string place = "/dev/shm/pellux-test-XXXXXX";
-        ASSERT_NE(mkdtemp(place.data()), nullptr);
-        place_ = place;
-        UseFolder(place_ / "service");
-        ASSERT_TRUE(InitializeClient());
+    ServiceTest() {
+        EXPECT_TRUE(InitializeClient());
         SetRetainedBytesLimit(256 * kMiB);
     }
-
-    void TearDown() override {
-        UninitializeClient();
-        std::filesystem::remove_all(place_);
-    }
-
-    void UseFolder(const std::filesystem::path& inFolder) {
-        folder_ = inFolder;
-        setenv("PELLUX_FOLDER", folder_.c_str(), 1);
-    }
+    ~ServiceTest() override { UninitializeClient(); }
 
     std::vector<std::string> Files() const {
         std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+        for (const auto& entry : std::filesystem::directory_iterator(folder_))
             names.push_back(entry.path().filename());
-        }
         std::sort(names.begin(), names.end());
         return names;
     }
 
-    /// Starts and stops a client in another process, which removes what the dead left.
-    static void StartAnotherClient() {
-        EXPECT_TRUE(Child([](Line&) {
-                        CHILD_CHECK(InitializeClient());
-                        UninitializeClient();
-                    }).Join());
+    /// Lets a client start in another process, which removes what the dead left.
+    static void CleanUp() {
+        EXPECT_TRUE(OtherClient([] {}).Stop());
     }
 
-    std::filesystem::path place_;
-    std::filesystem::path folder_;
+  private:
+    support::SharedFolder sharedFolder_;
+
+  protected:
+    const std::filesystem::path folder_ = sharedFolder_.Path();
 };
 
 }  // namespace service_test
