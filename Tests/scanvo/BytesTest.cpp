@@ -1,24 +1,23 @@
-#include "Siblings/scanvo/Bytes.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <vector>
 
+#include "contracts/Scanvo.h"
+
 // Around the size from which copies take another road, at every alignment of both ends.
-TEST(Bytes, CopiesExactlyTheBytesAsked) {
+TEST(CopyMemory, CopiesExactlyTheBytesAsked) {
     constexpr std::size_t kGuard = 300;
     for (const std::size_t count :
          {std::size_t{0}, std::size_t{1}, std::size_t{1000}, (std::size_t{2} << 20) - 1,
           std::size_t{2} << 20, (std::size_t{2} << 20) + 777}) {
         for (const std::size_t shift : {0, 1, 63, 64, 255}) {
             std::vector<std::uint8_t> source(count + shift + 1);
-            for (std::size_t i = 0; i < source.size(); ++i) {
+            for (std::size_t i = 0; i < source.size(); ++i)
                 source[i] = static_cast<std::uint8_t>(i * 31 + i / 255);
-            }
             std::vector<std::uint8_t> copy(count + 2 * kGuard, 0xEE);
             const std::size_t start = kGuard - shift;
-            scanvo::CopyBytes(copy.data() + start, source.data() + shift, count);
+            SV_CopyMemory(copy.data() + start, source.data() + shift, count);
             for (std::size_t i = 0; i < copy.size(); ++i) {
                 const bool inside = i >= start && i < start + count;
                 const std::uint8_t expected = inside ? source[i - start + shift] : 0xEE;
@@ -26,4 +25,5 @@ TEST(Bytes, CopiesExactlyTheBytesAsked) {
             }
         }
     }
+    SV_CopyMemory(nullptr, nullptr, 0);
 }
