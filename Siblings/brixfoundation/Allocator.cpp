@@ -11,8 +11,8 @@ void* Allocator::Allocate(std::size_t inSize) {
     return ::operator new(inSize);
 }
 
-void Allocator::Dispose(void* inBlock, std::size_t inSize) noexcept {
-    ::operator delete(inBlock, inSize);
+void Allocator::Dispose(void* inBlock, std::size_t /*inSize*/) noexcept {
+    ::operator delete(inBlock);
 }
 
 }  // namespace Brix

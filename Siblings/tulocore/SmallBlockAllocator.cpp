@@ -10,8 +10,8 @@ void* AllocateSmallBlock(std::size_t inSize) {
     return ::operator new(inSize);
 }
 
-void FreeSmallBlock(void* inBlock, std::size_t inSize) noexcept {
-    ::operator delete(inBlock, inSize);
+void FreeSmallBlock(void* inBlock, std::size_t /*inSize*/) noexcept {
+    ::operator delete(inBlock);
 }
 
 }  // namespace tulocore::utility

@@ -1,8 +1,6 @@
 // Broken preconditions of the library's own functions.
 #pragma once
 
-#include <source_location>
-
 #include "contracts/TuloCore.h"
 
 namespace VF {
@@ -19,10 +17,9 @@ namespace VF {
                                  105, 25, true, none, none, none, none);
 }
 
-/// Breaks the contract named by its text and place unless the condition holds. Hosts know some
-/// reports by their line, which is then given; the others carry the line of the check.
-inline void Require(bool inHolds, const char* inCondition, const char* inFile,
-                    int inLine = static_cast<int>(std::source_location::current().line())) {
+/// Breaks the contract named by its text and place unless the condition holds. Hosts know most
+/// reports by their line, which then stands whatever line the check has come to.
+inline void Require(bool inHolds, const char* inCondition, const char* inFile, int inLine) {
     if (!inHolds) [[unlikely]]
         BreakContract(inCondition, inFile, inLine);
 }

@@ -40,7 +40,7 @@ VideoFrameRef SharedMemoryVideoFrameBase::GetSelfReference() {
 std::int32_t SharedMemoryVideoFrameBase::QueryInterface(const tulocore::utility::Guid& inId,
                                                         void** outView) {
     *outView = nullptr;
-    if (inId == OV::IVideoFrame::kInterfaceId) {
+    if (inId == OV::IVideoFrame::kInterfaceId || inId == Brix::BrixUnknown::kInterfaceId) {
         *outView = static_cast<OV::IVideoFrame*>(this);
     } else if (inId == IVideoFrameMemoryAccess::kInterfaceId) {
         *outView = static_cast<IVideoFrameMemoryAccess*>(this);
@@ -55,8 +55,6 @@ std::int32_t SharedMemoryVideoFrameBase::QueryInterface(const tulocore::utility:
         if (IsRowAddressable(format) && !IsCustomBEPixelFormat(format)) {
             *outView = static_cast<IVideoFrame2DPixelMemoryAccess*>(this);
         }
-    } else if (inId == Brix::BrixUnknown::kInterfaceId) {
-        *outView = static_cast<OV::IVideoFrame*>(this);
     }
     if (!*outView) return kInterfaceNotCarried;
     AddRef();
@@ -68,13 +66,13 @@ std::int32_t SharedMemoryVideoFrameBase::QueryInterface(const tulocore::utility:
 
 const SharedFrameHeader& SharedMemoryVideoFrameBase::ReadableHeader() {
     const void* const buffer = InternalGetData();
-    Require(buffer != nullptr, "InternalGetData()", kFile);
+    Require(buffer != nullptr, "InternalGetData()", kFile, __LINE__);
     return *static_cast<const SharedFrameHeader*>(buffer);
 }
 
 SharedFrameHeader& SharedMemoryVideoFrameBase::WritableHeader() {
     void* const buffer = GetReadOnly() ? nullptr : InternalGetWritableData();
-    Require(buffer != nullptr, "!GetReadOnly() && InternalGetWritableData()", kFile);
+    Require(buffer != nullptr, "!GetReadOnly() && InternalGetWritableData()", kFile, __LINE__);
     return *static_cast<SharedFrameHeader*>(buffer);
 }
 
@@ -290,7 +288,7 @@ std::uint32_t SharedMemoryVideoFrameBase::GetRowBytes() {
 }
 
 void* SharedMemoryVideoFrameBase::FieldData(std::uint32_t inField) {
-    Require(IsRowAddressable(GetPixelType()), "IsRowAddressable()", kFile);
+    Require(IsRowAddressable(GetPixelType()), "IsRowAddressable()", kFile, __LINE__);
     const auto offset = static_cast<std::int32_t>(GetFieldFirstRow(inField) * GetRowBytes());
     return static_cast<std::byte*>(GetData()) + offset;
 }
