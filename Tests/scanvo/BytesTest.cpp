@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -18,11 +19,9 @@ TEST(CopyMemory, CopiesExactlyTheBytesAsked) {
             std::vector<std::uint8_t> copy(count + 2 * kGuard, 0xEE);
             const std::size_t start = kGuard - shift;
             SV_CopyMemory(copy.data() + start, source.data() + shift, count);
-            for (std::size_t i = 0; i < copy.size(); ++i) {
-                const bool inside = i >= start && i < start + count;
-                const std::uint8_t expected = inside ? source[i - start + shift] : 0xEE;
-                ASSERT_EQ(copy[i], expected) << count << " bytes, shift " << shift << ", at " << i;
-            }
+            std::vector<std::uint8_t> expected(copy.size(), 0xEE);
+            std::copy_n(source.data() + shift, count, expected.data() + start);
+            ASSERT_TRUE(copy == expected) << count << " bytes, shift " << shift;
         }
     }
     SV_CopyMemory(nullptr, nullptr, 0);

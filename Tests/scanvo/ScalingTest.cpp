@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <limits>
 #include <thread>
 
 #include "Area.h"
@@ -24,50 +24,58 @@ Area Scaled(Area& inSource, FormatCode inFormat, Size inSize, std::int32_t inQua
     return result;
 }
 
-// The part of a source pixel that lies under a destination pixel, along one axis.
-double Covered(std::int32_t inSource, std::int32_t inDestination, double inScale) {
-    const double begin = std::max(inDestination * inScale, 1.0 * inSource);
-    const double end = std::min((inDestination + 1) * inScale, inSource + 1.0);
-    return std::max(0.0, end - begin);
-}
+constexpr std::pair<Size, Size> kSizes[] = {
+    {{20, 10}, {40, 30}}, {{20, 30}, {33, 11}}, {{40, 40}, {10, 20}}, {{16, 90}, {16, 9}},
+    {{90, 16}, {9, 16}},  {{99, 64}, {100, 9}}, {{7, 5}, {7, 9}},     {{7, 5}, {13, 5}},
+    {{40, 30}, {7, 2}},   {{1, 1}, {5, 3}},     {{5, 3}, {1, 1}},     {{13, 9}, {12, 8}}};
 
-double CoveredMean(const Area& inSource, Size inSize, std::int32_t inX, std::int32_t inY) {
-    const double across = static_cast<double>(inSource.Width()) / inSize.width;
-    const double down = static_cast<double>(inSource.Height()) / inSize.height;
-    double sum = 0;
-    for (std::int32_t y = 0; y < inSource.Height(); ++y) {
-        for (std::int32_t x = 0; x < inSource.Width(); ++x) {
-            sum += Covered(x, inX, across) * Covered(y, inY, down) * inSource.At(x, y)[1];
+// In both directions, since rows and columns are mixed by different code.
+TEST(Scale, WeighsByTheFilterOfTheQuality) {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    using Values = std::vector<float>;
+    const struct {
+        std::int32_t quality;
+        Values values, expected;
+    } kCases[] = {
+        // The nearest; half way between two, the first.
+        {0, {1, 2, 3}, {1, 1, 1, 2, 2, 2, 3, 3, 3}},
+        {1, {1, 2, 4, 8}, {1, 4}},
+        // Shrunk by what a pixel covers, whole or partly; what it does not even touch is left out.
+        {2, {1, 2, 4, 8}, {1.5, 6}},
+        {2, {1, 4, 7}, {2, 6}},
+        {2, {1, 2, kInfinity, kInfinity}, {1.5, kInfinity}},
+        {2, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}, {4.5, 12.5}},
+        // Shrunk by a triangle.
+        {3, {1, 2, 4, 8}, {1.75, 5.75}},
+        // Enlarged linearly, with nothing new beyond the ends.
+        {2, {0, 8}, {0, 2, 6, 8}},
+        {3, {0, 8}, {0, 2, 6, 8}},
+        {3, {5}, {5, 5, 5}},
+        // Equal sizes are left alone.
+        {5, {1, kInfinity, 3}, {1, kInfinity, 3}},
+    };
+    for (const auto& [quality, values, expected] : kCases) {
+        const auto count = static_cast<std::int32_t>(values.size());
+        const auto newCount = static_cast<std::int32_t>(expected.size());
+        // Red differs from column to column, green from row to row.
+        Area source(0x10C, count, count);
+        for (std::int32_t i = 0; i < count * count; ++i) {
+            source.Set(i / count, i % count * 4 + 2, values[static_cast<std::size_t>(i % count)]);
+            source.Set(i / count, i % count * 4 + 1, values[static_cast<std::size_t>(i / count)]);
         }
-    }
-    return sum / (across * down);
-}
-
-TEST(Scale, AveragesWhatAPixelCovers) {
-    const std::pair<Size, Size> kSizes[] = {{{8, 6}, {4, 3}},   {{37, 29}, {5, 4}},
-                                            {{23, 40}, {7, 3}}, {{12, 50}, {12, 2}},
-                                            {{50, 9}, {3, 9}},  {{7, 300}, {3, 1}}};
-    for (const auto& [size, newSize] : kSizes) {
-        Area source(0x10C, size.width, size.height, RowOrder::Up);
-        source.Scatter();
-        const Area shrunk = Scaled(source, 0x1104, newSize, 2);
-        for (std::int32_t y = 0; y < newSize.height; ++y) {
-            for (std::int32_t x = 0; x < newSize.width; ++x) {
-                EXPECT_NEAR(shrunk.At(x, y)[1], CoveredMean(source, newSize, x, y), 2e-6)
-                    << size.width << 'x' << size.height << " at " << x << ", " << y;
-                EXPECT_EQ(shrunk.At(x, y)[3], 1);
-            }
+        const Area scaled = Scaled(source, 0x10C, {newCount, newCount}, quality);
+        for (std::int32_t i = 0; i < newCount; ++i) {
+            const float value = expected[static_cast<std::size_t>(i)];
+            EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(i, 0)[0]), value)
+                << count << ", quality " << quality;
+            EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(0, i)[1]), value)
+                << count << ", quality " << quality;
         }
     }
 }
 
 // Of whole pictures and of fields, whose rows lie between one another's.
 TEST(Scale, LetsGradientsPass) {
-    const std::pair<Size, Size> kSizes[] = {{{20, 10}, {40, 30}},
-                                            {{20, 30}, {33, 11}},
-                                            {{40, 40}, {10, 20}},
-                                            {{16, 90}, {16, 9}},
-                                            {{90, 16}, {9, 16}}};
     for (const auto& [size, newSize] : kSizes) {
         Area source(0x10C, size.width, size.height);
         for (std::int32_t y = 0; y < size.height; ++y) {
@@ -86,9 +94,9 @@ TEST(Scale, LetsGradientsPass) {
                 const auto marginY = fields * (static_cast<std::int32_t>(std::ceil(1 / down)) + 1);
                 for (std::int32_t y = marginY; y < newSize.height - marginY; ++y) {
                     for (std::int32_t x = marginX; x < newSize.width - marginX; ++x) {
-                        EXPECT_NEAR(scaled.At(x, y)[1], (x + 0.5) * across - 0.5, 0.03 * across);
+                        EXPECT_NEAR(scaled.At(x, y)[1], (x + 0.5) * across - 0.5, 0.05 * across);
                         EXPECT_NEAR(scaled.At(x, y)[0], (y + 0.5) * down - 0.5,
-                                    0.03 * fields * down);
+                                    0.05 * fields * down);
                     }
                 }
             }
@@ -96,21 +104,7 @@ TEST(Scale, LetsGradientsPass) {
     }
 }
 
-TEST(Scale, TakesTheNearestPixelWhole) {
-    for (const std::int32_t quality : {0, 1}) {
-        Area source(0x004, 3, 2);
-        source.Scatter();
-        Area enlarged = Scaled(source, 0x004, {9, 6}, quality);
-        for (std::int32_t i = 0; i < 54; ++i)
-            EXPECT_EQ(enlarged.At(i % 9, i / 9), source.At(i % 9 / 3, i / 9 / 3));
-        EXPECT_EQ(Scaled(enlarged, 0x004, {1, 1}, quality).At(0, 0), source.At(1, 0));
-    }
-}
-
 TEST(Scale, KeepsOneColourInEveryFormatAndSize) {
-    const std::pair<Size, Size> kSizes[] = {
-        {{7, 5}, {7, 9}}, {{7, 5}, {13, 5}},  {{40, 30}, {7, 2}}, {{1, 1}, {5, 3}},
-        {{5, 3}, {1, 1}}, {{13, 9}, {12, 8}}, {{9, 100}, {4, 3}}};
     for (const FormatCode format : kPackedFormats) {
         const double step = format.Is15Bit() ? 1 : format.IsFloat() ? 1e-5 : 0;
         for (const auto& [size, newSize] : kSizes) {
@@ -136,19 +130,6 @@ TEST(Scale, ShowsNoFringeOfClearPixels) {
     }
     // The nearest pixel mixes with no other, so it stays what it is.
     EXPECT_EQ(Scaled(source, 0x004, {4, 1}, 1).At(0, 0), (Codes{255, 0, 0, 0}));
-}
-
-TEST(Scale, LeavesChromaOfEqualWidthAlone) {
-    for (const FormatCode format : {0x011u, 0x1211u, 0x051u}) {
-        Area row(format, 9, 1);
-        row.Scatter();
-        Area source = Scaled(row, format, {9, 4}, 1);
-        for (const std::int32_t newHeight : {3, 11}) {
-            const Area scaled = Scaled(source, format, {9, newHeight}, 2);
-            for (std::int32_t i = 0; i < 9 * newHeight; ++i)
-                EXPECT_EQ(scaled.At(i % 9, i / 9), row.At(i % 9, 0)) << std::hex << format.bits;
-        }
-    }
 }
 
 // Chroma scaled on its own grid, and chroma scaled as part of whole pixels, lie in one place.
@@ -192,18 +173,6 @@ TEST(Scale, KeepsFieldsApart) {
     }
 }
 
-// A frame of a compressed format is one block of bytes, which can only be copied.
-TEST(Scale, CopiesBlocksOfEqualSize) {
-    constexpr std::size_t kFrameBytes = 120000;
-    std::vector<std::uint8_t> frame(kFrameBytes, 0x5A);
-    std::vector<std::uint8_t> copy(kFrameBytes + 1, 0xEE);
-    constexpr FormatCode kDv = 0x01000021;
-    ASSERT_EQ(
-        SV_ScaleConvert(frame.data(), 0, 720, 480, kDv, 1, copy.data(), 0, 720, 480, kDv, 1, 3), 0);
-    frame.push_back(0xEE);
-    EXPECT_EQ(copy, frame);
-}
-
 TEST(Scale, RunsOnManyThreads) {
     Area source(0x004, 61, 47);
     source.Scatter();
@@ -211,8 +180,11 @@ TEST(Scale, RunsOnManyThreads) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
-            for (int call = 0; call < 20; ++call)
+            for (int call = 0; call < 20; ++call) {
+                SV_Initialize();
                 EXPECT_EQ(Scaled(source, 0x011, {33, 70}, 3).Pixels(), expected.Pixels());
+                SV_Terminate();
+            }
         });
     }
     for (std::thread& thread : threads)
