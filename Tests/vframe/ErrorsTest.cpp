@@ -30,6 +30,7 @@ TEST_F(ErrorsTest, AreOneLineAndLeaveNothingBehind) {
         {"convert good.png out.png --sise 1x1", 2, "--sise"},
         {"convert absent.png out.png", 1, "absent.png: No such file"},
         {"convert . out.png", 1, "is a folder"},
+        {"info 'two\nlines.png'", 1, "two lines.png: No such file"},
         {"convert text.png out.png", 1, "text.png: "},
         {"convert empty.png out.png", 1, "empty.png: "},
         {"convert damaged.png out.png", 1, "is damaged"},
