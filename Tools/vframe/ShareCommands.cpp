@@ -49,8 +49,9 @@ void Publish(const PublishArguments& inArguments) {
     const SharingSession sharing;
     const VF::VideoFrameRef frame = MakeFrameToPublish(inArguments);
     PublishFrame(frame, guid);
+    // What others see now is no longer this process's to write.
     std::printf("%s: %s, %s\n", guid.ToString().c_str(), Describe(frame).c_str(),
-                inArguments.isInPlace ? "in place" : "as a copy");
+                frame->GetReadOnly() ? "in place" : "as a copy");
     std::fflush(stdout);  // whoever waits for the line must see it now
     std::optional<std::chrono::milliseconds> hold;
     if (inArguments.hold) hold = Milliseconds(*inArguments.hold);
