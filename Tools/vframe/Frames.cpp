@@ -1,5 +1,7 @@
 #include "Frames.h"
 
+#include <cstring>
+
 #include <unistd.h>
 
 #include <array>
@@ -122,6 +124,10 @@ void RenderInto(const PictureView& inPicture, const VF::VideoFrameRef& inFrame, 
 VF::VideoFrameRef MakeFrameOf(const PictureView& inPicture, const FrameSettings& inSettings) {
     const VF::VideoFrameRef frame = MakeFrame(
         inSettings.format, inSettings.size.value_or(inPicture.size), inPicture.aspectRatio);
+    // Some formats leave bytes at the end of a row unused; files of the memory hold no chance
+    // there.
+    const auto memory = MemoryOf(frame);
+    std::memset(memory->GetData(), 0, memory->GetDataSize());
     // Before rendering: pictures of two fields are scaled field by field.
     frame->SetFieldType(inPicture.fieldType);
     RenderInto(inPicture, frame, inSettings.quality);
