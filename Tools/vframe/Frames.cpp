@@ -1,10 +1,9 @@
 #include "Frames.h"
 
-#include <cstring>
-
 #include <unistd.h>
 
 #include <array>
+#include <cstring>
 #include <new>
 #include <string>
 
