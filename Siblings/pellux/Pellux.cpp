@@ -19,7 +19,7 @@ using pellux::Publisher;
 using pellux::WritableSegment;
 using tulocore::utility::Guid;
 
-constexpr std::uint64_t kDefaultRetainedBytesLimit = std::uint64_t{128} << 20;
+constexpr std::uint64_t kDefaultRetainedBytesLimit = std::uint64_t{64} << 20;
 
 // ---- References ---------------------------------------------------------------------------------
 
