@@ -76,7 +76,19 @@ void WriteStandardFrameHeader(void* outBuffer, std::uint64_t inSize,
             outBuffer, placement.alignment, placement.blockSize, placement.prefix));
 }
 
+namespace {
+
+// The header's row bytes are 31 bits wide; a picture whose rows are longer cannot be described.
+bool HasRowsTooLong(const FrameRequest& inRequest) {
+    return IsPacked(inRequest.format) && !HasKind(inRequest.format) &&
+           tulomediatypes::PixelFormatSize(inRequest.format, inRequest.width, 1) > 0 &&
+           tulomediatypes::UncompressedPixelFormatRowBytes(inRequest.format, inRequest.width) == 0;
+}
+
+}  // namespace
+
 std::uint64_t StandardBufferSize(const FrameRequest& inRequest) {
+    if (HasRowsTooLong(inRequest)) return 0;
     const PixelPlacement& placement = inRequest.placement;
     unsigned long long size = 0;
     const int status = GetRequiredSharedMemorySizeForVideoFrame(

@@ -61,7 +61,8 @@ TEST(Factory, SizesThatCannotBeHeldGiveNoFrame) {
     struct Case {
         std::uint32_t width, height;
     };
-    for (const Case& c : {Case{INT_MAX, INT_MAX}, {UINT_MAX, 1}, {1, 0x80000000}}) {
+    for (const Case& c :
+         {Case{INT_MAX, INT_MAX}, {UINT_MAX, 1}, {1, 0x80000000}, {1U << 27, 1}, {1U << 27, 2}}) {
         VF::VideoFrameRef frame = support::MakeFrame(1, 1);
         EXPECT_EQ(VF::CreateVideoFrame(frame, kPixelFormat_BGRA_4444_32f, c.width, c.height, {1, 1},
                                        true, false),
