@@ -24,5 +24,9 @@ int main(int inCount, char** inArguments) {
 
     bench::AddSharingRows();  // first: it starts a process, while this one is still small
     bench::AddFrameRows();
+    bench::AddConvertRows();
+    bench::AddDepthRows();
+    bench::AddScaleRows();
+    bench::AddBlendRows();
     return bench::RunTable(only, csv) ? 0 : 1;
 }

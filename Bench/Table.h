@@ -31,5 +31,9 @@ bool RunTable(const std::string& inOnly, const std::string& inCsv);
 // The rows of each file.
 void AddFrameRows();
 void AddSharingRows();
+void AddConvertRows();
+void AddDepthRows();
+void AddScaleRows();
+void AddBlendRows();
 
 }  // namespace bench

@@ -4,8 +4,9 @@
 // row 0; memory rows follow one another at the row-byte count, which may be negative and, where
 // there is one row only, 0. Coordinates are memory rows throughout: no operation turns a picture
 // over, except a conversion between a bottom-up and a top-down format, which keeps it upright.
-// Pictures of the DV and planar 4:2:0 formats are one block of bytes; their row bytes are not
-// looked at. They are copied as they stand, and refused by every other operation.
+// Pictures of the DV and planar 4:2:0 formats are one block of bytes, top row first; their row
+// bytes are not looked at. They can be converted and scaled, whole; every operation that does not
+// say so refuses them. A DV picture has the standard size of its kind.
 //
 // Integer results are rounded to nearest. 8- and 10-bit Y'CbCr has the ranges of BT.601 and
 // BT.709, RGB and alpha are full range, 15-bit white is 32768, float white 1.0.
@@ -32,7 +33,20 @@ enum SV_Result : std::int32_t {
     kSV_OutOfMemory = -16,
     kSV_NullPointer = -50,
     kSV_UnsupportedFormat = -51,
-    kSV_BadSize = -52,  ///< a side that is zero, negative or too large for the format
+    kSV_BadSize = -52,      ///< a side that is zero, negative, too large or not the format's own
+    kSV_BadData = -53,      ///< compressed data that is not a frame of its format
+    kSV_BadArgument = -54,  ///< an amount that is no number, corners that span no area
+};
+
+/// Columns and memory rows, right and bottom exclusive.
+struct SV_Rect {
+    std::int32_t left, top, right, bottom;
+};
+
+/// A place between pixels: (0, 0) is the outer corner of the pixel at column 0 of memory row 0,
+/// whose centre is (0.5, 0.5).
+struct SV_Point {
+    double x, y;
 };
 
 extern "C" {
@@ -50,9 +64,10 @@ SIBLING_API std::int32_t SV_Convert(const void* inSource, std::int64_t inSourceR
                                     std::int32_t inHeight, std::int32_t inMode);
 
 /// Converts the whole source picture and scales it to the destination's size. Quality 0 and 1:
-/// nearest pixel; 2: bilinear, box when shrinking; 3 and more: bilinear with a support that grows
-/// when shrinking. Equal sizes never blur. When both field types are 1 or 2 and the height changes,
-/// each field is scaled for itself.
+/// nearest pixel; 2: bilinear, box when shrinking; 3: bilinear with a support that grows when
+/// shrinking; 4: bicubic, 5 and more: Lanczos with three lobes, both growing in the same way. Equal
+/// sizes never blur. When both field types are 1 or 2 and the height changes, each field is scaled
+/// for itself.
 SIBLING_API std::int32_t SV_ScaleConvert(
     const void* inSource, std::int64_t inSourceRowBytes, std::int32_t inSourceWidth,
     std::int32_t inSourceHeight, SV_PixelFormat inSourceFormat, std::uint32_t inSourceFieldType,
@@ -99,6 +114,88 @@ SIBLING_API std::int32_t SV_FillWithColor(void* outBuffer, std::int64_t inRowByt
                                           std::int32_t inWidth, std::int32_t inHeight,
                                           SV_PixelFormat inFormat, const void* inPixel,
                                           SV_PixelFormat inPixelFormat);
+
+/// Mixes two pictures component by component in the output's format: input 1 times 1 - inAmount
+/// plus input 2 times inAmount. Amounts outside 0 to 1 count as the nearer of the two. At 0.5 an
+/// integer component is the exact mean, halves rounded up. The output may be the same memory as an
+/// input of its format with its row bytes. inQuality makes no difference.
+SIBLING_API std::int32_t SV_CrossDissolve(const void* inFirst, std::int64_t inFirstRowBytes,
+                                          SV_PixelFormat inFirstFormat, const void* inSecond,
+                                          std::int64_t inSecondRowBytes,
+                                          SV_PixelFormat inSecondFormat, void* outBuffer,
+                                          std::int64_t inRowBytes, SV_PixelFormat inFormat,
+                                          std::int32_t inWidth, std::int32_t inHeight,
+                                          float inAmount, std::int32_t inQuality);
+
+/// Copies colour and turns alpha a into opaque - a. Premultiplied colour is premultiplied by the
+/// new alpha instead, transparent pixels becoming opaque black. A format without alpha is copied.
+/// Source and destination may be the same memory.
+SIBLING_API std::int32_t SV_InvertAlpha(const void* inSource, std::int64_t inSourceRowBytes,
+                                        void* outDestination, std::int64_t inDestinationRowBytes,
+                                        SV_PixelFormat inFormat, std::int32_t inWidth,
+                                        std::int32_t inHeight);
+
+/// Copies colour and gives every pixel the alpha inAlpha, 0 to 1; integer formats clamp it.
+/// Premultiplied colour and formats without alpha as with SV_InvertAlpha, except that an ignored
+/// alpha is written too. Source and destination may be the same memory.
+SIBLING_API std::int32_t SV_CopyAndSetAlpha(const void* inSource, std::int64_t inSourceRowBytes,
+                                            void* outDestination,
+                                            std::int64_t inDestinationRowBytes,
+                                            SV_PixelFormat inFormat, std::int32_t inWidth,
+                                            std::int32_t inHeight, float inAlpha);
+
+/// Lays a picture over opaque black: colour times alpha times inOpacity (0 to 1), made opaque.
+/// Source and destination may be the same memory when format and row bytes are equal. inQuality
+/// makes no difference.
+SIBLING_API std::int32_t SV_CompositeToBlack(const void* inSource, std::int64_t inSourceRowBytes,
+                                             SV_PixelFormat inSourceFormat, void* outDestination,
+                                             std::int64_t inDestinationRowBytes,
+                                             SV_PixelFormat inDestinationFormat,
+                                             std::int32_t inWidth, std::int32_t inHeight,
+                                             float inOpacity, std::int32_t inQuality);
+
+/// Takes each pixel from picture A where its mask bit is set and from picture B where it is clear.
+/// Mask bits are most significant first; row 0 begins inMaskBitOffset (0 to 7) bits after inMask,
+/// each further row inMaskRowBytes later. The output may be the same memory as an input of its
+/// format with its row bytes. inQuality makes no difference.
+SIBLING_API std::int32_t SV_OneBitMaskComposite(const void* inA, std::int64_t inARowBytes,
+                                                SV_PixelFormat inAFormat, const void* inB,
+                                                std::int64_t inBRowBytes, SV_PixelFormat inBFormat,
+                                                const void* inMask, std::int64_t inMaskRowBytes,
+                                                std::int32_t inMaskBitOffset, void* outBuffer,
+                                                std::int64_t inRowBytes, SV_PixelFormat inFormat,
+                                                std::int32_t inWidth, std::int32_t inHeight,
+                                                std::int32_t inQuality);
+
+/// Draws the source quadrilateral into the destination quadrilateral through the projective map
+/// that takes each source corner to the destination corner of the same number. Corners go round
+/// the quadrilateral, either way. Pixels outside the destination quadrilateral or inDestinationRect
+/// stay as they are; source pixels outside inSourceRect are not read: those at its edges go on.
+/// Both pictures are of inFormat, whose rows must be addressable.
+///
+/// inQuality 0 and 1 take the nearest pixel, more interpolates bilinearly if inInterpolates is not
+/// 0. inOpacity is 0 to 255. inAntialiasesEdges not 0 mixes the pixels that an edge cuts with what
+/// was there by how much of them is covered; 0 draws a pixel whole or not at all, by its centre.
+/// The last four arguments make no difference; callers pass 0, 0, 1, 0.
+/// kSV_BadArgument for corners of either quadrilateral that repeat, lie on one line or do not
+/// bound a convex area, for coordinates that are no numbers, and for rectangles beyond their
+/// picture.
+SIBLING_API std::int32_t SV_WarpAffineQuad(
+    std::int32_t inSourceWidth, std::int32_t inSourceHeight, const void* inSource,
+    std::int64_t inSourceRowBytes, const SV_Rect* inSourceRect, const SV_Point* inSourceCorners,
+    void* ioDestination, std::int64_t inDestinationRowBytes, const SV_Rect* inDestinationRect,
+    const SV_Point* inDestinationCorners, std::int32_t inQuality, std::int32_t inOpacity,
+    std::int32_t inAntialiasesEdges, std::int32_t inInterpolates, SV_PixelFormat inFormat,
+    std::int32_t, std::int32_t, std::int32_t, std::int32_t);
+
+/// Merge two DV frames: field 0 (the even rows from the top) of the first and field 1 of the second
+/// become one frame. The output may be an input. SV_MergeDV takes 25 Mb/s frames, told apart by
+/// their size in bytes (120,000 or 144,000), SV_MergeDVCPRO those of 50 and 100 Mb/s. kSV_BadData
+/// when an input is no such frame; the output is then as it was. inQuality makes no difference.
+SIBLING_API std::int32_t SV_MergeDV(const void* inFirst, const void* inSecond, void* outFrame,
+                                    std::int32_t inFrameBytes, std::int32_t inQuality);
+SIBLING_API std::int32_t SV_MergeDVCPRO(const void* inFirst, const void* inSecond, void* outFrame,
+                                        SV_PixelFormat inFormat, std::int32_t inQuality);
 
 /// Copies bytes; the areas must not overlap.
 SIBLING_API void SV_CopyMemory(void* outDestination, const void* inSource,

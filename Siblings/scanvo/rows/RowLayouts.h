@@ -12,8 +12,8 @@
 #include <array>
 #include <cstdint>
 
-#include "Picture.h"
-#include "PlanarRow.h"
+#include "formats/Picture.h"
+#include "rows/PlanarRow.h"
 
 namespace scanvo {
 

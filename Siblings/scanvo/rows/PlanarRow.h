@@ -7,7 +7,7 @@
 #include <array>
 #include <cstdint>
 
-#include "FormatCode.h"
+#include "formats/FormatCode.h"
 
 namespace scanvo {
 

@@ -1,10 +1,11 @@
-#include "Conversion.h"
+#include "operations/Conversion.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "Bytes.h"
-#include "RowPlan.h"
+#include "fast/Bytes.h"
+#include "fast/FastRows.h"
+#include "rows/RowPlan.h"
 
 namespace scanvo {
 namespace {
@@ -159,6 +160,12 @@ double HeightScale(const Source& inSource, const Destination& inDestination) {
 void ConvertPicture(const Source& inSource, const Destination& outDestination) {
     if (inSource.format == outDestination.format) {
         CopyPicture(inSource, outDestination);
+        return;
+    }
+    if (const ConvertRow convert = FastRowBetween(inSource.format, outDestination.format)) {
+        for (std::int32_t row = 0; row < inSource.height; ++row) {
+            convert(RowAt(inSource, row), RowAt(outDestination, row), inSource.width);
+        }
         return;
     }
     Scratch scratch;

@@ -1,12 +1,12 @@
-#include "Fill.h"
+#include "operations/Fill.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 
-#include "Colour.h"
-#include "PlanarRow.h"
-#include "RowLayouts.h"
+#include "rows/Colour.h"
+#include "rows/PlanarRow.h"
+#include "rows/RowLayouts.h"
 
 namespace scanvo {
 namespace {

@@ -6,7 +6,7 @@
 #include <memory>
 #include <memory_resource>
 
-#include "PlanarRow.h"
+#include "rows/PlanarRow.h"
 
 namespace scanvo {
 

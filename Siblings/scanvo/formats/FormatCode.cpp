@@ -1,4 +1,4 @@
-#include "FormatCode.h"
+#include "formats/FormatCode.h"
 
 #include <algorithm>
 #include <array>

@@ -10,12 +10,12 @@
 #include <cstdint>
 #include <memory_resource>
 
-#include "Colour.h"
-#include "Filters.h"
-#include "Picture.h"
-#include "PlanarRow.h"
-#include "RowLayouts.h"
-#include "Scratch.h"
+#include "formats/Picture.h"
+#include "rows/Colour.h"
+#include "rows/Filters.h"
+#include "rows/PlanarRow.h"
+#include "rows/RowLayouts.h"
+#include "rows/Scratch.h"
 
 namespace scanvo {
 

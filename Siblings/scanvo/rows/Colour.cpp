@@ -1,4 +1,4 @@
-#include "Colour.h"
+#include "rows/Colour.h"
 
 #include <algorithm>
 #include <cmath>

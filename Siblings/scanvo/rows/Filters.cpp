@@ -1,4 +1,4 @@
-#include "Filters.h"
+#include "rows/Filters.h"
 
 #include <algorithm>
 #include <cmath>

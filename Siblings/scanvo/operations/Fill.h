@@ -1,7 +1,7 @@
 // Areas filled with one value.
 #pragma once
 
-#include "Picture.h"
+#include "formats/Picture.h"
 
 namespace scanvo {
 

@@ -1,12 +1,12 @@
 // This file is compiled once for each instruction set; Highway includes it again for every one.
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "Siblings/scanvo/Bytes.cpp"
+#define HWY_TARGET_INCLUDE "fast/Bytes.cpp"
 #include <hwy/foreach_target.h>
 // That must come before this.
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
-#include "Bytes.h"
+#include "fast/Bytes.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace scanvo::HWY_NAMESPACE {

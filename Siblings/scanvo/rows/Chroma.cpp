@@ -1,6 +1,6 @@
-#include "Chroma.h"
+#include "rows/Chroma.h"
 
-#include "FormatCode.h"
+#include "formats/FormatCode.h"
 
 namespace scanvo {
 

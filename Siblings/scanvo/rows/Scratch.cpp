@@ -1,4 +1,4 @@
-#include "Scratch.h"
+#include "rows/Scratch.h"
 
 #include <utility>
 

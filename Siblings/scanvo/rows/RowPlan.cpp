@@ -1,6 +1,6 @@
-#include "RowPlan.h"
+#include "rows/RowPlan.h"
 
-#include "Chroma.h"
+#include "rows/Chroma.h"
 
 namespace scanvo {
 namespace {

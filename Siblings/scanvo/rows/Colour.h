@@ -7,8 +7,8 @@
 #include <array>
 #include <cstdint>
 
-#include "FormatCode.h"
-#include "PlanarRow.h"
+#include "formats/FormatCode.h"
+#include "rows/PlanarRow.h"
 
 namespace scanvo {
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "FormatCode.h"
+#include "formats/FormatCode.h"
 
 namespace scanvo {
 

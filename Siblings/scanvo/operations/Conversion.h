@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "Picture.h"
+#include "formats/Picture.h"
 
 namespace scanvo {
 

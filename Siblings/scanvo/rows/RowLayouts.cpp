@@ -1,4 +1,4 @@
-#include "RowLayouts.h"
+#include "rows/RowLayouts.h"
 
 #include <algorithm>
 #include <bit>
