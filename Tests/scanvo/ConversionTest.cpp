@@ -206,7 +206,7 @@ TEST(Calls, RefuseWhatCannotBe) {
         {nullptr, 64, 0x004, 4, 4, kSV_NullPointer},
         {there, 64, 0, 4, 4, kSV_UnsupportedFormat},
         {there, 64, kSV_PixelFormat_Custom, 4, 4, kSV_UnsupportedFormat},
-        {there, 64, 0x01000021, 4, 4, kSV_UnsupportedFormat},
+        {there, 64, 0x01000021, 4, 4, kSV_BadSize},
         {there, 64, 0x004, 0, 4, kSV_BadSize},
         {there, 64, 0x004, 4, -1, kSV_BadSize},
         {there, 15, 0x004, 4, 2, kSV_BadSize},

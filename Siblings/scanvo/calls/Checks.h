@@ -30,12 +30,11 @@ std::int32_t MakePicture(Void* inStart, std::int64_t inRowBytes, std::int32_t in
     return kSV_Success;
 }
 
-/// Runs what may need memory. Nothing else of the renderer throws.
+/// Runs work that gives a result and may need memory. Nothing else of the renderer throws.
 template <class Work>
 std::int32_t Run(const Work& inWork) {
     try {
-        inWork();
-        return kSV_Success;
+        return inWork();
     } catch (...) {
         return kSV_OutOfMemory;
     }

@@ -1,6 +1,7 @@
 // Conversions and scales.
 #include <optional>
 
+#include "calls/AnyPicture.h"
 #include "calls/Checks.h"
 #include "contracts/Scanvo.h"
 #include "fast/Bytes.h"
@@ -31,6 +32,22 @@ bool IsField(std::uint32_t inFieldType) {
     return inFieldType == 1 || inFieldType == 2;
 }
 
+// Opens both pictures, once neither is known to be wrong, and lets inWork write the second.
+template <class Work>
+std::int32_t RunBetween(const DescribedSource& inSource, const DescribedDestination& inDestination,
+                        const Work& inWork) {
+    return Run([&]() -> std::int32_t {
+        Output output;
+        std::int32_t result = CheckAnyPicture(inSource);
+        if (result == kSV_Success) result = output.Open(inDestination);
+        Input input;
+        if (result == kSV_Success) result = input.Open(inSource);
+        if (result != kSV_Success) return result;
+        inWork(input.Picture(), output.Picture());
+        return output.Close();
+    });
+}
+
 }  // namespace
 }  // namespace scanvo
 
@@ -44,15 +61,10 @@ std::int32_t SV_Convert(const void* inSource, std::int64_t inSourceRowBytes,
                                       inWidth, inHeight)) {
         return *copied;
     }
-    Source source;
-    std::int32_t result =
-        MakePicture(inSource, inSourceRowBytes, inWidth, inHeight, inSourceFormat, source);
-    if (result != kSV_Success) return result;
-    Destination destination;
-    result = MakePicture(outDestination, inDestinationRowBytes, inWidth, inHeight,
-                         inDestinationFormat, destination);
-    if (result != kSV_Success) return result;
-    return Run([&] { ConvertPicture(source, destination); });
+    return RunBetween(
+        {inSource, inSourceRowBytes, inWidth, inHeight, inSourceFormat},
+        {outDestination, inDestinationRowBytes, inWidth, inHeight, inDestinationFormat},
+        ConvertPicture);
 }
 
 std::int32_t SV_ScaleConvert(const void* inSource, std::int64_t inSourceRowBytes,
@@ -69,18 +81,14 @@ std::int32_t SV_ScaleConvert(const void* inSource, std::int64_t inSourceRowBytes
                           inDestinationRowBytes, inDestinationFormat, inSourceWidth, inSourceHeight,
                           inQuality);
     }
-    Source source;
-    std::int32_t result = MakePicture(inSource, inSourceRowBytes, inSourceWidth, inSourceHeight,
-                                      inSourceFormat, source);
-    if (result != kSV_Success) return result;
-    Destination destination;
-    result = MakePicture(outDestination, inDestinationRowBytes, inDestinationWidth,
-                         inDestinationHeight, inDestinationFormat, destination);
-    if (result != kSV_Success) return result;
-
     const bool hasFields = IsField(inSourceFieldType) && IsField(inDestinationFieldType) &&
                            inSourceHeight > 1 && inDestinationHeight > 1;
     const auto scale =
         hasFields && inSourceHeight != inDestinationHeight ? ScaleFields : ScalePicture;
-    return Run([&] { scale(source, destination, inQuality); });
+    return RunBetween({inSource, inSourceRowBytes, inSourceWidth, inSourceHeight, inSourceFormat},
+                      {outDestination, inDestinationRowBytes, inDestinationWidth,
+                       inDestinationHeight, inDestinationFormat},
+                      [&](const Source& source, const Destination& destination) {
+                          scale(source, destination, inQuality);
+                      });
 }

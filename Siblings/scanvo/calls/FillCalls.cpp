@@ -1,4 +1,5 @@
 // Fills.
+#include "calls/AnyPicture.h"
 #include "calls/Checks.h"
 #include "contracts/Scanvo.h"
 #include "operations/Fill.h"
@@ -6,14 +7,22 @@
 namespace scanvo {
 namespace {
 
+// Opens the picture and lets inWork write it.
+template <class Work>
+std::int32_t RunOn(const DescribedDestination& inPicture, const Work& inWork) {
+    return Run([&]() -> std::int32_t {
+        Output output;
+        const std::int32_t result = output.Open(inPicture);
+        if (result != kSV_Success) return result;
+        inWork(output.Picture());
+        return output.Close();
+    });
+}
+
 std::int32_t Fill(void* outBuffer, std::int64_t inRowBytes, std::int32_t inWidth,
                   std::int32_t inHeight, SV_PixelFormat inFormat, FillValue inValue) {
-    Destination destination;
-    const std::int32_t result =
-        MakePicture(outBuffer, inRowBytes, inWidth, inHeight, inFormat, destination);
-    if (result != kSV_Success) return result;
-    FillWithValue(destination, inValue);
-    return kSV_Success;
+    return RunOn({outBuffer, inRowBytes, inWidth, inHeight, inFormat},
+                 [inValue](const Destination& picture) { FillWithValue(picture, inValue); });
 }
 
 }  // namespace
@@ -46,13 +55,9 @@ std::int32_t SV_FillWithTransparentWhite(void* outBuffer, std::int64_t inRowByte
 std::int32_t SV_FillWithColor(void* outBuffer, std::int64_t inRowBytes, std::int32_t inWidth,
                               std::int32_t inHeight, SV_PixelFormat inFormat, const void* inPixel,
                               SV_PixelFormat inPixelFormat) {
-    Destination destination;
-    std::int32_t result =
-        MakePicture(outBuffer, inRowBytes, inWidth, inHeight, inFormat, destination);
-    if (result != kSV_Success) return result;
     Source pixel;
-    result = MakePicture(inPixel, 0, 1, 1, inPixelFormat, pixel);
+    const std::int32_t result = MakePicture(inPixel, 0, 1, 1, inPixelFormat, pixel);
     if (result != kSV_Success) return result;
-    FillWithPixel(destination, pixel);
-    return kSV_Success;
+    return RunOn({outBuffer, inRowBytes, inWidth, inHeight, inFormat},
+                 [&](const Destination& picture) { FillWithPixel(picture, pixel); });
 }

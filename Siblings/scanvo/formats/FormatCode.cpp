@@ -46,10 +46,21 @@ constexpr Family kFamilies[] = {
     {0x0A000031, kBt709Bit, 0, 0},              // 4:2:0 planar, frame picture
 };
 
-// Bytes of one frame by DV kind (SMPTE 314M, SMPTE 370M): ten or twelve DIF sequences of 12,000
-// bytes, one, two or four times.
-constexpr std::int64_t kDvFrameBytes[] = {0,      120000, 144000, 240000, 288000,
-                                          480000, 576000, 240000, 288000};
+// The frames of the DV kinds (IEC 61834-2, SMPTE 314M, SMPTE 370M). Their bytes are ten or twelve
+// DIF sequences of 12,000, one, two or four times.
+struct DvFrame {
+    DvSize size;
+    std::int64_t bytes;
+};
+constexpr DvFrame kDvFrames[] = {{},
+                                 {{720, 480}, 120000},
+                                 {{720, 576}, 144000},
+                                 {{960, 720}, 240000},
+                                 {{960, 720}, 288000},
+                                 {{1280, 1080}, 480000},
+                                 {{1440, 1080}, 576000},
+                                 {{720, 480}, 240000},
+                                 {{720, 576}, 288000}};
 
 constexpr int kV210RowBytes = 128;
 constexpr int kV210RowPixels = 48;
@@ -95,6 +106,15 @@ bool HasAddressableRows(const Format& inFormat) {
     return inFormat.unitPixels != 0;
 }
 
+bool IsPlanar(const Format& inFormat) {
+    return inFormat.layout == Layout::Planar420 || inFormat.layout == Layout::Planar422 ||
+           inFormat.layout == Layout::Planar411;
+}
+
+bool HasHalfChroma(const Format& inFormat) {
+    return inFormat.layout != Layout::Packed4444;
+}
+
 bool HasAlpha(const Format& inFormat) {
     return inFormat.alpha == Alpha::Straight || inFormat.alpha == Alpha::Premultiplied;
 }
@@ -114,9 +134,13 @@ std::int64_t TightRowBytes(const Format& inFormat, std::int32_t inWidth) {
     return UsedRowBytes(inFormat, inWidth);
 }
 
+DvSize SizeOfDv(const Format& inFormat) {
+    return kDvFrames[inFormat.kind].size;
+}
+
 std::int64_t PictureBytes(const Format& inFormat, std::int32_t inWidth, std::int32_t inHeight) {
     if (inWidth <= 0 || inHeight <= 0) return 0;
-    if (inFormat.layout == Layout::Compressed) return kDvFrameBytes[inFormat.kind];
+    if (inFormat.layout == Layout::Compressed) return kDvFrames[inFormat.kind].bytes;
     if (inFormat.layout == Layout::Planar420) {
         const std::int64_t chroma = std::int64_t{HalfWidth(inWidth)} * HalfWidth(inHeight);
         return std::int64_t{inWidth} * inHeight + 2 * chroma;

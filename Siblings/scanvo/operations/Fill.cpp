@@ -7,6 +7,8 @@
 #include "rows/Colour.h"
 #include "rows/PlanarRow.h"
 #include "rows/RowLayouts.h"
+#include "rows/RowWriter.h"
+#include "rows/Scratch.h"
 
 namespace scanvo {
 namespace {
@@ -56,6 +58,26 @@ void FillWithUnit(const Destination& outDestination, const Unit& inUnit) {
     }
 }
 
+void FillPlanes(const Destination& outDestination, const Pixel& inPixel) {
+    Scratch scratch;
+    const PlanarRow row = scratch.Row(outDestination.width);
+    for (std::size_t plane = 0; plane < kColourPlaneCount; ++plane) {
+        std::fill_n(row[plane], outDestination.width, inPixel[plane]);
+    }
+    RowWriter writer(outDestination, scratch);
+    for (std::int32_t i = 0; i < outDestination.height; ++i) {
+        writer.Write(row, i);
+    }
+}
+
+void FillWithSamples(const Destination& outDestination, const Pixel& inPixel) {
+    if (IsPlanar(outDestination.format)) {
+        FillPlanes(outDestination, inPixel);
+    } else {
+        FillWithUnit(outDestination, UnitOf(outDestination.format, inPixel));
+    }
+}
+
 Pixel PixelOf(FillValue inValue, const Format& inFormat) {
     const bool isTransparent = HasAlpha(inFormat) && (inValue == FillValue::TransparentBlack ||
                                                       inValue == FillValue::TransparentWhite);
@@ -77,8 +99,7 @@ Pixel FirstPixelOf(const Source& inPixel, const Format& inFormat) {
 }  // namespace
 
 void FillWithValue(const Destination& outDestination, FillValue inValue) {
-    const Format& format = outDestination.format;
-    FillWithUnit(outDestination, UnitOf(format, PixelOf(inValue, format)));
+    FillWithSamples(outDestination, PixelOf(inValue, outDestination.format));
 }
 
 void FillWithPixel(const Destination& outDestination, const Source& inPixel) {
@@ -89,7 +110,7 @@ void FillWithPixel(const Destination& outDestination, const Source& inPixel) {
         FillWithUnit(outDestination, unit);
         return;
     }
-    FillWithUnit(outDestination, UnitOf(format, FirstPixelOf(inPixel, format)));
+    FillWithSamples(outDestination, FirstPixelOf(inPixel, format));
 }
 
 }  // namespace scanvo

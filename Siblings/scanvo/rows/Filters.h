@@ -13,7 +13,7 @@ namespace scanvo {
 struct SampleGrid {
     std::int32_t count = 0;
     std::int32_t pitch = 1;
-    std::int32_t first = 0;
+    double first = 0;
 };
 
 /// What each destination sample is made of.

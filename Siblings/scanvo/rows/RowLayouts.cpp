@@ -6,6 +6,8 @@
 #include <iterator>
 #include <type_traits>
 
+#include "rows/PlanarLayouts.h"
+
 namespace scanvo {
 namespace {
 
@@ -22,14 +24,6 @@ Value ReadAt(const std::byte* inRow, std::int64_t inIndex) {
 template <class Value>
 void WriteAt(std::byte* outRow, std::int64_t inIndex, Value inValue) {
     std::memcpy(outRow + inIndex * std::int64_t{sizeof(Value)}, &inValue, sizeof(Value));
-}
-
-// The comparisons are written so that NaN takes the lower bound.
-std::int32_t Quantise(float inSample, float inOffset, float inScale, float inMaximum) {
-    float code = inSample * inScale + inOffset;
-    code = code > 0.0f ? code : 0.0f;
-    code = code < inMaximum ? code : inMaximum;
-    return static_cast<std::int32_t>(code + 0.5f);
 }
 
 // ---- Packed 4:4:4:4 -----------------------------------------------------------------------------
@@ -278,6 +272,9 @@ constexpr LayoutRow kLayoutRows[] = {
     {Layout::Packed422, Component::Unsigned8, false, Load422<false>, Store422<false>},
     {Layout::Packed422, Component::Unsigned8, true, Load422<true>, Store422<true>},
     {Layout::Packed422, Component::Unsigned10, false, LoadV210, StoreV210},
+    {Layout::Planar420, Component::Unsigned8, false, LoadHalfChromaPlanes, nullptr},
+    {Layout::Planar422, Component::Unsigned8, false, LoadHalfChromaPlanes, nullptr},
+    {Layout::Planar411, Component::Unsigned8, false, LoadQuarterChromaPlanes, nullptr},
 };
 
 // BT.601 and BT.709 put black at 16, white at 235 and chroma at 16 to 240 of an 8-bit code, and at

@@ -24,6 +24,14 @@ struct CodeRanges {
     float maximum;
 };
 
+/// The code of a sample. The comparisons are written so that NaN takes the lower bound.
+inline std::int32_t Quantise(float inSample, float inOffset, float inScale, float inMaximum) {
+    float code = inSample * inScale + inOffset;
+    code = code > 0.0f ? code : 0.0f;
+    code = code < inMaximum ? code : inMaximum;
+    return static_cast<std::int32_t>(code + 0.5f);
+}
+
 using LoadRow = void (*)(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
                          const PlanarRow& outRow);
 using StoreRow = void (*)(const PlanarRow& inRow, const CodeRanges& inRanges,
@@ -44,7 +52,8 @@ struct RowAccess {
     }
 };
 
-/// The functions are null for a layout that has no rows to load.
+/// The functions are null for a layout that has no rows to load. Planar layouts have no function to
+/// store: see PlanarStore.
 RowAccess AccessTo(const Format& inFormat);
 
 /// The shape of a row as it is loaded; no alpha plane when alpha means nothing.

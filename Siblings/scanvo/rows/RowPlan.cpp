@@ -5,10 +5,6 @@
 namespace scanvo {
 namespace {
 
-bool HasHalfChroma(const Format& inFormat) {
-    return inFormat.layout == Layout::Packed422;
-}
-
 bool IsChroma(std::size_t inPlane) {
     return inPlane == 1 || inPlane == 2;
 }
@@ -119,17 +115,20 @@ void FetchRow(const RowPlan& inPlan, const Source& inSource, std::int32_t inRow,
     }
 }
 
-void FinishRow(const RowPlan& inPlan, const PlanarRow& ioFetched, const WorkRows& ioWork,
-               const Destination& outDestination, std::int32_t inRow) {
+PlanarRow FinishedRow(const RowPlan& inPlan, const PlanarRow& ioFetched, const WorkRows& ioWork) {
     inPlan.after.Run(ioFetched, inPlan.width);
     PlanarRow finished = ioFetched;
-    if (inPlan.halvesChroma) {
-        for (const std::size_t plane : {std::size_t{1}, std::size_t{2}}) {
-            HalveChroma(ioFetched[plane], inPlan.width, ioWork.halved[plane]);
-            finished[plane] = ioWork.halved[plane];
-        }
+    if (!inPlan.halvesChroma) return finished;
+    for (const std::size_t plane : {std::size_t{1}, std::size_t{2}}) {
+        HalveChroma(ioFetched[plane], inPlan.width, ioWork.halved[plane]);
+        finished[plane] = ioWork.halved[plane];
     }
-    inPlan.to.Store(finished, outDestination, inRow);
+    return finished;
+}
+
+void FinishRow(const RowPlan& inPlan, const PlanarRow& ioFetched, const WorkRows& ioWork,
+               const Destination& outDestination, std::int32_t inRow) {
+    inPlan.to.Store(FinishedRow(inPlan, ioFetched, ioWork), outDestination, inRow);
 }
 
 }  // namespace scanvo

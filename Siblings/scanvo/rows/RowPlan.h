@@ -1,4 +1,4 @@
-// The road that every pixel takes. A row is fetched: loaded, filtered along the row where the width
+// The general road of every pixel. A row is fetched: loaded, filtered along the row where the width
 // changes, its chroma spread where every pixel needs its own. Then it is finished: given its
 // colour, its chroma halved where the destination has half, stored. Between the two, rows may be
 // mixed with one another.
@@ -64,7 +64,11 @@ WorkRows MakeWorkRows(const RowPlan& inPlan, Scratch& ioScratch);
 void FetchRow(const RowPlan& inPlan, const Source& inSource, std::int32_t inRow,
               const WorkRows& ioWork, const PlanarRow& outFetched);
 
-/// Uses up what the fetched row holds.
+/// The fetched row in the shape and colour of the destination. It may lie in the fetched row itself
+/// or in the work rows, and uses up what they hold.
+PlanarRow FinishedRow(const RowPlan& inPlan, const PlanarRow& ioFetched, const WorkRows& ioWork);
+
+/// Stores the finished row in a packed picture.
 void FinishRow(const RowPlan& inPlan, const PlanarRow& ioFetched, const WorkRows& ioWork,
                const Destination& outDestination, std::int32_t inRow);
 

@@ -1,0 +1,189 @@
+#include "dv/DvCodec.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace scanvo {
+namespace {
+
+// ---- What FFmpeg is told of each kind -----------------------------------------------------------
+
+struct Profile {
+    AVPixelFormat planes;
+    AVRational frameDuration;
+};
+
+constexpr Profile kProfiles[] = {
+    {AV_PIX_FMT_NONE, {0, 1}},     {AV_PIX_FMT_YUV411P, {1001, 30000}},
+    {AV_PIX_FMT_YUV420P, {1, 25}}, {AV_PIX_FMT_YUV422P, {1001, 60000}},
+    {AV_PIX_FMT_YUV422P, {1, 50}}, {AV_PIX_FMT_YUV422P, {1001, 30000}},
+    {AV_PIX_FMT_YUV422P, {1, 25}}, {AV_PIX_FMT_YUV422P, {1001, 30000}},
+    {AV_PIX_FMT_YUV422P, {1, 25}},
+};
+
+std::optional<Layout> LayoutOf(int inPlanes) {
+    switch (inPlanes) {
+        case AV_PIX_FMT_YUV411P:
+            return Layout::Planar411;
+        case AV_PIX_FMT_YUV420P:
+            return Layout::Planar420;
+        case AV_PIX_FMT_YUV422P:
+            return Layout::Planar422;
+        default:
+            return std::nullopt;
+    }
+}
+
+struct FreeCodec {
+    void operator()(AVCodecContext* inCodec) const { avcodec_free_context(&inCodec); }
+};
+struct FreePacket {
+    void operator()(AVPacket* inPacket) const { av_packet_free(&inPacket); }
+};
+using CodecContext = std::unique_ptr<AVCodecContext, FreeCodec>;
+using Packet = std::unique_ptr<AVPacket, FreePacket>;
+
+template <class Object>
+Object* NotNull(Object* inObject) {
+    if (inObject == nullptr) throw std::bad_alloc();
+    return inObject;
+}
+
+CodecContext MakeCodec(const AVCodec* inCodec, const Format& inDvFormat, AVPixelFormat inPlanes) {
+    if (inCodec == nullptr) return nullptr;
+    CodecContext codec(NotNull(avcodec_alloc_context3(inCodec)));
+    const auto [width, height] = SizeOfDv(inDvFormat);
+    codec->width = width;
+    codec->height = height;
+    codec->pix_fmt = inPlanes;
+    codec->time_base = kProfiles[inDvFormat.kind].frameDuration;
+    codec->thread_count = 1;
+    const int result = avcodec_open2(codec.get(), inCodec, nullptr);
+    if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
+    return result < 0 ? nullptr : std::move(codec);
+}
+
+int FrameBytes(const Format& inDvFormat) {
+    const auto [width, height] = SizeOfDv(inDvFormat);
+    return static_cast<int>(PictureBytes(inDvFormat, width, height));
+}
+
+// A frame is made of DIF sequences of 150 blocks. The top bits of a block's first byte say what it
+// holds, and each sequence starts with the same kinds: a header, two of subcode, three of auxiliary
+// data, one of audio, video (SMPTE 314M). FFmpeg itself takes nearly any bytes for a frame.
+bool HoldsDifSequences(const std::uint8_t* inFrame, int inBytes) {
+    constexpr int kBlockBytes = 80;
+    constexpr int kSequenceBytes = 150 * kBlockBytes;
+    constexpr std::array<int, 8> kBlockKinds = {0, 1, 1, 2, 2, 2, 3, 4};
+    for (int sequence = 0; sequence < inBytes; sequence += kSequenceBytes) {
+        for (std::size_t i = 0; i < kBlockKinds.size(); ++i) {
+            const int block = sequence + static_cast<int>(i) * kBlockBytes;
+            if (inFrame[block] >> 5 != kBlockKinds[i]) return false;
+        }
+    }
+    return true;
+}
+
+void CopyRows(const AVFrame& inFrom, AVFrame& outTo, int inPlane, int inFirst, int inStep,
+              int inHeight) {
+    const int rowBytes = std::min(inFrom.linesize[inPlane], outTo.linesize[inPlane]);
+    for (int row = inFirst; row < inHeight; row += inStep) {
+        std::memcpy(outTo.data[inPlane] + row * outTo.linesize[inPlane],
+                    inFrom.data[inPlane] + row * inFrom.linesize[inPlane],
+                    static_cast<std::size_t>(rowBytes));
+    }
+}
+
+}  // namespace
+
+void DvPicture::Free::operator()(AVFrame* inFrame) const {
+    av_frame_free(&inFrame);
+}
+
+DvPicture::DvPicture(AVFrame* inFrame, const Format& inDvFormat)
+    : frame_(inFrame), format_(inDvFormat) {
+    format_.layout = LayoutOf(frame_->format).value_or(Layout::Planar422);
+}
+
+DvPicture::DvPicture(const Format& inDvFormat)
+    : frame_(NotNull(av_frame_alloc())), format_(inDvFormat) {
+    const auto [width, height] = SizeOfDv(inDvFormat);
+    frame_->format = kProfiles[inDvFormat.kind].planes;
+    frame_->width = width;
+    frame_->height = height;
+    if (av_frame_get_buffer(frame_.get(), 0) < 0) throw std::bad_alloc();
+    format_.layout = *LayoutOf(frame_->format);
+}
+
+Source DvPicture::AsSource() const {
+    const auto plane = [this](int index) {
+        return reinterpret_cast<const std::byte*>(frame_->data[index]);
+    };
+    return {plane(0), frame_->linesize[0],  frame_->width,      frame_->height,
+            format_,  {plane(1), plane(2)}, frame_->linesize[1]};
+}
+
+Destination DvPicture::AsDestination() {
+    const auto plane = [this](int index) {
+        return reinterpret_cast<std::byte*>(frame_->data[index]);
+    };
+    return {plane(0), frame_->linesize[0],  frame_->width,      frame_->height,
+            format_,  {plane(1), plane(2)}, frame_->linesize[1]};
+}
+
+std::optional<DvPicture> DecodeDv(const void* inFrame, const Format& inDvFormat) {
+    const int bytes = FrameBytes(inDvFormat);
+    if (!HoldsDifSequences(static_cast<const std::uint8_t*>(inFrame), bytes)) return std::nullopt;
+    const CodecContext decoder = MakeCodec(avcodec_find_decoder(AV_CODEC_ID_DVVIDEO), inDvFormat,
+                                           kProfiles[inDvFormat.kind].planes);
+    if (!decoder) return std::nullopt;
+    const Packet packet(NotNull(av_packet_alloc()));
+    if (av_new_packet(packet.get(), bytes) < 0) throw std::bad_alloc();
+    std::memcpy(packet->data, inFrame, static_cast<std::size_t>(bytes));
+    std::unique_ptr<AVFrame, DvPicture::Free> frame(NotNull(av_frame_alloc()));
+    if (avcodec_send_packet(decoder.get(), packet.get()) < 0 ||
+        avcodec_receive_frame(decoder.get(), frame.get()) < 0) {
+        return std::nullopt;
+    }
+    const auto [width, height] = SizeOfDv(inDvFormat);
+    if (frame->width != width || frame->height != height || !LayoutOf(frame->format)) {
+        return std::nullopt;
+    }
+    return DvPicture(frame.release(), inDvFormat);
+}
+
+bool EncodeDv(const DvPicture& inPicture, void* outFrame) {
+    const CodecContext encoder =
+        MakeCodec(avcodec_find_encoder(AV_CODEC_ID_DVVIDEO), inPicture.format_,
+                  static_cast<AVPixelFormat>(inPicture.frame_->format));
+    if (!encoder) return false;
+    const Packet packet(NotNull(av_packet_alloc()));
+    if (avcodec_send_frame(encoder.get(), inPicture.frame_.get()) < 0 ||
+        avcodec_receive_packet(encoder.get(), packet.get()) < 0) {
+        return false;
+    }
+    Format dvFormat = inPicture.format_;
+    dvFormat.layout = Layout::Compressed;
+    if (packet->size != FrameBytes(dvFormat)) return false;
+    std::memcpy(outFrame, packet->data, static_cast<std::size_t>(packet->size));
+    return true;
+}
+
+bool TakeSecondField(const DvPicture& inFrom, DvPicture& ioPicture) {
+    const AVFrame& from = *inFrom.frame_;
+    AVFrame& to = *ioPicture.frame_;
+    if (from.format != to.format || av_frame_make_writable(&to) < 0) return false;
+    // Chroma rows belong to the fields in turn, too.
+    const int chromaHeight = to.format == AV_PIX_FMT_YUV420P ? to.height / 2 : to.height;
+    for (const int plane : {0, 1, 2}) {
+        CopyRows(from, to, plane, 1, 2, plane == 0 ? to.height : chromaHeight);
+    }
+    return true;
+}
+
+}  // namespace scanvo

@@ -1,0 +1,60 @@
+// Rows of planar pictures: Y', Cb and Cr in planes of their own, 8-bit, with fewer chroma samples
+// than pixels.
+//
+// Chroma samples of a row lie on the first of the pixels that share them (H.262, IEC 61834-2, SMPTE
+// 314M). Rows of 4:2:0 chroma lie between two rows of pixels; of field pictures each field has its
+// own, a quarter of the way from one row of the field to its next (H.262). In 4:2:0 DV every other
+// row of a field has Cr and the rest have Cb (IEC 61834-2).
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "rows/Filters.h"
+#include "rows/RowLayouts.h"
+#include "rows/Scratch.h"
+
+namespace scanvo {
+
+/// Load luma as it is and chroma as one sample for every other pixel, interpolated between rows,
+/// from planes with half and with a quarter as many chroma samples in a row as pixels.
+void LoadHalfChromaPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
+                          const PlanarRow& outRow);
+void LoadQuarterChromaPlanes(const Source& inPicture, std::int32_t inRow,
+                             const CodeRanges& inRanges, const PlanarRow& outRow);
+
+/// Stores every row of a planar picture once, rows or rows of each field in either order. Rows have
+/// one chroma sample for every other pixel. A chroma row is stored when all rows that are part of
+/// it have come.
+class PlanarStore {
+  public:
+    PlanarStore(const Destination& inPicture, const CodeRanges& inRanges, Scratch& ioScratch);
+
+    void Store(const PlanarRow& inRow, std::int32_t inRowNumber);
+
+  private:
+    /// A chroma row of which not all pixel rows have come.
+    struct OpenRow {
+        std::int32_t number = -1;
+        std::int32_t count = 0;
+        float* samples = nullptr;
+    };
+    static constexpr std::size_t kOpenRows = 4;
+    static constexpr std::size_t kFields = 2;
+    /// What one chroma plane is made of.
+    struct Plane {
+        std::vector<WeightTable> weights;  ///< by field
+        std::array<std::array<OpenRow, kOpenRows>, kFields> open;
+    };
+
+    void AddChroma(std::size_t inPlane, const float* inSamples, std::int32_t inRowFromTop);
+    void StoreChroma(std::size_t inPlane, const float* inSamples, std::int32_t inChromaRow);
+
+    Destination picture_;
+    CodeRanges ranges_;
+    std::int32_t fieldCount_;
+    std::array<Plane, 2> planes_;
+    float* quartered_ = nullptr;
+};
+
+}  // namespace scanvo

@@ -1,0 +1,232 @@
+// Pictures whose rows cannot be addressed: planar 4:2:0 and DV.
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+#include <gmock/gmock.h>
+
+#include "Area.h"
+
+namespace scanvo_test {
+namespace {
+
+using Block = std::vector<std::uint8_t>;
+
+Block BlockOf(FormatCode inFormat, std::int32_t inWidth, std::int32_t inHeight) {
+    return Block(static_cast<std::size_t>(SV_PixelFormatSize(inFormat, inWidth, inHeight)), 0xEE);
+}
+
+Block Stored(Area& inSource, FormatCode inFormat) {
+    Block block = BlockOf(inFormat, inSource.Width(), inSource.Height());
+    EXPECT_EQ(SV_Convert(inSource.Start(), inSource.RowBytes(), inSource.Format(), block.data(), 0,
+                         inFormat, inSource.Width(), inSource.Height(), 4),
+              0);
+    return block;
+}
+
+Area Loaded(const Block& inBlock, FormatCode inBlockFormat, FormatCode inFormat,
+            std::int32_t inWidth, std::int32_t inHeight) {
+    Area area(inFormat, inWidth, inHeight);
+    EXPECT_EQ(SV_Convert(inBlock.data(), 0, inBlockFormat, area.Start(), area.RowBytes(), inFormat,
+                         inWidth, inHeight, 4),
+              0);
+    area.ExpectGuardsIntact();
+    return area;
+}
+
+/// In a float format: Y', Cb, Cr by inColourAt(column, row from the top).
+template <class ColourAt>
+Area YCbCrArea(FormatCode inFormat, std::int32_t inWidth, std::int32_t inHeight,
+               const ColourAt& inColourAt) {
+    Area area(inFormat, inWidth, inHeight);
+    for (std::int32_t i = 0; i < inWidth * inHeight; ++i) {
+        const std::int32_t x = i % inWidth;
+        const std::int32_t y = i / inWidth;
+        const std::array<float, 3> colour = inColourAt(static_cast<float>(x), y);
+        for (std::int32_t c = 0; c < 3; ++c)
+            area.Set(inHeight - 1 - y, 4 * x + 2 - c, colour[static_cast<std::size_t>(c)]);
+        area.Set(inHeight - 1 - y, 4 * x + 3, 1.0f);
+    }
+    return area;
+}
+
+// Ramps find every sample in its place, and pictures upright.
+TEST(Planar420, PutsChromaBesideItsLuma) {
+    constexpr std::int32_t kWidth = 41;
+    constexpr std::int32_t kHeight = 39;
+    Area ramps = YCbCrArea(0x10D, kWidth, kHeight, [](float x, std::int32_t row) {
+        const auto y = static_cast<float>(row);
+        return std::array{x / 80 + y / 80, x / 100 - 0.2f, y / 100 - 0.2f};
+    });
+    for (const FormatCode format : {0x09000031u, 0x0A000031u}) {
+        const Block block = Stored(ramps, format);
+        const std::uint8_t* const cr = block.data() + kWidth * kHeight;
+        const std::uint8_t* const cb = cr + 21 * 20;
+        EXPECT_EQ(block[kWidth * 3 + 5], std::lround(16 + 219 * 0.1));
+        for (const std::int32_t row : {3, 4, 16}) {
+            for (const std::int32_t x : {1, 5, 19}) {
+                EXPECT_NEAR(cb[21 * row + x], 128 + 224 * (x / 50.0 - 0.2), 0.6);
+                EXPECT_NEAR(cr[21 * row + x], 128 + 224 * ((2 * row + 0.5) / 100 - 0.2), 0.6);
+            }
+        }
+        const Area back = Loaded(block, format, 0x10D, kWidth, kHeight);
+        for (std::int32_t y = 6; y < kHeight - 6; ++y) {
+            for (std::int32_t x = 2; x < kWidth - 2; ++x) {
+                const Codes codes = back.At(x, kHeight - 1 - y);
+                EXPECT_NEAR(codes[1], x / 100.0 - 0.2, 4e-3);
+                EXPECT_NEAR(codes[2], y / 100.0 - 0.2, 4e-3) << std::hex << format.bits;
+            }
+        }
+    }
+}
+
+// A field picture keeps the chroma of its fields apart, a frame picture mixes it.
+TEST(Planar420, KnowsFieldsFromFrames) {
+    for (const std::int32_t height : {4, 7, 20}) {
+        Area fields = YCbCrArea(0x30D, 6, height, [](float, std::int32_t row) {
+            return std::array{0.5f, row % 2 == 0 ? 0.25f : -0.25f, 0.0f};
+        });
+        const Area field = Loaded(Stored(fields, 0x09000231), 0x09000231, 0x30D, 6, height);
+        const Area frame = Loaded(Stored(fields, 0x0A000231), 0x0A000231, 0x30D, 6, height);
+        for (std::int32_t y = 0; y < height; ++y) {
+            const double own = y % 2 == 0 ? 0.25 : -0.25;
+            EXPECT_NEAR(field.At(3, height - 1 - y)[1], own, 3e-3) << height << ' ' << y;
+            if (y > 0 && y < height - 2) {
+                EXPECT_NEAR(frame.At(3, height - 1 - y)[1], 0, 0.1) << height << ' ' << y;
+            }
+        }
+    }
+}
+
+TEST(Planar420, TakesEverySize) {
+    for (const FormatCode format : {0x09000031u, 0x0A000031u}) {
+        for (std::int32_t width = 1; width <= 5; ++width) {
+            for (std::int32_t height = 1; height <= 9; ++height) {
+                Area colour = YCbCrArea(0x10D, width, height, [](float, std::int32_t) {
+                    return std::array{0.6f, 0.2f, -0.3f};
+                });
+                Block block = BlockOf(format, width, height);
+                ASSERT_EQ(SV_ScaleConvert(colour.Start(), colour.RowBytes(), width, height,
+                                          FormatCode(0x10D), 1, block.data(), 0, width, height,
+                                          format, 1, 3),
+                          0);
+                Block large = BlockOf(format, 11, 10);
+                ASSERT_EQ(SV_ScaleConvert(block.data(), 0, width, height, format, 1, large.data(),
+                                          0, 11, 10, format, 1, 3),
+                          0);
+                Loaded(large, format, 0x00D, 11, 10).ExpectFilled({147, 173, 61, 255}, 1);
+            }
+        }
+    }
+}
+
+// ---- DV -----------------------------------------------------------------------------------------
+
+constexpr struct DvKind {
+    FormatCode format;
+    std::int32_t width, height;
+    AVPixelFormat planes;
+} kDvKinds[] = {
+    {0x01000021, 720, 480, AV_PIX_FMT_YUV411P},   {0x02000021, 720, 576, AV_PIX_FMT_YUV420P},
+    {0x03000221, 960, 720, AV_PIX_FMT_YUV422P},   {0x04000221, 960, 720, AV_PIX_FMT_YUV422P},
+    {0x05000221, 1280, 1080, AV_PIX_FMT_YUV422P}, {0x06000221, 1440, 1080, AV_PIX_FMT_YUV422P},
+    {0x07000021, 720, 480, AV_PIX_FMT_YUV422P},   {0x08000021, 720, 576, AV_PIX_FMT_YUV422P},
+};
+
+// What another reader of DV sees: the luma of one pixel, and the form of the planes.
+void ExpectLuma(const DvKind& inKind, const Block& inFrame, std::int32_t inX, std::int32_t inY,
+                int inLuma) {
+    AVCodecContext* decoder = avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_DVVIDEO));
+    ASSERT_EQ(avcodec_open2(decoder, nullptr, nullptr), 0);
+    AVPacket* packet = av_packet_alloc();
+    ASSERT_EQ(av_new_packet(packet, static_cast<int>(inFrame.size())), 0);
+    std::memcpy(packet->data, inFrame.data(), inFrame.size());
+    AVFrame* frame = av_frame_alloc();
+    ASSERT_EQ(avcodec_send_packet(decoder, packet), 0);
+    ASSERT_EQ(avcodec_receive_frame(decoder, frame), 0);
+    EXPECT_EQ(frame->format, inKind.planes);
+    EXPECT_EQ(frame->height, inKind.height);
+    EXPECT_NEAR(frame->data[0][inY * frame->linesize[0] + inX], inLuma, 4);
+    av_frame_free(&frame);
+    av_packet_free(&packet);
+    avcodec_free_context(&decoder);
+}
+
+TEST(Dv, ComesBackAsItWentIn) {
+    for (const DvKind& kind : kDvKinds) {
+        const auto lumaAt = [&kind](float x, std::int32_t y) {
+            return 0.1f + 0.5f * x / static_cast<float>(kind.width) +
+                   0.3f * static_cast<float>(y) / static_cast<float>(kind.height);
+        };
+        Area picture = YCbCrArea(
+            kind.format.IsBt709() ? 0x30D : 0x10D, kind.width, kind.height,
+            [&](float x, std::int32_t y) {
+                return std::array{
+                    lumaAt(x, y), 0.2f - 0.4f * x / static_cast<float>(kind.width),
+                    0.4f * static_cast<float>(y) / static_cast<float>(kind.height) - 0.2f};
+            });
+        const Block frame = Stored(picture, kind.format);
+        ExpectLuma(kind, frame, 100, 40, static_cast<int>(16 + 219 * lumaAt(100, 40)));
+        const Area back = Loaded(frame, kind.format, picture.Format(), kind.width, kind.height);
+        double errors = 0;
+        for (std::int32_t i = 0; i < kind.width * kind.height; i += 7) {
+            const std::int32_t x = i % kind.width;
+            const std::int32_t row = i / kind.width;
+            for (std::size_t c = 0; c < 3; ++c)
+                errors += std::pow(back.At(x, row)[c] - picture.At(x, row)[c], 2);
+        }
+        EXPECT_LT(errors * 7 / (3.0 * kind.width * kind.height), 4e-5)
+            << std::hex << kind.format.bits;
+    }
+}
+
+TEST(Dv, MergesTheFieldsOfTwoFrames) {
+    for (const DvKind& kind : kDvKinds) {
+        const FormatCode packed = kind.format.IsBt709() ? 0x20D : 0x00D;
+        const auto plain = [&](std::uint32_t colour) {
+            Block frame = BlockOf(kind.format, kind.width, kind.height);
+            EXPECT_EQ(SV_FillWithColor(frame.data(), 0, kind.width, kind.height, kind.format,
+                                       &colour, packed),
+                      0);
+            return frame;
+        };
+        // V, U, Y', A.
+        Block first = plain(0xFFB4A050);
+        const Block second = plain(0xFF406E96);
+        const bool is25 = kind.format.bits < 0x03000000 && kind.format.bits != 0x07000021;
+        ASSERT_EQ(is25 ? SV_MergeDV(first.data(), second.data(), first.data(),
+                                    static_cast<std::int32_t>(first.size()), 4)
+                       : SV_MergeDVCPRO(first.data(), second.data(), first.data(), kind.format, 4),
+                  0);
+        const Area merged = Loaded(first, kind.format, packed, kind.width, kind.height);
+        for (std::int32_t y = 100; y < 116; ++y) {
+            const Codes expected =
+                y % 2 == 0 ? Codes{0xB4, 0xA0, 0x50, 255} : Codes{0x40, 0x6E, 0x96, 255};
+            const Codes codes = merged.At(200, kind.height - 1 - y);
+            for (std::size_t c = 0; c < 3; ++c)
+                EXPECT_NEAR(codes[c], expected[c], 6) << std::hex << kind.format.bits << ' ' << y;
+        }
+    }
+}
+
+TEST(Dv, RefusesWhatIsNoFrame) {
+    Block zeros(120000);
+    Block frame(120000, 0xEE);
+    Area area(0x004, 720, 480);
+    const auto convert = [&](std::int32_t width, std::int32_t height) {
+        return SV_Convert(zeros.data(), 0, FormatCode(0x01000021), area.Start(), area.RowBytes(),
+                          FormatCode(0x004), width, height, 4);
+    };
+    EXPECT_EQ(convert(720, 480), kSV_BadData);
+    EXPECT_EQ(convert(720, 479), kSV_BadSize);
+    EXPECT_EQ(SV_MergeDV(zeros.data(), zeros.data(), frame.data(), 120000, 4), kSV_BadData);
+    EXPECT_EQ(SV_MergeDV(zeros.data(), zeros.data(), frame.data(), 120001, 4), kSV_BadSize);
+    EXPECT_EQ(SV_MergeDV(zeros.data(), nullptr, frame.data(), 120000, 4), kSV_NullPointer);
+    for (const FormatCode format : {0x01000021u, 0x004u, 0x09000031u}) {
+        EXPECT_EQ(SV_MergeDVCPRO(zeros.data(), zeros.data(), frame.data(), format, 4),
+                  kSV_UnsupportedFormat);
+    }
+    EXPECT_THAT(frame, testing::Each(0xEE));
+}
+
+}  // namespace
+}  // namespace scanvo_test
