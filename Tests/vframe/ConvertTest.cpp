@@ -41,17 +41,27 @@ TEST_F(ConvertTest, WritesFrameMemoryAsItStandsAndReadsItAgain) {
 TEST_F(ConvertTest, KeepsThePictureThroughEveryKindOfFormat) {
     const struct {
         std::string format;
-        int width;
+        int width, height;
         int tolerance;
-    } kCases[] = {{"ARGB_4444_8u", 61, 0},         {"BGRA_4444_15u", 61, 0},
-                  {"BGRP_4444_32f_Linear", 61, 0}, {"VUYA_4444_32f_709", 61, 0},
-                  {"VUYX_4444_8u", 61, 2},         {"UYVY_422_8u", 62, 5},
-                  {"YUYV_422_8u_709", 62, 5},      {"V210_422_10u_709", 62, 4}};
-    for (const auto& [format, width, tolerance] : kCases) {
+    } kCases[] = {
+        {"ARGB_4444_8u", 61, 33, 0},
+        {"BGRA_4444_15u", 61, 33, 0},
+        {"BGRP_4444_32f_Linear", 61, 33, 0},
+        {"VUYA_4444_32f_709", 61, 33, 0},
+        {"VUYX_4444_8u", 61, 33, 2},
+        {"UYVY_422_8u", 62, 33, 5},
+        {"YUYV_422_8u_709", 62, 33, 5},
+        {"V210_422_10u_709", 62, 33, 4},
+        {"YUV_420_MPEG2_FIELD_PICTURE_PLANAR_8u_709", 62, 48, 20},
+        {"YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601", 62, 48, 10},
+        {"NTSCDV25", 720, 480, 8},
+        {"PAL_DV100_720p", 960, 720, 8},
+    };
+    for (const auto& [format, width, height, tolerance] : kCases) {
         SCOPED_TRACE(format);
-        const Picture picture = MakeGradient(width, 33);
-        const std::string layout =
-            " --input-format " + format + " --input-size " + std::to_string(width) + "x33";
+        const Picture picture = MakeGradient(width, height);
+        const std::string layout = " --input-format " + format + " --input-size " +
+                                   std::to_string(width) + "x" + std::to_string(height);
         WritePng("in.png", picture);
         ExpectRuns("convert in.png frame.raw --format " + format);
         ExpectRuns("convert frame.raw out.png" + layout);

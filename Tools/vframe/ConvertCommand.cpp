@@ -59,7 +59,8 @@ void AddConvertCommand(CLI::App& inApp) {
         ->type_name("WxH");
     command
         ->add_option("--quality", arguments->quality,
-                     "0 nearest pixel, 2 bilinear, 3 and more bilinear over every pixel [4]")
+                     "0 nearest pixel, 2 bilinear, 3 bilinear over every pixel, 4 bicubic, "
+                     "5 Lanczos [4]")
         ->type_name("N")
         ->check(CLI::Range(0, 5));
     command->footer(

@@ -61,6 +61,8 @@ std::string RendererError(std::int32_t inResult) {
             return "the renderer does not convert this format";
         case kSV_BadSize:
             return "the renderer does not take this size";
+        case kSV_BadData:
+            return "its bytes are no frame of this format";
         default:
             return "the renderer failed with " + std::to_string(inResult);
     }

@@ -63,6 +63,8 @@ CodecContext MakeCodec(const AVCodec* inCodec, const Format& inDvFormat, AVPixel
     codec->pix_fmt = inPlanes;
     codec->time_base = kProfiles[inDvFormat.kind].frameDuration;
     codec->thread_count = 1;
+    // Past every level: what is wrong with a frame is for the caller to say.
+    codec->log_level_offset = 2 * AV_LOG_TRACE;
     const int result = avcodec_open2(codec.get(), inCodec, nullptr);
     if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
     return result < 0 ? nullptr : std::move(codec);
