@@ -12,6 +12,7 @@ class ErrorsTest : public ToolTest {
         WriteFile("text.png", "text");
         WriteFile("empty.png", "");
         WriteFile("three.raw", "123");
+        WriteFile("zeros.raw", std::string(120000, '\0'));
         const std::string sample = ReadFile(Sample(1));
         WriteFile("damaged.png", sample.substr(0, sample.size() / 2));
     }
@@ -45,6 +46,8 @@ TEST_F(ErrorsTest, AreOneLineAndLeaveNothingBehind) {
         {"convert good.png out.png --format BGRA_4444_16u", 1, "BGRA_4444_16u"},
         {"convert good.png a.raw --format V210_422_10u --size 3x3", 1, "even"},
         {"convert three.raw out.png", 2, "--input-format"},
+        {"convert zeros.raw out.png --input-format NTSCDV25 --input-size 720x480", 1,
+         "NTSCDV25: its bytes are no frame"},
         {"convert good.png out.png --input-size 4x4", 2, ".raw"},
         {"info three.raw --input-format BGRA_4444_8u --input-size 1x1", 1, "3 bytes"},
         {"publish good.png", 2, "--guid"},

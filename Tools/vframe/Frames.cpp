@@ -118,8 +118,10 @@ void RenderInto(const PictureView& inPicture, const VF::VideoFrameRef& inFrame, 
         inPicture.start, inPicture.rowBytes, inPicture.size.width, inPicture.size.height,
         inPicture.format, inPicture.fieldType, MemoryOf(inFrame)->GetData(), target.rowBytes,
         target.size.width, target.size.height, target.format, target.fieldType, inQuality);
-    if (result != kSV_Success)
-        throw Failure(FormatName(inFrame->GetPixelType()), RendererError(result));
+    if (result == kSV_Success) return;
+    const auto culprit = result == kSV_BadData ? VF::SVPixelFormatToBEPixelFormat(inPicture.format)
+                                               : inFrame->GetPixelType();
+    throw Failure(FormatName(culprit), RendererError(result));
 }
 
 VF::VideoFrameRef MakeFrameOf(const PictureView& inPicture, const FrameSettings& inSettings) {
