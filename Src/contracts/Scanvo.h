@@ -56,7 +56,7 @@ SIBLING_API void SV_Initialize();
 SIBLING_API void SV_Terminate();
 
 /// Converts an area pixel by pixel. inMode makes no difference here; callers pass 4.
-/// Source and destination may be the same memory when start, row bytes, format and size are equal.
+/// Source and destination may overlap when format and row bytes are equal.
 SIBLING_API std::int32_t SV_Convert(const void* inSource, std::int64_t inSourceRowBytes,
                                     SV_PixelFormat inSourceFormat, void* outDestination,
                                     std::int64_t inDestinationRowBytes,

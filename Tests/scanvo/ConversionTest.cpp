@@ -164,6 +164,25 @@ TEST(Convert, KeepsV210SamplesBesideTheArea) {
     }
 }
 
+// By a row up or down, or by a few pixels of a row: what arrives is what was there.
+TEST(Convert, CopiesWithinOnePicture) {
+    for (const FormatCode format : {0x004u, 0x051u}) {
+        for (const RowOrder order : {RowOrder::Down, RowOrder::Up}) {
+            for (const auto& [from, to] : {std::pair{0, 1}, {1, 0}, {0, 2}, {2, 0}}) {
+                Area area(format, 30, 9, order);
+                area.Scatter();
+                Area before = Converted(area, format);
+                ASSERT_EQ(SV_Convert(area.Start() + from * area.RowBytes(), area.RowBytes(), format,
+                                     area.Start() + to * area.RowBytes(), area.RowBytes(), format,
+                                     30, 7, 4),
+                          0);
+                for (std::int32_t row = 0; row < 7; ++row)
+                    ASSERT_EQ(area.At(29, row + to), before.At(29, row + from)) << row;
+            }
+        }
+    }
+}
+
 // A chroma sample lies on the first pixel of its pair, and rows go on with their last sample.
 TEST(Convert, PutsChromaOnTheFirstPixelOfAPair) {
     for (std::int32_t width = 1; width <= 12; ++width) {

@@ -1,7 +1,9 @@
 #include "operations/Conversion.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "fast/Bytes.h"
@@ -26,14 +28,36 @@ bool IsContiguous(const PictureOf<Byte>& inPicture) {
            inPicture.width % inPicture.format.unitPixels == 0;
 }
 
+// Between the lowest and the highest byte of two pictures' rows.
+bool Overlap(const Source& inSource, const Destination& inDestination) {
+    const auto endsOf = [](const std::byte* start, std::int64_t rowBytes, std::int32_t height,
+                           std::int64_t used) {
+        const std::byte* const last = start + rowBytes * (height - 1);
+        return std::pair(std::min(start, last), std::max(start, last) + used);
+    };
+    const std::int64_t used = UsedRowBytes(inSource.format, inSource.width);
+    const auto source = endsOf(inSource.start, inSource.rowBytes, inSource.height, used);
+    const auto destination =
+        endsOf(inDestination.start, inDestination.rowBytes, inSource.height, used);
+    return source.first < destination.second && destination.first < source.second;
+}
+
+// Rows move towards lower numbers or stay; then the first is the one to begin with.
+bool MovesForward(const Source& inSource, const Destination& inDestination) {
+    return (inDestination.start > inSource.start) != (inSource.rowBytes > 0);
+}
+
 void CopyPicture(const Source& inSource, const Destination& outDestination) {
     if (IsSamePlace(inSource, outDestination)) return;
-    if (IsContiguous(inSource) && IsContiguous(outDestination)) {
+    const bool overlap = Overlap(inSource, outDestination);
+    if (!overlap && IsContiguous(inSource) && IsContiguous(outDestination)) {
         CopyBytes(outDestination.start, inSource.start,
                   static_cast<std::size_t>(inSource.rowBytes * inSource.height));
         return;
     }
-    for (std::int32_t row = 0; row < inSource.height; ++row) {
+    const bool backwards = overlap && !MovesForward(inSource, outDestination);
+    for (std::int32_t i = 0; i < inSource.height; ++i) {
+        const std::int32_t row = backwards ? inSource.height - 1 - i : i;
         CopyRow(inSource.format, inSource.width, RowAt(inSource, row), RowAt(outDestination, row));
     }
 }

@@ -7,8 +7,8 @@
 
 namespace scanvo {
 
-/// Pictures of one size. The same format is copied byte by byte; nothing is done when the
-/// destination is the source.
+/// Pictures of one size. The same format is copied byte by byte, to a place that may overlap the
+/// source when the row bytes are equal.
 void ConvertPicture(const Source& inSource, const Destination& outDestination);
 
 /// Pictures of any sizes.

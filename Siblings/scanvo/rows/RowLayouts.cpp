@@ -312,12 +312,12 @@ RowShape LoadedShape(const Format& inFormat, std::int32_t inWidth) {
 void CopyRow(const Format& inFormat, std::int32_t inWidth, const std::byte* inRow,
              std::byte* outRow) {
     if (inFormat.component != Component::Unsigned10) {
-        std::memcpy(outRow, inRow, static_cast<std::size_t>(UsedRowBytes(inFormat, inWidth)));
+        std::memmove(outRow, inRow, static_cast<std::size_t>(UsedRowBytes(inFormat, inWidth)));
         return;
     }
     const std::int32_t tailPixels = inWidth % kV210GroupPixels;
     const std::int64_t tail = V210GroupOffset(inWidth);
-    std::memcpy(outRow, inRow, static_cast<std::size_t>(tail));
+    std::memmove(outRow, inRow, static_cast<std::size_t>(tail));
     const int tailSamples = static_cast<int>(V210Samples(tailPixels));
     PackV210(UnpackV210(inRow + tail, tailSamples), tailSamples, outRow + tail);
 }

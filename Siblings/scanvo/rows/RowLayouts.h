@@ -59,7 +59,8 @@ RowAccess AccessTo(const Format& inFormat);
 /// The shape of a row as it is loaded; no alpha plane when alpha means nothing.
 RowShape LoadedShape(const Format& inFormat, std::int32_t inWidth);
 
-/// Copies the used bytes of one row of inWidth pixels; the rows must not overlap.
+/// Copies the used bytes of one row of inWidth pixels. The rows may overlap, those of v210 only by
+/// whole groups of pixels or when the destination comes first.
 void CopyRow(const Format& inFormat, std::int32_t inWidth, const std::byte* inRow,
              std::byte* outRow);
 
