@@ -7,4 +7,5 @@
 #include "PixelFormatUtilities.h"
 #include "Status.h"
 #include "VideoFrameFactory.h"
+#include "VideoFrameManipulators.h"
 #include "VideoFrameSharing.h"

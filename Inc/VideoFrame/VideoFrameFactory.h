@@ -38,6 +38,29 @@ VF_EXPORT std::int32_t CreateCustomVideoFrame(
     std::uint32_t inHeight, std::int32_t inDataSize,
     const tulomediatypes::PixelAspectRatio& inAspectRatio);
 
+/// What a sub-frame raises for operations that only its parent could do.
+class VF_EXPORT IllegalVideoSubFrameOperation : public Brix::Exception {
+  public:
+    /// "Illegal operation on a VideoSubFrame."
+    const char* what() const noexcept override;
+};
+
+/// Makes a frame that shows a rectangle of its parent without copying: writing to either changes
+/// both. It keeps the parent alive. inSubRectBounds is in the parent's columns and memory rows, so
+/// its top counts from the bottom of the picture.
+///
+/// The sub-frame has an origin, content rectangle, data rectangle (in the parent's coordinates),
+/// auxiliary information and render time of its own; everything else is the parent's, and fills
+/// fill the whole parent. Setting its aspect ratio or read-only state raises
+/// IllegalVideoSubFrameOperation; setting its field type does nothing.
+///
+/// Returns 0, or kFailure when the parent has no memory access or cannot be cleared (it is
+/// read-only, for one); the sub-frame is made all the same. An empty rectangle, one that is not
+/// inside the parent's bounds, and a parent without two-dimensional access are input contract
+/// violations. A null parent raises Brix::NullInterfaceException.
+VF_EXPORT std::int32_t CreateVideoSubFrame(VideoFrameRef& outFrame, VideoFrameRef inParent,
+                                           const Brix::Rect& inSubRectBounds);
+
 /// Whether the rows of frames of the format can be addressed (property bits 0x1E000 clear).
 VF_EXPORT bool PixelType2DMemoryAccessCapable(tulomediatypes::PixelFormat inFormat);
 

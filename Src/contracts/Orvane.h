@@ -23,6 +23,11 @@ using tulomediatypes::kPixelFormat_VUYA_4444_32f_709;
 using tulomediatypes::kPixelFormat_VUYA_4444_8u;
 using tulomediatypes::kPixelFormat_VUYA_4444_8u_709;
 
+inline constexpr auto kPixelFormat_NTSCDV100_720p = tulomediatypes::kPixelFormat_NTSC_DV100_720p;
+inline constexpr auto kPixelFormat_PALDV100_720p = tulomediatypes::kPixelFormat_PAL_DV100_720p;
+inline constexpr auto kPixelFormat_NTSCDV100_1080i = tulomediatypes::kPixelFormat_NTSC_DV100_1080i;
+inline constexpr auto kPixelFormat_PALDV100_1080i = tulomediatypes::kPixelFormat_PAL_DV100_1080i;
+
 /// A position in pixels, x to the right and y downwards.
 struct Point {
     std::int32_t x = 0;

@@ -7,6 +7,7 @@
 #include "frames/Contract.h"
 #include "frames/MemoryRecyclerVideoFrame.h"
 #include "frames/PixelFormatProperties.h"
+#include "frames/VideoFrame.h"
 
 namespace VF {
 namespace {
@@ -38,6 +39,13 @@ void ClearFrame(const VideoFrameRef& inFrame, bool inTransparent) {
     if (!clearable) return;
     const bool cleared = inTransparent && clearable->FillWithTransparentBlack() >= 0;
     if (!cleared) clearable->FillWithOpaqueBlack();
+}
+
+// No address inside the rectangle leaves the memory of a frame with these bounds.
+bool IsInside(const Brix::Rect& inBounds, const Brix::Rect& inRect) {
+    return inBounds.left <= inRect.left && inRect.left <= inRect.right &&
+           inRect.right <= inBounds.right && inBounds.top <= inRect.top &&
+           inRect.top <= inRect.bottom && inRect.bottom <= inBounds.bottom;
 }
 
 }  // namespace
@@ -91,6 +99,22 @@ std::int32_t CreateCustomVideoFrame(VideoFrameRef& outFrame, tulomediatypes::Pix
         return kFrameOutOfMemory;
     }
     return kSuccess;
+}
+
+std::int32_t CreateVideoSubFrame(VideoFrameRef& outFrame, VideoFrameRef inParent,
+                                 const Brix::Rect& inSubRectBounds) {
+    Require(inSubRectBounds.right != inSubRectBounds.left, "inSubRectBounds.Width() != 0", kFile,
+            185);
+    Require(inSubRectBounds.bottom != inSubRectBounds.top, "inSubRectBounds.Height() != 0", kFile,
+            186);
+    Require(IsInside(inParent->GetBounds(), inSubRectBounds),
+            "inSubRectBounds is inside the parent's bounds", kFile, __LINE__);
+    const bool isComplete = Brix::QueryInterface<IVideoFrameMemoryAccess>(inParent) &&
+                            Brix::QueryInterface<OV::IVideoFrameClearable>(inParent);
+    const Brix::InterfaceRef<VideoSubFrame> frame(new VideoSubFrame);
+    frame->Initialize(inParent, inSubRectBounds);
+    outFrame = frame;
+    return isComplete ? kSuccess : kFailure;
 }
 
 bool PixelType2DMemoryAccessCapable(tulomediatypes::PixelFormat inFormat) {
