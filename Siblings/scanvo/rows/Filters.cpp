@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numbers>
 
 namespace scanvo {
 namespace {
@@ -24,6 +25,24 @@ double Triangle(double inDistance, double inStep) {
     return std::max(1 - std::abs(inDistance) / inStep, 0.0);
 }
 
+// Interpolates parabolas exactly; a = -0.5 in the family of cubics that go through the samples.
+double CatmullRom(double inDistance, double inStep) {
+    const double x = std::abs(inDistance) / inStep;
+    if (x >= 2) return 0;
+    if (x >= 1) return ((-0.5 * x + 2.5) * x - 4) * x + 2;
+    return (1.5 * x - 2.5) * x * x + 1;
+}
+
+double Sinc(double inX) {
+    const double angle = std::numbers::pi * inX;
+    return angle == 0 ? 1 : std::sin(angle) / angle;
+}
+
+double Lanczos3(double inDistance, double inStep) {
+    const double x = std::abs(inDistance) / inStep;
+    return x < 3 ? Sinc(x) * Sinc(x / 3) : 0;
+}
+
 struct Filter {
     Kernel kernel;
     double step;
@@ -36,7 +55,9 @@ Filter FilterOf(double inStep, std::int32_t inQuality) {
     if (inQuality <= 1) return {nullptr, inStep, 0};
     if (inQuality == 2 && inStep > 1) return {Box, inStep, inStep / 2 + 0.5};
     const double step = std::max(inStep, 1.0);
-    return {Triangle, step, step};
+    if (inQuality <= 3) return {Triangle, step, step};
+    if (inQuality == 4) return {CatmullRom, step, 2 * step};
+    return {Lanczos3, step, 3 * step};
 }
 
 // ---- One destination sample ---------------------------------------------------------------------
