@@ -80,24 +80,15 @@ void SetNearest(double inCentre, std::int64_t inLast, Taps& outTaps) {
     outTaps.weights.assign(1, 1.0);
 }
 
-// Rounding of positions leaves taps whose weight is not quite zero; they would cost time for
-// nothing.
-void DropNegligibleEnds(Taps& ioTaps) {
-    const auto counts = [](double weight) { return std::abs(weight) > 1e-9; };
-    auto& weights = ioTaps.weights;
-    weights.erase(std::find_if(weights.rbegin(), weights.rend(), counts).base(), weights.end());
-    const auto begin = std::find_if(weights.begin(), weights.end(), counts);
-    ioTaps.first += begin - weights.begin();
-    weights.erase(weights.begin(), begin);
-}
-
 void SetTaps(const Filter& inFilter, double inCentre, std::int64_t inLast, Taps& outTaps) {
     if (inFilter.kernel == nullptr) {
         SetNearest(inCentre, inLast, outTaps);
         return;
     }
-    const auto begin = static_cast<std::int64_t>(std::ceil(inCentre - inFilter.reach));
-    const auto end = static_cast<std::int64_t>(std::floor(inCentre + inFilter.reach));
+    // Rounding of positions must not add taps that weigh nothing: they would cost time.
+    const double reach = inFilter.reach - 1e-9;
+    const auto begin = static_cast<std::int64_t>(std::ceil(inCentre - reach));
+    const auto end = static_cast<std::int64_t>(std::floor(inCentre + reach));
     const auto inside = [inLast](std::int64_t i) { return std::clamp<std::int64_t>(i, 0, inLast); };
     outTaps.first = inside(begin);
     outTaps.weights.assign(static_cast<std::size_t>(inside(end) - outTaps.first + 1), 0.0);
@@ -110,7 +101,6 @@ void SetTaps(const Filter& inFilter, double inCentre, std::int64_t inLast, Taps&
     for (double& weight : outTaps.weights) {
         weight /= sum;
     }
-    DropNegligibleEnds(outTaps);
 }
 
 // From rows of inMostTaps weights, of which the first tapCount are used, to rows of tapCount; runs
@@ -132,7 +122,10 @@ void CloseUp(std::int64_t inMostTaps, std::int32_t inSourceCount, WeightTable& i
 
 WeightTable MakeWeights(const SampleGrid& inSource, const SampleGrid& inDestination, double inScale,
                         std::int32_t inQuality, std::pmr::memory_resource* inResource) {
-    const Filter filter = FilterOf(inScale * inDestination.pitch / inSource.pitch, inQuality);
+    // Samples that stay where they are take nothing from their neighbours, not even rounding.
+    const bool staysInPlace = inScale == 1 && inSource == inDestination;
+    const Filter filter =
+        FilterOf(inScale * inDestination.pitch / inSource.pitch, staysInPlace ? 0 : inQuality);
     const std::int64_t mostTaps = MostTaps(filter, inSource.count);
     const auto count = static_cast<std::size_t>(inDestination.count);
     WeightTable table(inResource);
