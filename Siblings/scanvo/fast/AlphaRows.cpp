@@ -20,7 +20,7 @@ namespace scanvo::HWY_NAMESPACE {
 using Words16 = hn::Repartition<std::uint16_t, ByteTag>;
 
 void ReplaceRowBits(const std::byte* inRow, std::byte* outRow, std::size_t inBytes,
-                    const Pattern& inKept, const Pattern& inFlipped) {
+                    const PixelPattern& inKept, const PixelPattern& inFlipped) {
     const auto kept = hn::LoadDup128(ByteTag(), inKept.data());
     const auto flipped = hn::LoadDup128(ByteTag(), inFlipped.data());
     TransformBytes(inRow, outRow, inBytes, [=](Bytes bytes, std::size_t) HWY_ATTR {
@@ -29,8 +29,8 @@ void ReplaceRowBits(const std::byte* inRow, std::byte* outRow, std::size_t inByt
 }
 
 // Moves the alpha of a pixel to each 16-bit half of it; indices from 0x80 on give 0.
-Pattern AlphaIndices(int inPlace) {
-    Pattern indices;
+PixelPattern AlphaIndices(int inPlace) {
+    PixelPattern indices;
     indices.fill(0x80);
     if (inPlace == Darkening::kNoAlpha) return indices;
     for (std::size_t i = 0; i < indices.size(); i += 2)
@@ -44,7 +44,7 @@ void DarkenBytes(const std::byte* inRow, std::byte* outRow, std::size_t inBytes,
                  const Darkening& inDarkening) {
     const ByteTag bytesTag;
     const Words16 tag;
-    const Pattern indexPattern = AlphaIndices(inDarkening.alphaPlace);
+    const PixelPattern indexPattern = AlphaIndices(inDarkening.alphaPlace);
     const auto indices = hn::LoadDup128(bytesTag, indexPattern.data());
     const auto opaque = hn::LoadDup128(bytesTag, inDarkening.opaque.data());
     const auto black = hn::BitCast(tag, hn::LoadDup128(bytesTag, inDarkening.black.data()));
@@ -112,7 +112,7 @@ ReplaceBits FindReplaceBits() {
 }
 
 DarkenRow FindDarkenRow(const Darkening& inDarkening) {
-    const bool hasBlack = inDarkening.black != Pattern{};
+    const bool hasBlack = inDarkening.black != PixelPattern{};
     return HWY_DYNAMIC_DISPATCH(DarkenRowOf)(hasBlack, inDarkening.opacity < 1);
 }
 

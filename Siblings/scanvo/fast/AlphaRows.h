@@ -8,11 +8,11 @@
 namespace scanvo {
 
 /// Bytes that repeat along a row.
-using Pattern = std::array<std::uint8_t, 16>;
+using PixelPattern = std::array<std::uint8_t, 16>;
 
 /// Writes (in & inKept) ^ inFlipped. The output may be the input.
 using ReplaceBits = void (*)(const std::byte* inRow, std::byte* outRow, std::size_t inBytes,
-                             const Pattern& inKept, const Pattern& inFlipped);
+                             const PixelPattern& inKept, const PixelPattern& inFlipped);
 ReplaceBits FindReplaceBits();
 
 /// What becomes of the 8-bit codes of a row: black + (code - black) * alpha * opacity.
@@ -23,9 +23,9 @@ struct Darkening {
     int alphaPlace = kNoAlpha;
     /// Between 0 and 1.
     float opacity = 1;
-    Pattern black{};
+    PixelPattern black{};
     /// Bits set afterwards: those of an alpha that is to be opaque.
-    Pattern opaque{};
+    PixelPattern opaque{};
 };
 
 /// The output may be the input. Rounded to nearest: exactly at full opacity, to 1/100 code else.

@@ -17,9 +17,9 @@ std::size_t AlphaPlace(const Format& inFormat) {
 }
 
 // A pattern of which every alpha is inAlpha and everything else inOther.
-Pattern AlphaPattern(const Format& inFormat, const std::byte* inAlpha, std::byte inOther) {
+PixelPattern AlphaPattern(const Format& inFormat, const std::byte* inAlpha, std::byte inOther) {
     const std::size_t bytes = static_cast<std::size_t>(inFormat.unitBytes) / kPlaneCount;
-    Pattern pattern;
+    PixelPattern pattern;
     pattern.fill(std::to_integer<std::uint8_t>(inOther));
     for (std::size_t at = AlphaPlace(inFormat) * bytes; at < pattern.size();
          at += bytes * kPlaneCount)
@@ -44,8 +44,8 @@ AlphaCode CodeOf(const Format& inFormat, float inAlpha) {
     return code;
 }
 
-void ReplaceAlpha(const Source& inSource, const Destination& outDestination, const Pattern& inKept,
-                  const Pattern& inFlipped) {
+void ReplaceAlpha(const Source& inSource, const Destination& outDestination,
+                  const PixelPattern& inKept, const PixelPattern& inFlipped) {
     const ReplaceBits replace = FindReplaceBits();
     const auto bytes = static_cast<std::size_t>(UsedRowBytes(inSource.format, inSource.width));
     for (std::int32_t row = 0; row < inSource.height; ++row)
@@ -83,7 +83,7 @@ void InvertStraight(const Source& inSource, const Destination& outDestination) {
 
 void InvertStraight8(const Source& inSource, const Destination& outDestination) {
     constexpr std::byte kOnes[sizeof(float)] = {std::byte{0xFF}};
-    Pattern all;
+    PixelPattern all;
     all.fill(0xFF);
     ReplaceAlpha(inSource, outDestination, all, AlphaPattern(inSource.format, kOnes, std::byte{0}));
 }
@@ -121,10 +121,10 @@ bool IsSameButAlpha(Format inFirst, const Format& inSecond) {
 }
 
 // Y'CbCr is V, U, Y', A in 4:4:4:4 and Cb, Y' or Y', Cb in 4:2:2.
-Pattern BlackPattern(const Format& inFormat) {
+PixelPattern BlackPattern(const Format& inFormat) {
     constexpr std::uint8_t kLuma = 16;
     constexpr std::uint8_t kChroma = 128;
-    Pattern black{};
+    PixelPattern black{};
     if (inFormat.colour != Colour::YCbCr) return black;
     for (std::size_t i = 0; i < black.size(); ++i) {
         const bool isLuma = inFormat.layout == Layout::Packed422
