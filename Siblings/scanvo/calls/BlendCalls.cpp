@@ -52,7 +52,10 @@ std::int32_t SV_CrossDissolve(const void* inFirst, std::int64_t inFirstRowBytes,
     result = MakePicture(inSecond, inSecondRowBytes, inWidth, inHeight, inSecondFormat, second);
     if (result != kSV_Success) return result;
     if (std::isnan(inAmount)) return kSV_BadArgument;
-    return Run([&] { DissolvePictures(pair.source, second, pair.destination, Clamped(inAmount)); });
+    return Run([&] {
+        DissolvePictures(pair.source, second, pair.destination, Clamped(inAmount));
+        return kSV_Success;
+    });
 }
 
 std::int32_t SV_InvertAlpha(const void* inSource, std::int64_t inSourceRowBytes,
@@ -62,7 +65,10 @@ std::int32_t SV_InvertAlpha(const void* inSource, std::int64_t inSourceRowBytes,
     const std::int32_t result = MakePair(inSource, inSourceRowBytes, inFormat, outDestination,
                                          inDestinationRowBytes, inFormat, inWidth, inHeight, pair);
     if (result != kSV_Success) return result;
-    return Run([&] { InvertAlpha(pair.source, pair.destination); });
+    return Run([&] {
+        InvertAlpha(pair.source, pair.destination);
+        return kSV_Success;
+    });
 }
 
 std::int32_t SV_CopyAndSetAlpha(const void* inSource, std::int64_t inSourceRowBytes,
@@ -74,7 +80,10 @@ std::int32_t SV_CopyAndSetAlpha(const void* inSource, std::int64_t inSourceRowBy
                                          inDestinationRowBytes, inFormat, inWidth, inHeight, pair);
     if (result != kSV_Success) return result;
     if (std::isnan(inAlpha)) return kSV_BadArgument;
-    return Run([&] { CopyAndSetAlpha(pair.source, pair.destination, inAlpha); });
+    return Run([&] {
+        CopyAndSetAlpha(pair.source, pair.destination, inAlpha);
+        return kSV_Success;
+    });
 }
 
 std::int32_t SV_CompositeToBlack(const void* inSource, std::int64_t inSourceRowBytes,
@@ -88,7 +97,10 @@ std::int32_t SV_CompositeToBlack(const void* inSource, std::int64_t inSourceRowB
                  inDestinationFormat, inWidth, inHeight, pair);
     if (result != kSV_Success) return result;
     if (std::isnan(inOpacity)) return kSV_BadArgument;
-    return Run([&] { CompositeToBlack(pair.source, pair.destination, Clamped(inOpacity)); });
+    return Run([&] {
+        CompositeToBlack(pair.source, pair.destination, Clamped(inOpacity));
+        return kSV_Success;
+    });
 }
 
 std::int32_t SV_OneBitMaskComposite(const void* inA, std::int64_t inARowBytes,
@@ -109,5 +121,8 @@ std::int32_t SV_OneBitMaskComposite(const void* inA, std::int64_t inARowBytes,
     if (!IsReachable(inMaskRowBytes, inHeight)) return kSV_BadSize;
     if (inMaskBitOffset < 0 || inMaskBitOffset >= kMaskBits) return kSV_BadArgument;
     const BitMask mask{static_cast<const std::byte*>(inMask), inMaskRowBytes, inMaskBitOffset};
-    return Run([&] { CompositeByMask(pair.source, second, mask, pair.destination); });
+    return Run([&] {
+        CompositeByMask(pair.source, second, mask, pair.destination);
+        return kSV_Success;
+    });
 }
