@@ -1,9 +1,165 @@
 // Mixes, alpha operations, warps.
+#include <libyuv.h>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
 #include "Pictures.h"
 #include "Table.h"
+#include "contracts/Scanvo.h"
 
 namespace bench {
+namespace {
 
-void AddBlendRows() {}
+constexpr auto kBgra = static_cast<SV_PixelFormat>(0x004);
+constexpr float kPart = 0.3f;
+
+// Two BGRA pictures, one to write to, and a mask of a bit or a byte for each pixel.
+struct Work {
+    explicit Work(const Size& inSize)
+        : size(inSize),
+          rowBytes(4 * inSize.width),
+          first(PictureOf(inSize, 4)),
+          second(PictureOf(inSize, 4)),
+          output(PictureOf(inSize, 4)),
+          bits(PictureOf(inSize, 1)),
+          bytes(PictureOf(inSize, 1)) {
+        const int pixels = inSize.width * inSize.height;
+        for (int i = 0; i < pixels; ++i) {
+            const bool isSet = (bits.Bytes()[i / 8] << i % 8 & 0x80) != 0;
+            bytes.Bytes()[i] = isSet ? 255 : 0;
+        }
+        cv::setNumThreads(1);
+    }
+
+    cv::Mat Picture(const Buffer& inBuffer) const {
+        return {size.height, size.width, CV_8UC4, inBuffer.Bytes()};
+    }
+
+    cv::Mat Plane(const Buffer& inBuffer) const {
+        return {size.height, size.width, CV_8UC1, inBuffer.Bytes()};
+    }
+
+    Size size;
+    int rowBytes;
+    Buffer first, second, output, bits, bytes;
+};
+
+template <class Call>
+Run Repeated(const Size& inSize, const Call& inCall) {
+    return [=](benchmark::State& inState) {
+        const Work work(inSize);
+        for (auto _ : inState) {
+            inCall(work);
+            benchmark::ClobberMemory();
+        }
+    };
+}
+
+void Dissolve(const Work& inWork, float inAmount) {
+    SV_CrossDissolve(inWork.first.Bytes(), inWork.rowBytes, kBgra, inWork.second.Bytes(),
+                     inWork.rowBytes, kBgra, inWork.output.Bytes(), inWork.rowBytes, kBgra,
+                     inWork.size.width, inWork.size.height, inAmount, 2);
+}
+
+void Interpolate(const Work& inWork, int inAmount) {
+    libyuv::InterpolatePlane(inWork.first.Bytes(), inWork.rowBytes, inWork.second.Bytes(),
+                             inWork.rowBytes, inWork.output.Bytes(), inWork.rowBytes,
+                             inWork.rowBytes, inWork.size.height, inAmount);
+}
+
+void AddWeighted(const Work& inWork, double inAmount) {
+    cv::Mat output = inWork.Picture(inWork.output);
+    cv::addWeighted(inWork.Picture(inWork.first), 1 - inAmount, inWork.Picture(inWork.second),
+                    inAmount, 0, output);
+}
+
+void AddMixRows(const Size& inSize) {
+    const std::string name = std::string(" BGRA ") + inSize.name;
+    AddRow("half mix" + name, Repeated(inSize, [](const Work& work) { Dissolve(work, 0.5f); }),
+           {{"libyuv ARGBInterpolate", Repeated(inSize,
+                                                [](const Work& work) {
+                                                    libyuv::ARGBInterpolate(
+                                                        work.first.Bytes(), work.rowBytes,
+                                                        work.second.Bytes(), work.rowBytes,
+                                                        work.output.Bytes(), work.rowBytes,
+                                                        work.size.width, work.size.height, 128);
+                                                })},
+            {"libyuv InterpolatePlane",
+             Repeated(inSize, [](const Work& work) { Interpolate(work, 128); })},
+            {"OpenCV addWeighted",
+             Repeated(inSize, [](const Work& work) { AddWeighted(work, 0.5); })}});
+    AddRow("0.3 mix" + name, Repeated(inSize, [](const Work& work) { Dissolve(work, kPart); }),
+           {{"libyuv InterpolatePlane",
+             Repeated(inSize, [](const Work& work) { Interpolate(work, 77); })},
+            {"OpenCV addWeighted",
+             Repeated(inSize, [](const Work& work) { AddWeighted(work, kPart); })}});
+}
+
+void CompositeByMask(const Work& inWork) {
+    SV_OneBitMaskComposite(inWork.first.Bytes(), inWork.rowBytes, kBgra, inWork.output.Bytes(),
+                           inWork.rowBytes, kBgra, inWork.bits.Bytes(), inWork.size.width / 8, 0,
+                           inWork.output.Bytes(), inWork.rowBytes, kBgra, inWork.size.width,
+                           inWork.size.height, 2);
+}
+
+void CopyByMask(const Work& inWork) {
+    cv::Mat output = inWork.Picture(inWork.output);
+    inWork.Picture(inWork.first)
+        .copyTo(output,
+                cv::Mat(inWork.size.height, inWork.size.width, CV_8UC1, inWork.bytes.Bytes()));
+}
+
+void SetAlpha(const Work& inWork, const Buffer& inSource) {
+    SV_CopyAndSetAlpha(inSource.Bytes(), inWork.rowBytes, inWork.output.Bytes(), inWork.rowBytes,
+                       kBgra, inWork.size.width, inWork.size.height, kPart);
+}
+
+void CopyYToAlpha(const Work& inWork) {
+    libyuv::ARGBCopyYToAlpha(inWork.bytes.Bytes(), inWork.size.width, inWork.output.Bytes(),
+                             inWork.rowBytes, inWork.size.width, inWork.size.height);
+}
+
+void InsertAlpha(const Work& inWork) {
+    cv::Mat output = inWork.Picture(inWork.output);
+    cv::insertChannel(inWork.Plane(inWork.bytes), output, 3);
+}
+
+void AddAlphaRows(const Size& inSize) {
+    const std::string name = std::string(" BGRA ") + inSize.name;
+    AddRow("1-bit mask composite" + name, Repeated(inSize, CompositeByMask),
+           {{"OpenCV copyTo, 8-bit mask", Repeated(inSize, CopyByMask)}});
+    AddRow("composite to black" + name,
+           Repeated(inSize,
+                    [](const Work& work) {
+                        SV_CompositeToBlack(work.first.Bytes(), work.rowBytes, kBgra,
+                                            work.output.Bytes(), work.rowBytes, kBgra,
+                                            work.size.width, work.size.height, 1, 2);
+                    }),
+           {{"libyuv ARGBAttenuate", Repeated(inSize, [](const Work& work) {
+                 libyuv::ARGBAttenuate(work.first.Bytes(), work.rowBytes, work.output.Bytes(),
+                                       work.rowBytes, work.size.width, work.size.height);
+             })}});
+    AddRow("set alpha in place" + name,
+           Repeated(inSize, [](const Work& work) { SetAlpha(work, work.output); }),
+           {{"libyuv ARGBCopyYToAlpha", Repeated(inSize, CopyYToAlpha)},
+            {"OpenCV insertChannel", Repeated(inSize, InsertAlpha)}});
+    AddRow("copy and set alpha" + name,
+           Repeated(inSize, [](const Work& work) { SetAlpha(work, work.first); }),
+           {{"libyuv ARGBCopy, ARGBCopyYToAlpha", Repeated(inSize, [](const Work& work) {
+                 libyuv::ARGBCopy(work.first.Bytes(), work.rowBytes, work.output.Bytes(),
+                                  work.rowBytes, work.size.width, work.size.height);
+                 CopyYToAlpha(work);
+             })}});
+}
+
+}  // namespace
+
+void AddBlendRows() {
+    for (const Size& size : kSizes) {
+        AddMixRows(size);
+        AddAlphaRows(size);
+    }
+}
 
 }  // namespace bench

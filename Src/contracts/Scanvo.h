@@ -117,8 +117,9 @@ SIBLING_API std::int32_t SV_FillWithColor(void* outBuffer, std::int64_t inRowByt
 
 /// Mixes two pictures component by component in the output's format: input 1 times 1 - inAmount
 /// plus input 2 times inAmount. Amounts outside 0 to 1 count as the nearer of the two. At 0.5 an
-/// integer component is the exact mean, halves rounded up. The output may be the same memory as an
-/// input of its format with its row bytes. inQuality makes no difference.
+/// integer component is the exact mean, halves rounded up; otherwise 8- and 10-bit components take
+/// the amount to the nearest 1/32768. The output may be the same memory as an input of its format
+/// with its row bytes. inQuality makes no difference.
 SIBLING_API std::int32_t SV_CrossDissolve(const void* inFirst, std::int64_t inFirstRowBytes,
                                           SV_PixelFormat inFirstFormat, const void* inSecond,
                                           std::int64_t inSecondRowBytes,
@@ -128,25 +129,27 @@ SIBLING_API std::int32_t SV_CrossDissolve(const void* inFirst, std::int64_t inFi
                                           float inAmount, std::int32_t inQuality);
 
 /// Copies colour and turns alpha a into opaque - a. Premultiplied colour is premultiplied by the
-/// new alpha instead, transparent pixels becoming opaque black. A format without alpha is copied.
-/// Source and destination may be the same memory.
+/// new alpha instead, transparent pixels becoming opaque black. A format without alpha, or with one
+/// that is ignored, is copied. Source and destination may be the same memory.
 SIBLING_API std::int32_t SV_InvertAlpha(const void* inSource, std::int64_t inSourceRowBytes,
                                         void* outDestination, std::int64_t inDestinationRowBytes,
                                         SV_PixelFormat inFormat, std::int32_t inWidth,
                                         std::int32_t inHeight);
 
 /// Copies colour and gives every pixel the alpha inAlpha, 0 to 1; integer formats clamp it.
-/// Premultiplied colour and formats without alpha as with SV_InvertAlpha, except that an ignored
-/// alpha is written too. Source and destination may be the same memory.
+/// Premultiplied colour is premultiplied by it instead, transparent pixels becoming black. An
+/// ignored alpha is written too; a format without alpha is copied. Source and destination may be
+/// the same memory.
 SIBLING_API std::int32_t SV_CopyAndSetAlpha(const void* inSource, std::int64_t inSourceRowBytes,
                                             void* outDestination,
                                             std::int64_t inDestinationRowBytes,
                                             SV_PixelFormat inFormat, std::int32_t inWidth,
                                             std::int32_t inHeight, float inAlpha);
 
-/// Lays a picture over opaque black: colour times alpha times inOpacity (0 to 1), made opaque.
-/// Source and destination may be the same memory when format and row bytes are equal. inQuality
-/// makes no difference.
+/// Lays a picture over opaque black: colour times alpha times inOpacity (0 to 1, clamped), in the
+/// source's format, made opaque. Colour that is premultiplied or has no alpha is multiplied by
+/// inOpacity alone. Source and destination may be the same memory when format and row bytes are
+/// equal. inQuality makes no difference.
 SIBLING_API std::int32_t SV_CompositeToBlack(const void* inSource, std::int64_t inSourceRowBytes,
                                              SV_PixelFormat inSourceFormat, void* outDestination,
                                              std::int64_t inDestinationRowBytes,
@@ -156,8 +159,10 @@ SIBLING_API std::int32_t SV_CompositeToBlack(const void* inSource, std::int64_t 
 
 /// Takes each pixel from picture A where its mask bit is set and from picture B where it is clear.
 /// Mask bits are most significant first; row 0 begins inMaskBitOffset (0 to 7) bits after inMask,
-/// each further row inMaskRowBytes later. The output may be the same memory as an input of its
-/// format with its row bytes. inQuality makes no difference.
+/// each further row inMaskRowBytes later, which may be negative. Inputs are converted to the
+/// output's format first; in a 4:2:2 format the chroma of a pair goes with its first pixel. The
+/// output may be the same memory as an input of its format with its row bytes. inQuality makes no
+/// difference.
 SIBLING_API std::int32_t SV_OneBitMaskComposite(const void* inA, std::int64_t inARowBytes,
                                                 SV_PixelFormat inAFormat, const void* inB,
                                                 std::int64_t inBRowBytes, SV_PixelFormat inBFormat,

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "Area.h"
+#include "Targets.h"
 
 namespace scanvo_test {
 namespace {
@@ -51,6 +52,12 @@ TEST(Scale, WeighsByTheFilterOfTheQuality) {
         {2, {0, 8}, {0, 2, 6, 8}},
         {3, {0, 8}, {0, 2, 6, 8}},
         {3, {5}, {5, 5, 5}},
+        // Curves that overshoot, enlarged and shrunk.
+        {4, {0, 8}, {-0.5625f, 1.625f, 6.375f, 8.5625f}},
+        {4, {1, 3, 0}, {0.872f, 1.896f, 3, 1.224f, -0.192f}},
+        {4, {1, 2, 4, 8}, {1.4453125f, 5.9140625f}},
+        {5, {0, 8}, {-0.8252988f, 1.6831326f, 6.3168674f, 8.8252988f}},
+        {5, {1, 2, 4, 8}, {1.2796665f, 5.9746614f}},
         // Equal sizes are left alone.
         {5, {1, kInfinity, 3}, {1, kInfinity, 3}},
     };
@@ -72,6 +79,146 @@ TEST(Scale, WeighsByTheFilterOfTheQuality) {
                 << count << ", quality " << quality;
         }
     }
+}
+
+// ---- Against a double-precision filter
+// ------------------------------------------------------------
+
+double Kernel(std::int32_t inQuality, double inX) {
+    const double x = std::abs(inX);
+    const auto sinc = [](double t) { return t == 0 ? 1 : std::sin(M_PI * t) / (M_PI * t); };
+    if (inQuality == 3) return std::max(1 - x, 0.0);
+    if (inQuality == 5) return x < 3 ? sinc(x) * sinc(x / 3) : 0;
+    if (x < 1) return 1.5 * x * x * x - 2.5 * x * x + 1;
+    return x < 2 ? -0.5 * x * x * x + 2.5 * x * x - 4 * x + 2 : 0;
+}
+
+std::vector<double> ScaledLine(const std::vector<double>& inLine, std::int32_t inCount,
+                               std::int32_t inQuality) {
+    const auto count = static_cast<int>(inLine.size());
+    const double scale = static_cast<double>(count) / inCount;
+    const double step = std::max(scale, 1.0);
+    std::vector<double> result;
+    for (int i = 0; i < inCount; ++i) {
+        const double centre = (i + 0.5) * scale - 0.5;
+        double sum = 0;
+        double weights = 0;
+        for (int j = -3 * count; j < 4 * count; ++j) {
+            const double weight = Kernel(inQuality, (j - centre) / step);
+            sum += weight * inLine[static_cast<std::size_t>(std::clamp(j, 0, count - 1))];
+            weights += weight;
+        }
+        result.push_back(sum / weights);
+    }
+    return result;
+}
+
+// Rings that grow finer than any pixel, the same in both directions.
+TEST(Scale, FiltersAZonePlate) {
+    constexpr std::int32_t kSize = 200;
+    const auto plate = [](std::int32_t y, std::int32_t x) {
+        return std::round(127.5 + 127.5 * std::cos((x * x + y * y) * M_PI / kSize));
+    };
+    Area source(0x00C, kSize, kSize);
+    for (std::int32_t i = 0; i < kSize * kSize; ++i) {
+        source.Set(i / kSize, i % kSize * 4 + 1,
+                   static_cast<std::uint8_t>(plate(i / kSize, i % kSize)));
+    }
+    for (const auto& [quality, newSize] :
+         {std::pair{3, 89}, {4, 89}, {5, 89}, {4, 311}, {5, 311}}) {
+        std::vector<std::vector<double>> columns(static_cast<std::size_t>(newSize));
+        for (std::int32_t y = 0; y < kSize; ++y) {
+            std::vector<double> line;
+            for (std::int32_t x = 0; x < kSize; ++x)
+                line.push_back(plate(y, x));
+            line = ScaledLine(line, newSize, quality);
+            for (std::size_t x = 0; x < line.size(); ++x)
+                columns[x].push_back(line[x]);
+        }
+        const Area scaled = Scaled(source, 0x00C, {newSize, newSize}, quality);
+        double error = 0;
+        for (std::int32_t x = 0; x < newSize; ++x) {
+            const auto column = ScaledLine(columns[static_cast<std::size_t>(x)], newSize, quality);
+            for (std::int32_t y = 0; y < newSize; ++y) {
+                const double exact = std::clamp(column[static_cast<std::size_t>(y)], 0.0, 255.0);
+                error += std::pow(scaled.At(x, y)[1] - exact, 2);
+            }
+        }
+        const double decibels = 10 * std::log10(255.0 * 255 * newSize * newSize / error);
+        RecordProperty("decibels" + std::to_string(quality) + "_" + std::to_string(newSize),
+                       std::to_string(decibels));
+        EXPECT_GT(decibels, 55) << "quality " << quality << " to " << newSize;
+    }
+}
+
+// ---- Bytes
+// ----------------------------------------------------------------------------------------
+
+// Pictures of floats are scaled by other code than those of bytes. Colour counts by how much it
+// shows.
+void ExpectWhatFloatsGive(Area& inSource, FormatCode inFloats, Size inSize, std::int32_t inQuality,
+                          std::uint32_t inFieldType) {
+    const FormatCode format = inSource.Format();
+    Area floats = Converted(inSource, inFloats);
+    Area scaled = Scaled(floats, inFloats, inSize, inQuality, inFieldType);
+    const std::vector<Codes> expected = Converted(scaled, format).Pixels();
+    const std::vector<Codes> actual =
+        Scaled(inSource, format, inSize, inQuality, inFieldType).Pixels();
+    const bool isStraight = (format.bits & 0xC) == 4;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        for (std::size_t c = 0; c < 4; ++c) {
+            const double shown = isStraight && c < 3 ? expected[i][3] / 255 : 1;
+            ASSERT_NEAR(actual[i][c] * shown, expected[i][c] * shown, 1.001)
+                << std::hex << format.bits << std::dec << ", " << inSource.Width() << " to "
+                << inSize.width << ", quality " << inQuality << ", pixel " << i << ", component "
+                << c;
+        }
+    }
+}
+
+TEST(Scale, GivesBytesWhatFloatsGive) {
+    constexpr std::pair<FormatCode, FormatCode> kFormats[] = {
+        {0x004, 0x104}, {0x1004, 0x1104}, {0x008, 0x108}, {0x00C, 0x10C}, {0x005, 0x105}};
+    constexpr std::pair<Size, Size> kByteSizes[] = {
+        {{64, 48}, {32, 24}}, {{50, 6}, {25, 3}},   {{77, 31}, {35, 14}},  {{33, 20}, {50, 31}},
+        {{40, 9}, {131, 9}},  {{300, 40}, {13, 3}}, {{16, 70}, {16, 150}}, {{3, 2}, {9, 5}}};
+    ForEachTarget([&] {
+        for (const auto& [size, newSize] : kByteSizes) {
+            for (const auto& [format, floats] : kFormats) {
+                // The rows of alpha that show wholly: all, some, none.
+                for (const std::int32_t opaqueRows : {size.height, size.height / 2, 0}) {
+                    Area source(format, size.width, size.height, RowOrder::Up);
+                    source.Scatter();
+                    for (std::int32_t i = 0; i < opaqueRows * size.width; ++i) {
+                        source.Set(i / size.width,
+                                   i % size.width * 4 + (format.IsReversed() ? 0 : 3),
+                                   std::uint8_t{255});
+                    }
+                    for (const std::int32_t quality : {1, 2, 3, 4, 5}) {
+                        ExpectWhatFloatsGive(source, floats, newSize, quality, quality == 3);
+                    }
+                }
+            }
+        }
+    });
+}
+
+TEST(Scale, HalvesToExactMeans) {
+    Area source(0x008, 86, 14);
+    source.Scatter();
+    ForEachTarget([&] {
+        const Area scaled = Scaled(source, 0x008, {43, 7}, 2);
+        for (std::int32_t i = 0; i < 43 * 7; ++i) {
+            const std::int32_t x = i % 43;
+            const std::int32_t y = i / 43;
+            for (std::size_t c = 0; c < 4; ++c) {
+                const double sum = source.At(2 * x, 2 * y)[c] + source.At(2 * x + 1, 2 * y)[c] +
+                                   source.At(2 * x, 2 * y + 1)[c] +
+                                   source.At(2 * x + 1, 2 * y + 1)[c];
+                ASSERT_EQ(scaled.At(x, y)[c], std::floor(sum / 4 + 0.5)) << x << ", " << y;
+            }
+        }
+    });
 }
 
 // Of whole pictures and of fields, whose rows lie between one another's.

@@ -8,6 +8,7 @@
 #include "calls/Checks.h"
 #include "contracts/Scanvo.h"
 #include "fast/Bytes.h"
+#include "rows/KeptTables.h"
 #include "rows/Scratch.h"
 
 namespace scanvo {
@@ -28,7 +29,9 @@ void SV_Terminate() {
     std::int32_t count = initializeCount;
     while (count > 0 && !initializeCount.compare_exchange_weak(count, count - 1)) {
     }
-    if (count == 1) ReleaseThreadScratch();
+    if (count != 1) return;
+    ReleaseThreadScratch();
+    ReleaseThreadTables();
 }
 
 std::int32_t SV_ClipBufferToRect(void* inBuffer, std::int64_t inRowBytes, std::int32_t inWidth,

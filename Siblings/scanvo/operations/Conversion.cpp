@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <optional>
 #include <utility>
-#include <vector>
 
+#include "fast/ByteScaling.h"
 #include "fast/Bytes.h"
 #include "fast/FastRows.h"
+#include "rows/KeptTables.h"
 #include "rows/RowPlan.h"
 #include "rows/RowScaler.h"
 #include "rows/RowWriter.h"
@@ -97,6 +99,33 @@ SampleGrid GridOf(const RowSteps& inSteps, std::int32_t inHeight) {
             1.0 * inSteps.first};
 }
 
+// The rows of a picture that steps go through, as a picture of its own.
+template <class Byte>
+PictureOf<Byte> PartOf(PictureOf<Byte> inPicture, const RowSteps& inSteps) {
+    inPicture.height = GridOf(inSteps, inPicture.height).count;
+    inPicture.start += inPicture.rowBytes * inSteps.first;
+    inPicture.rowBytes *= inSteps.step;
+    return inPicture;
+}
+
+Axis FieldAxis(const Source& inSource, const Destination& inDestination, std::int32_t inField,
+               std::int32_t inQuality) {
+    return {GridOf(StepsOfField(inSource.height, inField), inSource.height),
+            GridOf(StepsOfField(inDestination.height, inField), inDestination.height),
+            HeightScale(inSource, inDestination), inQuality};
+}
+
+bool ScaleFieldsOfBytes(const Source& inSource, const Destination& outDestination,
+                        std::int32_t inQuality) {
+    const auto scaleField = [&](std::int32_t field) {
+        return ScaleBytes(PartOf(inSource, StepsOfField(inSource.height, field)),
+                          PartOf(outDestination, StepsOfField(outDestination.height, field)),
+                          FieldAxis(inSource, outDestination, field, inQuality));
+    };
+    return HasAddressableRows(inSource.format) && HasAddressableRows(outDestination.format) &&
+           scaleField(0) && scaleField(1);
+}
+
 }  // namespace
 
 void ConvertPicture(const Source& inSource, const Destination& outDestination) {
@@ -116,13 +145,16 @@ void ConvertPicture(const Source& inSource, const Destination& outDestination) {
 
 void ScalePicture(const Source& inSource, const Destination& outDestination,
                   std::int32_t inQuality) {
+    const Axis down{{inSource.height},
+                    {outDestination.height},
+                    HeightScale(inSource, outDestination),
+                    inQuality};
+    if (ScaleBytes(inSource, outDestination, down)) return;
     Scratch scratch;
     const RowPlan plan = PlanBetween(inSource, outDestination, inQuality, scratch);
     const WorkRows work = MakeWorkRows(plan, scratch);
-    const WeightTable across =
-        MakeWeights({inSource.height}, {outDestination.height},
-                    HeightScale(inSource, outDestination), inQuality, scratch.Resource());
-    RowScaler scaler(plan, across, inSource, {}, work, scratch);
+    const auto across = KeptWeights(down);
+    RowScaler scaler(plan, *across, inSource, {}, work, scratch);
     RowWriter writer(outDestination, scratch);
     for (std::int32_t row = 0; row < outDestination.height; ++row) {
         writer.Write(FinishedRow(plan, scaler.Next(), work), row);
@@ -131,20 +163,19 @@ void ScalePicture(const Source& inSource, const Destination& outDestination,
 
 void ScaleFields(const Source& inSource, const Destination& outDestination,
                  std::int32_t inQuality) {
+    if (ScaleFieldsOfBytes(inSource, outDestination, inQuality)) return;
     Scratch scratch;
     const RowPlan plan = PlanBetween(inSource, outDestination, inQuality, scratch);
     const WorkRows work = MakeWorkRows(plan, scratch);
     // By the parity of their rows in the destination, not by field.
-    std::vector<WeightTable> across(2, WeightTable(scratch.Resource()));
+    std::array<std::shared_ptr<const WeightTable>, 2> across;
     std::array<std::optional<RowScaler>, 2> scalers;
     for (const std::int32_t field : {0, 1}) {
         const RowSteps source = StepsOfField(inSource.height, field);
         const RowSteps destination = StepsOfField(outDestination.height, field);
         const auto parity = static_cast<std::size_t>(destination.first);
-        across[parity] =
-            MakeWeights(GridOf(source, inSource.height), GridOf(destination, outDestination.height),
-                        HeightScale(inSource, outDestination), inQuality, scratch.Resource());
-        scalers[parity].emplace(plan, across[parity], inSource, source, work, scratch);
+        across[parity] = KeptWeights(FieldAxis(inSource, outDestination, field, inQuality));
+        scalers[parity].emplace(plan, *across[parity], inSource, source, work, scratch);
     }
     RowWriter writer(outDestination, scratch);
     for (std::int32_t row = 0; row < outDestination.height; ++row) {

@@ -6,15 +6,6 @@
 namespace scanvo {
 namespace {
 
-struct LumaCoefficients {
-    double red, blue;
-};
-
-LumaCoefficients CoefficientsOf(Matrix inMatrix) {
-    if (inMatrix == Matrix::Bt709) return {0.2126, 0.0722};
-    return {0.299, 0.114};
-}
-
 Matrix3x3 Rounded(const double (&inRows)[3][3]) {
     Matrix3x3 matrix;
     for (std::size_t row = 0; row < 3; ++row) {
@@ -105,7 +96,7 @@ bool NeedsMatrix(const Format& inSource, const Format& inDestination) {
 }  // namespace
 
 Matrix3x3 RgbToYCbCr(Matrix inMatrix) {
-    const auto [red, blue] = CoefficientsOf(inMatrix);
+    const auto [red, blue] = LumaCoefficientsOf(inMatrix);
     const double green = 1 - red - blue;
     const double cb = 2 * (1 - blue);
     const double cr = 2 * (1 - red);
@@ -114,7 +105,7 @@ Matrix3x3 RgbToYCbCr(Matrix inMatrix) {
 }
 
 Matrix3x3 YCbCrToRgb(Matrix inMatrix) {
-    const auto [red, blue] = CoefficientsOf(inMatrix);
+    const auto [red, blue] = LumaCoefficientsOf(inMatrix);
     const double green = 1 - red - blue;
     const double cb = 2 * (1 - blue);
     const double cr = 2 * (1 - red);

@@ -12,6 +12,16 @@
 
 namespace scanvo {
 
+/// What red and blue are of luma; green is the rest.
+struct LumaCoefficients {
+    double red, blue;
+};
+
+constexpr LumaCoefficients LumaCoefficientsOf(Matrix inMatrix) {
+    if (inMatrix == Matrix::Bt709) return {0.2126, 0.0722};
+    return {0.299, 0.114};
+}
+
 using Matrix3x3 = std::array<std::array<float, 3>, 3>;
 
 /// R'G'B' to Y'CbCr and back, from the luma coefficients of BT.601 and BT.709.

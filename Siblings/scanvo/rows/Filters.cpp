@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numbers>
 
 namespace scanvo {
 namespace {
@@ -24,6 +25,24 @@ double Triangle(double inDistance, double inStep) {
     return std::max(1 - std::abs(inDistance) / inStep, 0.0);
 }
 
+// Interpolates parabolas exactly; a = -0.5 in the family of cubics that go through the samples.
+double CatmullRom(double inDistance, double inStep) {
+    const double x = std::abs(inDistance) / inStep;
+    if (x >= 2) return 0;
+    if (x >= 1) return ((-0.5 * x + 2.5) * x - 4) * x + 2;
+    return (1.5 * x - 2.5) * x * x + 1;
+}
+
+double Sinc(double inX) {
+    const double angle = std::numbers::pi * inX;
+    return angle == 0 ? 1 : std::sin(angle) / angle;
+}
+
+double Lanczos3(double inDistance, double inStep) {
+    const double x = std::abs(inDistance) / inStep;
+    return x < 3 ? Sinc(x) * Sinc(x / 3) : 0;
+}
+
 struct Filter {
     Kernel kernel;
     double step;
@@ -36,7 +55,9 @@ Filter FilterOf(double inStep, std::int32_t inQuality) {
     if (inQuality <= 1) return {nullptr, inStep, 0};
     if (inQuality == 2 && inStep > 1) return {Box, inStep, inStep / 2 + 0.5};
     const double step = std::max(inStep, 1.0);
-    return {Triangle, step, step};
+    if (inQuality <= 3) return {Triangle, step, step};
+    if (inQuality == 4) return {CatmullRom, step, 2 * step};
+    return {Lanczos3, step, 3 * step};
 }
 
 // ---- One destination sample ---------------------------------------------------------------------
@@ -59,24 +80,15 @@ void SetNearest(double inCentre, std::int64_t inLast, Taps& outTaps) {
     outTaps.weights.assign(1, 1.0);
 }
 
-// Rounding of positions leaves taps whose weight is not quite zero; they would cost time for
-// nothing.
-void DropNegligibleEnds(Taps& ioTaps) {
-    const auto counts = [](double weight) { return std::abs(weight) > 1e-9; };
-    auto& weights = ioTaps.weights;
-    weights.erase(std::find_if(weights.rbegin(), weights.rend(), counts).base(), weights.end());
-    const auto begin = std::find_if(weights.begin(), weights.end(), counts);
-    ioTaps.first += begin - weights.begin();
-    weights.erase(weights.begin(), begin);
-}
-
 void SetTaps(const Filter& inFilter, double inCentre, std::int64_t inLast, Taps& outTaps) {
     if (inFilter.kernel == nullptr) {
         SetNearest(inCentre, inLast, outTaps);
         return;
     }
-    const auto begin = static_cast<std::int64_t>(std::ceil(inCentre - inFilter.reach));
-    const auto end = static_cast<std::int64_t>(std::floor(inCentre + inFilter.reach));
+    // Rounding of positions must not add taps that weigh nothing: they would cost time.
+    const double reach = inFilter.reach - 1e-9;
+    const auto begin = static_cast<std::int64_t>(std::ceil(inCentre - reach));
+    const auto end = static_cast<std::int64_t>(std::floor(inCentre + reach));
     const auto inside = [inLast](std::int64_t i) { return std::clamp<std::int64_t>(i, 0, inLast); };
     outTaps.first = inside(begin);
     outTaps.weights.assign(static_cast<std::size_t>(inside(end) - outTaps.first + 1), 0.0);
@@ -89,7 +101,6 @@ void SetTaps(const Filter& inFilter, double inCentre, std::int64_t inLast, Taps&
     for (double& weight : outTaps.weights) {
         weight /= sum;
     }
-    DropNegligibleEnds(outTaps);
 }
 
 // From rows of inMostTaps weights, of which the first tapCount are used, to rows of tapCount; runs
@@ -111,7 +122,10 @@ void CloseUp(std::int64_t inMostTaps, std::int32_t inSourceCount, WeightTable& i
 
 WeightTable MakeWeights(const SampleGrid& inSource, const SampleGrid& inDestination, double inScale,
                         std::int32_t inQuality, std::pmr::memory_resource* inResource) {
-    const Filter filter = FilterOf(inScale * inDestination.pitch / inSource.pitch, inQuality);
+    // Samples that stay where they are take nothing from their neighbours, not even rounding.
+    const bool staysInPlace = inScale == 1 && inSource == inDestination;
+    const Filter filter =
+        FilterOf(inScale * inDestination.pitch / inSource.pitch, staysInPlace ? 0 : inQuality);
     const std::int64_t mostTaps = MostTaps(filter, inSource.count);
     const auto count = static_cast<std::size_t>(inDestination.count);
     WeightTable table(inResource);

@@ -1,6 +1,7 @@
 // Filters: which samples of a row or column make a sample of its scaled form, and by what weights.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory_resource>
 #include <vector>
@@ -14,6 +15,19 @@ struct SampleGrid {
     std::int32_t count = 0;
     std::int32_t pitch = 1;
     double first = 0;
+
+    bool operator==(const SampleGrid&) const = default;
+};
+
+/// One direction of a scaling: from one grid to another of a picture scaled so that scale source
+/// pixels become one destination pixel.
+struct Axis {
+    SampleGrid source;
+    SampleGrid destination;
+    double scale = 1;
+    std::int32_t quality = 0;
+
+    bool operator==(const Axis&) const = default;
 };
 
 /// What each destination sample is made of.
@@ -24,6 +38,10 @@ struct WeightTable {
     std::int32_t Count() const { return static_cast<std::int32_t>(first.size()); }
     const float* WeightsOf(std::int32_t inDestination) const {
         return weights.data() + std::int64_t{tapCount} * inDestination;
+    }
+
+    std::size_t Bytes() const {
+        return sizeof(float) * weights.size() + sizeof(std::int32_t) * first.size();
     }
 
     /// Taps of every destination sample; all lie inside the source.
@@ -39,8 +57,9 @@ struct WeightTable {
 /// beyond an end count for the sample at that end.
 ///
 /// Quality 0 and 1 take the nearest sample; 2 interpolates linearly when enlarging and averages the
-/// covered samples when shrinking; 3 and more interpolate linearly, over a triangle that grows when
-/// shrinking so that every source sample counts.
+/// covered samples when shrinking; 3 interpolates linearly, 4 by the cubic of Catmull and Rom, 5
+/// and more by three lobes of Lanczos's window. The kernels of 3 and more grow when shrinking, so
+/// that every source sample counts.
 WeightTable MakeWeights(const SampleGrid& inSource, const SampleGrid& inDestination, double inScale,
                         std::int32_t inQuality, std::pmr::memory_resource* inResource);
 

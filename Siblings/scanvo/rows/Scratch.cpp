@@ -9,11 +9,20 @@ namespace {
 constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
 constexpr std::size_t kAlignment = 64;
 
-thread_local std::unique_ptr<std::byte[]> idleBlock;
+// Calls may still come from what runs after a thread's block is gone.
+thread_local bool hasEnded = false;
+
+struct IdleBlock {
+    ~IdleBlock() { hasEnded = true; }
+
+    std::unique_ptr<std::byte[]> bytes;
+};
+
+thread_local IdleBlock idleBlock;
 
 // A call made from inside another finds no idle block and gets one of its own.
 std::unique_ptr<std::byte[]> TakeBlock() {
-    if (idleBlock) return std::move(idleBlock);
+    if (!hasEnded && idleBlock.bytes) return std::move(idleBlock.bytes);
     return std::make_unique_for_overwrite<std::byte[]>(kBlockBytes);
 }
 
@@ -23,7 +32,7 @@ Scratch::Scratch()
     : block_(TakeBlock()), resource_(block_.get(), kBlockBytes, std::pmr::new_delete_resource()) {}
 
 Scratch::~Scratch() {
-    idleBlock = std::move(block_);
+    if (!hasEnded) idleBlock.bytes = std::move(block_);
 }
 
 float* Scratch::Floats(std::int32_t inCount) {
@@ -40,7 +49,7 @@ PlanarRow Scratch::Row(std::int32_t inWidth) {
 }
 
 void ReleaseThreadScratch() {
-    idleBlock.reset();
+    if (!hasEnded) idleBlock.bytes.reset();
 }
 
 }  // namespace scanvo

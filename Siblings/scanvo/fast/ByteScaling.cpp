@@ -1,0 +1,244 @@
+#include "fast/ByteScaling.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "fast/ByteKernels.h"
+#include "fast/FastRows.h"
+#include "rows/KeptTables.h"
+#include "rows/Scratch.h"
+
+namespace scanvo {
+namespace {
+
+constexpr int kPixelBytes = 4;
+
+// ---- What is to be mixed ------------------------------------------------------------------------
+
+// How the pixels to be mixed come about.
+struct Mixture {
+    /// Null where they are those of the source.
+    ConvertRow convert = nullptr;
+    /// The bits of their alpha that say how much they show; 0 where they show wholly or hold their
+    /// colour premultiplied.
+    std::uint32_t straightAlpha = 0;
+    /// Bits to set in what was mixed.
+    std::uint32_t opaque = 0;
+};
+
+std::uint32_t AlphaBits(const Format& inFormat) {
+    return inFormat.isReversed ? 0x000000FFu : 0xFF000000u;
+}
+
+bool IsFourBytes(const Format& inFormat) {
+    return inFormat.layout == Layout::Packed4444 && inFormat.component == Component::Unsigned8;
+}
+
+// Components that hold more than bytes are better rounded last.
+bool HoldsBytes(const Format& inFormat) {
+    return inFormat.component == Component::Unsigned8 ||
+           inFormat.component == Component::Unsigned10;
+}
+
+// The destination's format, except that pixels keep what they show until they are mixed.
+Format MixedFormat(const Format& inSource, Format inDestination) {
+    if (HasAlpha(inSource) && !HasAlpha(inDestination)) inDestination.alpha = inSource.alpha;
+    return inDestination;
+}
+
+std::optional<Mixture> MixtureBetween(const Format& inSource, const Format& inDestination,
+                                      std::int32_t inQuality) {
+    if (!IsFourBytes(inDestination) || !HoldsBytes(inSource)) return std::nullopt;
+    // Half chroma has nearest samples of its own.
+    if (inQuality <= 1 && !IsFourBytes(inSource)) return std::nullopt;
+    const Format mixed = MixedFormat(inSource, inDestination);
+    // Colour premultiplied by an alpha that gets lost has to be divided by it.
+    const bool losesAlpha = mixed.alpha != inDestination.alpha;
+    if (losesAlpha && mixed.alpha == Alpha::Premultiplied) return std::nullopt;
+    Mixture mixture;
+    if (inSource != mixed) {
+        mixture.convert = FastRowBetween(inSource, mixed);
+        if (mixture.convert == nullptr) return std::nullopt;
+    }
+    if (mixed.alpha == Alpha::Straight && inQuality >= 2 && HasAlpha(inSource)) {
+        mixture.straightAlpha = AlphaBits(mixed);
+    }
+    if (!HasAlpha(inDestination)) mixture.opaque = AlphaBits(mixed);
+    return mixture;
+}
+
+// ---- Rows ---------------------------------------------------------------------------------------
+
+struct Job {
+    const Source& source;
+    const Destination& destination;
+    const Mixture& mixture;
+    const ByteKernels& kernels;
+};
+
+std::byte* MakeRow(std::int64_t inBytes, Scratch& ioScratch) {
+    constexpr std::size_t kAlignment = 64;
+    return static_cast<std::byte*>(
+        ioScratch.Resource()->allocate(static_cast<std::size_t>(inBytes), kAlignment));
+}
+
+// Source rows as pixels to be mixed, two at a time.
+class PixelRows {
+  public:
+    PixelRows(const Job& inJob, Scratch& ioScratch) : job_(inJob) {
+        if (inJob.mixture.convert == nullptr) return;
+        for (std::byte*& row : converted_) {
+            row = MakeRow(std::int64_t{kPixelBytes} * inJob.source.width, ioScratch);
+        }
+    }
+
+    /// Valid until the row after the next is asked for.
+    const std::byte* Get(std::int32_t inRow) const {
+        const std::byte* const row = RowAt(job_.source, inRow);
+        if (job_.mixture.convert == nullptr) return row;
+        std::byte* const converted = converted_[static_cast<std::size_t>(inRow % 2)];
+        job_.mixture.convert(row, converted, job_.source.width);
+        return converted;
+    }
+
+    /// Whether a row may be mixed without regard to what its pixels show.
+    bool ShowsWholly(const std::byte* inPixels) const {
+        const std::uint32_t alpha = job_.mixture.straightAlpha;
+        return alpha == 0 || job_.kernels.isOpaque(inPixels, alpha, job_.source.width);
+    }
+
+  private:
+    Job job_;
+    std::array<std::byte*, 2> converted_{};
+};
+
+// ---- The three ways -----------------------------------------------------------------------------
+
+bool TakeNearest(const Job& inJob, const Axis& inAlong, const Axis& inDown) {
+    Scratch scratch;
+    const PixelRows rows(inJob, scratch);
+    const auto along = KeptWeights(inAlong);
+    const auto down = KeptWeights(inDown);
+    std::int32_t taken = -1;
+    const std::byte* pixels = nullptr;
+    for (std::int32_t row = 0; row < inJob.destination.height; ++row) {
+        const std::int32_t place = down->first[static_cast<std::size_t>(row)];
+        if (place != taken) pixels = rows.Get(place);
+        taken = place;
+        inJob.kernels.takePixels(pixels, along->first.data(), inJob.mixture.opaque,
+                                 RowAt(inJob.destination, row), inJob.destination.width);
+    }
+    return true;
+}
+
+bool IsHalved(const SampleGrid& inSource, const SampleGrid& inDestination) {
+    return inSource.pitch == 1 && inDestination.pitch == 1 &&
+           inSource.count == 2 * std::int64_t{inDestination.count};
+}
+
+bool Halve(const Job& inJob) {
+    Scratch scratch;
+    const PixelRows rows(inJob, scratch);
+    for (std::int32_t row = 0; row < inJob.destination.height; ++row) {
+        const std::byte* const first = rows.Get(2 * row);
+        const std::byte* const second = rows.Get(2 * row + 1);
+        if (!rows.ShowsWholly(first) || !rows.ShowsWholly(second)) return false;
+        inJob.kernels.halveRows(first, second, inJob.mixture.opaque, RowAt(inJob.destination, row),
+                                inJob.destination.width);
+    }
+    return true;
+}
+
+// Filtered source rows, as many as a destination row is mixed from and one more, since rows are
+// filtered in pairs.
+class FilteredRows {
+  public:
+    FilteredRows(const Job& inJob, const ByteWeights& inAlong, std::int32_t inTapCount,
+                 Scratch& ioScratch)
+        : job_(inJob),
+          along_(inAlong),
+          pixels_(inJob, ioScratch),
+          ring_(static_cast<std::size_t>(inTapCount) + 1, ioScratch.Resource()),
+          mixed_(static_cast<std::size_t>(inTapCount), ioScratch.Resource()) {
+        const auto samples = static_cast<std::int64_t>(kPixelBytes * inAlong.first.size());
+        for (std::int16_t*& row : ring_) {
+            row = reinterpret_cast<std::int16_t*>(
+                MakeRow(samples * std::int64_t{sizeof(std::int16_t)}, ioScratch));
+        }
+    }
+
+    /// The rows from inFirst on, which must not decrease; nothing when one of them does not show
+    /// wholly.
+    const std::int16_t* const* Get(std::int32_t inFirst) {
+        const auto tapCount = static_cast<std::int32_t>(mixed_.size());
+        for (next_ = std::max(next_, inFirst); next_ < inFirst + tapCount; next_ += 2) {
+            if (!FilterTwo(next_, std::min(next_ + 1, job_.source.height - 1))) return nullptr;
+        }
+        for (std::int32_t tap = 0; tap < tapCount; ++tap) {
+            mixed_[static_cast<std::size_t>(tap)] = SlotOf(inFirst + tap);
+        }
+        return mixed_.data();
+    }
+
+  private:
+    std::int16_t* SlotOf(std::int32_t inRow) const {
+        return ring_[static_cast<std::size_t>(inRow) % ring_.size()];
+    }
+
+    bool FilterTwo(std::int32_t inFirst, std::int32_t inSecond) {
+        const std::byte* const first = pixels_.Get(inFirst);
+        const std::byte* const second = inSecond == inFirst ? first : pixels_.Get(inSecond);
+        if (!pixels_.ShowsWholly(first) || !pixels_.ShowsWholly(second)) return false;
+        job_.kernels.filterRows(first, second, along_, SlotOf(inFirst), SlotOf(inSecond));
+        return true;
+    }
+
+    Job job_;
+    const ByteWeights& along_;
+    PixelRows pixels_;
+    std::pmr::vector<std::int16_t*> ring_;
+    std::pmr::vector<const std::int16_t*> mixed_;
+    std::int32_t next_ = 0;
+};
+
+bool Filter(const Job& inJob, const Axis& inAlong, const Axis& inDown) {
+    // More would keep too much of the picture.
+    constexpr std::int32_t kMostTaps = 32;
+    const auto along = KeptTable(inJob.kernels.makeWeights, inAlong);
+    const auto down = KeptWeights(inDown);
+    if (along->quadCount == 0 || down->tapCount > kMostTaps) return false;
+    Scratch scratch;
+    FilteredRows rows(inJob, *along, down->tapCount, scratch);
+    std::array<std::int16_t, kMostTaps> weights;
+    for (std::int32_t row = 0; row < inJob.destination.height; ++row) {
+        const auto mixed = rows.Get(down->first[static_cast<std::size_t>(row)]);
+        if (mixed == nullptr) return false;
+        RoundWeights(down->WeightsOf(row), down->tapCount, kMixBits, weights.data());
+        inJob.kernels.mixRows(mixed, weights.data(), down->tapCount, inJob.mixture.opaque,
+                              RowAt(inJob.destination, row), inJob.destination.width);
+    }
+    return true;
+}
+
+}  // namespace
+
+bool ScaleBytes(const Source& inSource, const Destination& outDestination, const Axis& inDown) {
+    const std::int32_t quality = inDown.quality;
+    const auto mixture = MixtureBetween(inSource.format, outDestination.format, quality);
+    const ByteKernels* const kernels = FindByteKernels();
+    if (!mixture || kernels == nullptr) return false;
+    const Job job{inSource, outDestination, *mixture, *kernels};
+    const Axis along{{inSource.width, 1, 0},
+                     {outDestination.width, 1, 0},
+                     static_cast<double>(inSource.width) / outDestination.width,
+                     quality};
+    if (quality <= 1) return TakeNearest(job, along, inDown);
+    if (quality == 2 && IsHalved(along.source, along.destination) &&
+        IsHalved(inDown.source, inDown.destination)) {
+        return Halve(job);
+    }
+    return Filter(job, along, inDown);
+}
+
+}  // namespace scanvo

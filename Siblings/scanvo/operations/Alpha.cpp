@@ -1,0 +1,224 @@
+#include "operations/Alpha.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "fast/AlphaRows.h"
+#include "operations/Conversion.h"
+#include "rows/RowPlan.h"
+
+namespace scanvo {
+namespace {
+
+constexpr float kWhite15 = 32768;
+
+std::size_t AlphaPlace(const Format& inFormat) {
+    return inFormat.isReversed ? 0 : 3;
+}
+
+// A pattern of which every alpha is inAlpha and everything else inOther.
+PixelPattern AlphaPattern(const Format& inFormat, const std::byte* inAlpha, std::byte inOther) {
+    const std::size_t bytes = static_cast<std::size_t>(inFormat.unitBytes) / kPlaneCount;
+    PixelPattern pattern;
+    pattern.fill(std::to_integer<std::uint8_t>(inOther));
+    for (std::size_t at = AlphaPlace(inFormat) * bytes; at < pattern.size();
+         at += bytes * kPlaneCount)
+        std::memcpy(pattern.data() + at, inAlpha, bytes);
+    return pattern;
+}
+
+// The code of an alpha, and nothing behind it.
+struct AlphaCode {
+    std::byte bytes[sizeof(float)]{};
+};
+
+AlphaCode CodeOf(const Format& inFormat, float inAlpha) {
+    AlphaCode code;
+    if (inFormat.component == Component::Float) {
+        std::memcpy(code.bytes, &inAlpha, sizeof(inAlpha));
+        return code;
+    }
+    const float white = inFormat.component == Component::Unsigned15 ? kWhite15 : 255;
+    const auto value = static_cast<std::uint32_t>(std::clamp(inAlpha, 0.0f, 1.0f) * white + 0.5f);
+    std::memcpy(code.bytes, &value, sizeof(value));
+    return code;
+}
+
+void ReplaceAlpha(const Source& inSource, const Destination& outDestination,
+                  const PixelPattern& inKept, const PixelPattern& inFlipped) {
+    const ReplaceBits replace = FindReplaceBits();
+    const auto bytes = static_cast<std::size_t>(UsedRowBytes(inSource.format, inSource.width));
+    for (std::int32_t row = 0; row < inSource.height; ++row)
+        replace(RowAt(inSource, row), RowAt(outDestination, row), bytes, inKept, inFlipped);
+}
+
+// ---- Straight alpha inverted --------------------------------------------------------------------
+
+std::uint16_t Inverted(std::uint16_t inAlpha) {
+    return static_cast<std::uint16_t>(32768 - std::min<int>(inAlpha, 32768));
+}
+
+float Inverted(float inAlpha) {
+    return 1 - inAlpha;
+}
+
+template <class Code>
+void InvertStraight(const Source& inSource, const Destination& outDestination) {
+    constexpr std::size_t kPixelBytes = sizeof(Code) * kPlaneCount;
+    const std::size_t alphaOffset = AlphaPlace(inSource.format) * sizeof(Code);
+    for (std::int32_t row = 0; row < inSource.height; ++row) {
+        const std::byte* in = RowAt(inSource, row);
+        std::byte* out = RowAt(outDestination, row);
+        for (std::int32_t x = 0; x < inSource.width; ++x) {
+            Code alpha;
+            std::memcpy(&alpha, in + alphaOffset, sizeof(alpha));
+            alpha = Inverted(alpha);
+            std::memmove(out, in, kPixelBytes);
+            std::memcpy(out + alphaOffset, &alpha, sizeof(alpha));
+            in += kPixelBytes;
+            out += kPixelBytes;
+        }
+    }
+}
+
+void InvertStraight8(const Source& inSource, const Destination& outDestination) {
+    constexpr std::byte kOnes[sizeof(float)] = {std::byte{0xFF}};
+    PixelPattern all;
+    all.fill(0xFF);
+    ReplaceAlpha(inSource, outDestination, all, AlphaPattern(inSource.format, kOnes, std::byte{0}));
+}
+
+// ---- Premultiplied colour -----------------------------------------------------------------------
+
+// Gives each pixel the alpha inChange(its alpha), and its colour the same straight colour as
+// before; where there was no alpha that is black.
+template <class Change>
+void ChangePremultiplied(const Source& inSource, const Destination& outDestination,
+                         const Change& inChange) {
+    Scratch scratch;
+    const RowAccess access = AccessTo(inSource.format);
+    const PlanarRow planes = scratch.Row(inSource.width);
+    for (std::int32_t row = 0; row < inSource.height; ++row) {
+        access.Load(inSource, row, planes);
+        for (std::int32_t x = 0; x < inSource.width; ++x) {
+            float& alpha = planes[kAlphaPlane][x];
+            const float changed = inChange(alpha);
+            const float factor = alpha > 0 ? changed / alpha : 0;
+            for (std::size_t plane = 0; plane < kColourPlaneCount; ++plane)
+                planes[plane][x] *= factor;
+            alpha = changed;
+        }
+        access.Store(planes, outDestination, row);
+    }
+}
+
+// ---- Over black ---------------------------------------------------------------------------------
+
+// Whether pixels differ in what their alpha means at most, so that none need be converted.
+bool IsSameButAlpha(Format inFirst, const Format& inSecond) {
+    inFirst.alpha = inSecond.alpha;
+    return inFirst == inSecond;
+}
+
+// Y'CbCr is V, U, Y', A in 4:4:4:4 and Cb, Y' or Y', Cb in 4:2:2.
+PixelPattern BlackPattern(const Format& inFormat) {
+    constexpr std::uint8_t kLuma = 16;
+    constexpr std::uint8_t kChroma = 128;
+    PixelPattern black{};
+    if (inFormat.colour != Colour::YCbCr) return black;
+    for (std::size_t i = 0; i < black.size(); ++i) {
+        const bool isLuma = inFormat.layout == Layout::Packed422
+                                ? (i % 2 == 0) == inFormat.isReversed
+                                : i % kPlaneCount == 2;
+        black[i] = isLuma ? kLuma : kChroma;
+    }
+    return black;
+}
+
+Darkening DarkeningOf(const Format& inFormat, float inOpacity) {
+    constexpr std::byte kOpaque[sizeof(float)] = {std::byte{0xFF}};
+    Darkening darkening;
+    darkening.opacity = inOpacity;
+    darkening.black = BlackPattern(inFormat);
+    if (inFormat.alpha == Alpha::Straight)
+        darkening.alphaPlace = static_cast<int>(AlphaPlace(inFormat));
+    if (inFormat.layout == Layout::Packed4444)
+        darkening.opaque = AlphaPattern(inFormat, kOpaque, std::byte{0});
+    return darkening;
+}
+
+void DarkenCodes(const Source& inSource, const Destination& outDestination, float inOpacity) {
+    const Darkening darkening = DarkeningOf(inSource.format, inOpacity);
+    const DarkenRow darken = FindDarkenRow(darkening);
+    const auto bytes = static_cast<std::size_t>(UsedRowBytes(inSource.format, inSource.width));
+    for (std::int32_t row = 0; row < inSource.height; ++row)
+        darken(RowAt(inSource, row), RowAt(outDestination, row), bytes, darkening);
+}
+
+void DarkenPlane(float* ioSamples, const float* inAlpha, std::int32_t inCount, float inOpacity) {
+    for (std::int32_t i = 0; i < inCount; ++i)
+        ioSamples[i] *= inAlpha != nullptr ? inAlpha[i] * inOpacity : inOpacity;
+}
+
+// Opaque pixels are the same in every form of alpha, so that the rest of the plan leaves them.
+void DarkenFetched(const RowPlan& inPlan, bool inIsStraight, float inOpacity,
+                   const PlanarRow& ioFetched) {
+    const float* const alpha = inIsStraight ? ioFetched[kAlphaPlane] : nullptr;
+    for (std::size_t plane = 0; plane < kColourPlaneCount; ++plane)
+        DarkenPlane(ioFetched[plane], alpha, inPlan.fetchedShape[plane], inOpacity);
+    std::fill_n(ioFetched[kAlphaPlane], inPlan.fetchedShape[kAlphaPlane], 1.0f);
+}
+
+}  // namespace
+
+void InvertAlpha(const Source& inSource, const Destination& outDestination) {
+    const Format& format = inSource.format;
+    if (!HasAlpha(format)) {
+        ConvertPicture(inSource, outDestination);
+    } else if (format.alpha == Alpha::Premultiplied) {
+        ChangePremultiplied(inSource, outDestination, [](float alpha) { return 1 - alpha; });
+    } else if (format.component == Component::Unsigned8) {
+        InvertStraight8(inSource, outDestination);
+    } else if (format.component == Component::Unsigned15) {
+        InvertStraight<std::uint16_t>(inSource, outDestination);
+    } else {
+        InvertStraight<float>(inSource, outDestination);
+    }
+}
+
+void CopyAndSetAlpha(const Source& inSource, const Destination& outDestination, float inAlpha) {
+    const Format& format = inSource.format;
+    if (format.alpha == Alpha::None) {
+        ConvertPicture(inSource, outDestination);
+    } else if (format.alpha == Alpha::Premultiplied) {
+        const bool clamps = format.component != Component::Float;
+        const float alpha = clamps ? std::clamp(inAlpha, 0.0f, 1.0f) : inAlpha;
+        ChangePremultiplied(inSource, outDestination, [alpha](float) { return alpha; });
+    } else {
+        constexpr std::byte kZero[sizeof(float)] = {};
+        const AlphaCode code = CodeOf(format, inAlpha);
+        ReplaceAlpha(inSource, outDestination, AlphaPattern(format, kZero, std::byte{0xFF}),
+                     AlphaPattern(format, code.bytes, std::byte{0}));
+    }
+}
+
+void CompositeToBlack(const Source& inSource, const Destination& outDestination, float inOpacity) {
+    if (inSource.format.component == Component::Unsigned8 &&
+        IsSameButAlpha(inSource.format, outDestination.format)) {
+        DarkenCodes(inSource, outDestination, inOpacity);
+        return;
+    }
+    Scratch scratch;
+    const RowPlan plan =
+        PlanConversion(inSource.format, outDestination.format, inSource.width, scratch.Resource());
+    const WorkRows work = MakeWorkRows(plan, scratch);
+    const PlanarRow fetched = scratch.Row(plan.width);
+    const bool isStraight = inSource.format.alpha == Alpha::Straight;
+    for (std::int32_t row = 0; row < inSource.height; ++row) {
+        FetchRow(plan, inSource, row, work, fetched);
+        DarkenFetched(plan, isStraight, inOpacity, fetched);
+        FinishRow(plan, fetched, work, outDestination, row);
+    }
+}
+
+}  // namespace scanvo

@@ -1,0 +1,45 @@
+#include "operations/FormatRows.h"
+
+#include <algorithm>
+
+namespace scanvo {
+
+std::byte* ScratchBytes(std::int64_t inCount, Scratch& ioScratch) {
+    void* const bytes = ioScratch.Resource()->allocate(static_cast<std::size_t>(inCount));
+    return static_cast<std::byte*>(bytes);
+}
+
+InputRows::InputRows(const Source& inPicture, const Format& inFormat, Scratch& ioScratch)
+    : picture_(inPicture) {
+    if (inPicture.format == inFormat) return;
+    const std::int32_t width = inPicture.width;
+    const std::int64_t bytes = UsedRowBytes(inFormat, width);
+    converted_ = {ScratchBytes(bytes, ioScratch), 0, width, 1, inFormat};
+    std::fill_n(converted_.start, bytes, std::byte{0});
+    convert_ = FastRowBetween(inPicture.format, inFormat);
+    if (convert_ != nullptr) return;
+    plan_ = PlanConversion(inPicture.format, inFormat, width, ioScratch.Resource());
+    work_ = MakeWorkRows(*plan_, ioScratch);
+    fetched_ = ioScratch.Row(width);
+}
+
+const std::byte* InputRows::At(std::int32_t inRow) const {
+    if (converted_.start == nullptr) return RowAt(picture_, inRow);
+    if (convert_ != nullptr) {
+        convert_(RowAt(picture_, inRow), converted_.start, picture_.width);
+    } else {
+        FetchRow(*plan_, picture_, inRow, work_, fetched_);
+        FinishRow(*plan_, fetched_, work_, converted_, 0);
+    }
+    return converted_.start;
+}
+
+OutputRows::OutputRows(const Destination& inPicture, Scratch& ioScratch)
+    : picture_(inPicture),
+      byteCount_(static_cast<std::size_t>(UsedRowBytes(inPicture.format, inPicture.width))) {
+    const bool sharesLastWord = inPicture.format.component == Component::Unsigned10 &&
+                                V210Samples(inPicture.width) % 3 != 0;
+    if (sharesLastWord) staging_ = ScratchBytes(static_cast<std::int64_t>(byteCount_), ioScratch);
+}
+
+}  // namespace scanvo
