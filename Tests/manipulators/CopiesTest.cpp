@@ -1,0 +1,200 @@
+#include <optional>
+
+#include "Patterns.h"
+
+namespace manipulators_test {
+namespace {
+
+bool Holds(const Brix::Rect& inRect, std::int32_t inX, std::int32_t inY) {
+    return inX >= inRect.left && inX < inRect.right && inY >= inRect.top && inY < inRect.bottom;
+}
+
+TEST(CopyRect, TakesTheRowsOfTheRectangle) {
+    constexpr Brix::Rect kNothing{};
+    const struct {
+        std::int32_t height;
+        Brix::Rect source, destination;
+        std::int32_t field;
+        Brix::Rect written;  // what the clamped destination is
+        std::int32_t x, y,
+            step;  // source pixel of its top left corner, and rows from one to the next
+    } kCases[] = {
+        {20, {0, 0, 30, 20}, {0, 0, 30, 20}, 3, {0, 0, 30, 20}, 0, 0, 1},
+        {20, {2, 1, 12, 6}, {5, 7, 15, 12}, 3, {5, 7, 15, 12}, 2, 1, 1},
+        {20, {-50, -50, 5000, 5000}, {-9, -9, 99, 99}, 2, {0, 0, 30, 20}, 0, 0, 1},
+        {20, {25, 15, 90, 90}, {0, 0, 5, 5}, -1, {0, 0, 5, 5}, 25, 15, 1},
+        // A field: even rows for 0 and odd ones for 1, the other way round in an odd height.
+        {20, {0, 0, 30, 20}, {0, 5, 30, 15}, 0, {0, 5, 30, 15}, 0, 0, 2},
+        {20, {0, 0, 30, 20}, {0, 5, 30, 15}, 1, {0, 5, 30, 15}, 0, 1, 2},
+        {21, {0, 0, 30, 20}, {0, 5, 30, 15}, 0, {0, 5, 30, 15}, 0, 1, 2},
+        {21, {0, 0, 30, 20}, {0, 5, 30, 15}, 1, {0, 5, 30, 15}, 0, 2, 2},
+        // Outside, upside down, empty after clamping.
+        {20, {40, 0, 60, 10}, {0, 0, 20, 10}, 3, kNothing, 0, 0, 1},
+        {20, {0, 0, 30, 20}, {31, 0, 61, 20}, 3, kNothing, 0, 0, 1},
+        {20, {0, 9, 30, 3}, {0, 0, 30, 6}, 3, kNothing, 0, 0, 1},
+        {20, {4, 4, 4, 9}, {0, 0, 5, 5}, 3, kNothing, 0, 0, 1},
+    };
+    for (const auto& each : kCases) {
+        const Canvas source = PaintPattern(30, each.height);
+        const Canvas destination = PaintPlain(30, each.height);
+        EXPECT_EQ(
+            CopyRect(source.frame, each.source, destination.frame, each.destination, 4, each.field),
+            0);
+        ExpectPixels(destination, [&](std::int32_t x, std::int32_t y) {
+            if (!Holds(each.written, x, y)) return Pixel{};
+            return PatternAt(each.x + x - each.written.left,
+                             each.y + each.step * (y - each.written.top));
+        });
+    }
+}
+
+TEST(CopyRect, ConvertsAndScales) {
+    const Canvas source = Paint(8, 8, [](std::int32_t x, std::int32_t y) {
+        return x < 4 && y < 4 ? Pixel{0, 0, 255, 255} : Pixel{255, 0, 0, 255};
+    });
+    const Canvas destination{MakeFrame(20, 20, tulomediatypes::kPixelFormat_ARGB_4444_8u)};
+    EXPECT_EQ(CopyRect(source.frame, {0, 0, 4, 4}, destination.frame, {0, 0, 20, 10}, 4, 3), 0);
+    EXPECT_EQ(CopyRect(source.frame, {0, 4, 8, 8}, destination.frame, {0, 10, 20, 20}, 1, 3), 0);
+    ExpectPixels(destination, [](std::int32_t, std::int32_t y) {
+        return y < 10 ? Pixel{255, 255, 0, 0} : Pixel{255, 0, 0, 255};
+    });
+}
+
+TEST(CopyRect, KeepsItsContracts) {
+    const VF::VideoFrameRef frame = MakeFrame(10, 10);
+    const VF::VideoFrameRef readOnly = MakeFrame(10, 10);
+    const VF::VideoFrameRef planar =
+        MakeFrame(10, 10, tulomediatypes::kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601);
+    readOnly->SetReadOnly(true);
+    const Brix::Rect whole{0, 0, 10, 10};
+    EXPECT_EQ(CopyRect(nullptr, whole, readOnly, {10, 10, 10, 50}, 4, 3), 0);
+    ExpectBroken("destVideoFrame->GetReadOnly() == false", kFile, 0,
+                 [&] { CopyRect(frame, whole, readOnly, whole, 4, 3); });
+    EXPECT_THROW(CopyRect(nullptr, whole, frame, whole, 4, 3), Brix::NullInterfaceException);
+    EXPECT_THROW(CopyRect(frame, whole, planar, whole, 4, 0), Brix::NullInterfaceException);
+    EXPECT_EQ(CopyRect(MakeCustomFrame(400), whole, frame, whole, 4, 3), 0);
+}
+
+TEST(CopyFrame, CarriesPropertiesAcross) {
+    const Canvas source = PaintPattern(12, 8);
+    source.frame->SetFieldType(2);
+    source.frame->SetAlphaType(2);
+    source.frame->SetOrigin(7, 9);
+    source.frame->SetDataRect({1, 2, 3, 4});
+    const struct {
+        std::uint32_t width, height;
+        std::int32_t quality;
+        std::uint32_t given, before, after;
+    } kCases[] = {
+        {12, 8, 4, kFieldTypeOfSource, 3, 2},
+        {12, 8, 4, kFieldTypeOfSource, 1, 2},
+        {12, 8, 4, 1, 2, 2},
+        {12, 8, 4, 1, 3, 1},
+        {12, 4, 2, kFieldTypeOfSource, 3, 0},
+        {12, 4, 3, kFieldTypeOfSource, 3, 2},
+        {12, 4, 3, kFieldTypeOfSource, 1, 1},
+        {12, 5, 2, kFieldTypeOfSource, 1, 1},
+    };
+    for (const auto& [width, height, quality, given, before, after] : kCases) {
+        const VF::VideoFrameRef destination = MakeFrame(width, height);
+        destination->SetFieldType(before);
+        EXPECT_EQ(CopyFrameWithFields(source.frame, destination, quality, given), 0);
+        EXPECT_EQ(destination->GetFieldType(), after) << height << ' ' << quality;
+        EXPECT_EQ(destination->GetAlphaType(), 2u);
+        EXPECT_EQ(destination->GetOrigin(), (OV::Point{7, 9}));
+        Brix::Rect dataRect;
+        destination->GetDataRect(dataRect);
+        EXPECT_EQ(dataRect == (Brix::Rect{1, 2, 3, 4}), height == 8);
+    }
+    const Canvas copy{MakeFrame(12, 8)};
+    EXPECT_EQ(CopyFrame(source.frame, copy.frame, 4), 0);
+    ExpectPixels(copy, PatternAt);
+    source.frame->SetReadOnly(true);
+    ExpectBroken("inDestVideoFrame->GetReadOnly() == false", kFile, 0,
+                 [&] { CopyFrame(copy.frame, source.frame, 4); });
+    EXPECT_EQ(CopyFrame(MakeCustomFrame(400), copy.frame, 4), VF::kGeneralFailure);
+    EXPECT_THROW(CopyFrame(nullptr, copy.frame, 4), Brix::NullInterfaceException);
+}
+
+TEST(MakeAddressable, KeepsOrConverts) {
+    using namespace tulomediatypes;
+    const struct {
+        PixelFormat format, preferred;
+        std::int32_t quality;
+        std::optional<PixelFormat> made;
+    } kCases[] = {
+        {kPixelFormat_BGRA_4444_8u, kPixelFormat_BGRA_4444_32f, 4, std::nullopt},
+        {kPixelFormat_PRGB_4444_32f, kPixelFormat_BGRA_4444_8u, 4, std::nullopt},
+        {kPixelFormat_UYVY_422_8u, kPixelFormat_BGRA_4444_8u, 2,
+         Select4444PixelFormat(kPixelFormat_UYVY_422_8u, 2)},
+        {kPixelFormat_V210_422_10u_709, kPixelFormat_V210_422_10u, 5,
+         Select4444PixelFormat(kPixelFormat_V210_422_10u_709, 5)},
+    };
+    for (const auto& [format, preferred, quality, made] : kCases) {
+        const VF::VideoFrameRef frame = MakeFrame(48, 4, format);
+        frame->SetFieldType(2);
+        VF::VideoFrameRef result;
+        ASSERT_EQ(MakeAddressableVideoFrame(frame, result, preferred, quality), 0);
+        EXPECT_EQ(result == frame, !made);
+        EXPECT_EQ(result->GetPixelType(), made.value_or(format));
+        EXPECT_EQ(result->GetFieldType(), 2u);
+    }
+    // A wide choice comes down to the width that is asked for, unless quality forbids.
+    const VF::VideoFrameRef wide = MakeFrame(48, 4, kPixelFormat_V210_422_10u);
+    for (const std::int32_t quality : {4, 5}) {
+        VF::VideoFrameRef result;
+        ASSERT_EQ(MakeAddressableVideoFrame(wide, result, kPixelFormat_BGRA_4444_8u, quality), 0);
+        const auto size = Ask<VF::IVideoFrame2DPixelMemoryAccess>(result)->GetPixelSize();
+        EXPECT_EQ(
+            size == 4,
+            quality == 4 ||
+                PixelFormatSize(Select4444PixelFormat(kPixelFormat_V210_422_10u, 5), 1, 1) == 4);
+    }
+    VF::VideoFrameRef untouched = wide;
+    EXPECT_EQ(MakeAddressableVideoFrame(MakeCustomFrame(400), untouched, kPixelFormat_BGRA_4444_8u,
+                                        4) < 0,
+              untouched == wide);
+}
+
+TEST(MakeWriteable, CopiesReadOnlyFrames) {
+    const Canvas source = PaintPattern(6, 5);
+    EXPECT_EQ(VF::MakeWriteableVideoFrame(source.frame, 4), source.frame);
+    source.frame->SetReadOnly(true);
+    const Canvas copy{VF::MakeWriteableVideoFrame(source.frame, 4)};
+    EXPECT_FALSE(copy.frame->GetReadOnly());
+    ExpectPixels(copy, PatternAt);
+    EXPECT_THROW(VF::MakeWriteableVideoFrame(nullptr, 4), Brix::NullInterfaceException);
+}
+
+TEST(ExternalBuffers, HoldTheFramesMemoryRows) {
+    const Canvas source = PaintPattern(9, 7);
+    std::vector<std::byte> buffer(44 * 7);
+    StoreExternal(source.frame, buffer.data(), 44);
+    EXPECT_EQ(std::memcmp(buffer.data(), source.Place(0, 6), 36), 0);
+    EXPECT_EQ(std::memcmp(buffer.data() + 44 * 6, source.Place(0, 0), 36), 0);
+    const Canvas back = PaintPlain(9, 7);
+    LoadExternal(back.frame, buffer.data(), 44);
+    ExpectPixels(back, PatternAt);
+
+    const auto grey = [](std::int32_t, std::int32_t) { return Pixel{1, 2, 3, 255}; };
+    StoreExternal(Paint(8, 8, grey).frame, buffer.data(), 4, 2, 44);
+    const Canvas scaled = PaintPlain(3, 5);
+    LoadExternal(scaled.frame, buffer.data(), 4, 2, 44);
+    ExpectPixels(scaled, grey);
+
+    const std::vector<std::byte> before = buffer;
+    for (const auto& [width, height] : {std::pair{0, 4}, {4, -1}})
+        StoreExternal(source.frame, buffer.data(), width, height, 44);
+    StoreExternal(source.frame, nullptr, 44);
+    EXPECT_EQ(buffer, before);
+    ExpectBroken("src2DPixelMemoryAccess != NULL", kFile, 0,
+                 [&] { StoreExternal(MakeCustomFrame(400), buffer.data(), 40); });
+    ExpectBroken("dest2DPixelMemoryAccess != NULL", kFile, 0,
+                 [&] { LoadExternal(MakeCustomFrame(400), buffer.data(), 40); });
+    back.frame->SetReadOnly(true);
+    ExpectBroken("inDestVideoFrame->GetReadOnly() == false", kFile, 0,
+                 [&] { LoadExternal(back.frame, buffer.data(), 40); });
+}
+
+}  // namespace
+}  // namespace manipulators_test

@@ -1,0 +1,152 @@
+#include <algorithm>
+
+#include "Patterns.h"
+
+namespace manipulators_test {
+namespace {
+
+constexpr PixelFormat kPlanar =
+    tulomediatypes::kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601;
+
+// Field 0 of field type 1 is the even display rows, of every other type the odd ones.
+bool IsInField(std::uint32_t inFieldType, std::int32_t inField, std::int32_t inY) {
+    return (inY % 2 == 0) == ((inFieldType == 1) == (inField == 0));
+}
+
+Canvas PatternOfType(std::int32_t inHeight, std::uint32_t inFieldType) {
+    const Canvas canvas = PaintPattern(5, inHeight);
+    canvas.frame->SetFieldType(inFieldType);
+    return canvas;
+}
+
+TEST(CopyField, CopiesTheRowsOfOneField) {
+    for (const std::uint32_t fieldType : {0u, 1u, 2u}) {
+        for (const std::int32_t height : {1, 2, 9, 10}) {
+            for (const std::int32_t field : {0, 1, 7}) {
+                const Canvas source = PatternOfType(height, fieldType);
+                const Canvas destination = PaintPlain(5, height);
+                destination.frame->SetFieldType(fieldType);
+                const std::int32_t result = CopyField(source.frame, destination.frame, field, 4);
+                const bool isEmpty = height == 1 && !IsInField(fieldType, field, 0);
+                EXPECT_EQ(result, isEmpty ? VF::kGeneralFailure : 0);
+                ExpectPixels(destination, [&](std::int32_t x, std::int32_t y) {
+                    return IsInField(fieldType, field, y) ? PatternAt(x, y) : Pixel{};
+                });
+                EXPECT_EQ(destination.frame->GetFieldType(), fieldType);
+            }
+        }
+    }
+}
+
+TEST(CopyField, KeepsItsContracts) {
+    const Canvas odd = PatternOfType(9, 1);
+    const Canvas other = PatternOfType(9, 2);
+    ExpectBroken("theSrcRect.Height() == theDestRect.Height()", kFile, 0,
+                 [&] { CopyField(odd.frame, other.frame, 0, 4); });
+    ExpectPixels(other, PatternAt);
+    odd.frame->SetReadOnly(true);
+    ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0,
+                 [&] { CopyField(nullptr, odd.frame, 0, 4); });
+    ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0,
+                 [&] { InterpFieldToFrame(other.frame, odd.frame, 0); });
+    ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0,
+                 [&] { SwapFields(other.frame, odd.frame); });
+    ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0,
+                 [&] { VerticalConvolve(other.frame, odd.frame); });
+    ExpectBroken("inVideoFrame->GetReadOnly() == false", kFile, 0,
+                 [&] { DeinterlaceVideoFrame(odd.frame, 0); });
+    EXPECT_THROW(DeinterlaceVideoFrame(MakeCustomFrame(400), 0), Brix::NullInterfaceException);
+    EXPECT_THROW(VerticalConvolve(MakeCustomFrame(400), other.frame), Brix::NullInterfaceException);
+}
+
+TEST(SwapFields, MovesThePictureDownARow) {
+    for (const std::int32_t height : {1, 2, 3, 10}) {
+        const Canvas source = PaintPattern(5, height);
+        const Canvas destination = PaintPlain(5, height);
+        const auto expected = [](std::int32_t x, std::int32_t y) {
+            return PatternAt(x, std::max(y - 1, 0));
+        };
+        SwapFields(source.frame, destination.frame);
+        ExpectPixels(destination, expected);
+        SwapFields(source.frame, source.frame);
+        ExpectPixels(source, expected);
+    }
+}
+
+Pixel Mean(const Pixel& inA, const Pixel& inB) {
+    Pixel mean;
+    std::transform(inA.begin(), inA.end(), inB.begin(), mean.begin(),
+                   [](int a, int b) { return static_cast<std::uint8_t>((a + b + 1) / 2); });
+    return mean;
+}
+
+TEST(Deinterlace, RebuildsTheOtherField) {
+    for (const std::uint32_t fieldType : {1u, 2u, 3u}) {
+        for (const std::int32_t height : {1, 2, 3, 4, 9, 10}) {
+            for (const std::int32_t field : {0, 1}) {
+                const auto expected = [&](std::int32_t x, std::int32_t y) {
+                    if (IsInField(fieldType, field, y) || height == 1) return PatternAt(x, y);
+                    const std::int32_t above = y > 0 ? y - 1 : y + 1;
+                    const std::int32_t below = y + 1 < height ? y + 1 : y - 1;
+                    return Mean(PatternAt(x, above), PatternAt(x, below));
+                };
+                SCOPED_TRACE(testing::Message() << fieldType << ' ' << height << ' ' << field);
+                const Canvas canvas = PatternOfType(height, fieldType);
+                DeinterlaceVideoFrame(canvas.frame, field);
+                ExpectPixels(canvas, expected);
+                const bool hasField = height > 1 || IsInField(fieldType, field, 0);
+                EXPECT_EQ(canvas.frame->GetFieldType(), hasField ? 0 : fieldType);
+                if (!hasField) continue;
+                const Canvas made = PaintPlain(5, height);
+                made.frame->SetFieldType(fieldType);
+                EXPECT_EQ(
+                    InterpFieldToFrame(PatternOfType(height, fieldType).frame, made.frame, field),
+                    0);
+                ExpectPixels(made, expected);
+            }
+        }
+    }
+    const VF::VideoFrameRef planar = MakeFrame(4, 4, kPlanar);
+    planar->SetFieldType(1);
+    DeinterlaceVideoFrame(planar, 0);
+    EXPECT_EQ(planar->GetFieldType(), 1u);
+}
+
+TEST(VerticalConvolve, MixesEachRowWithItsNeighbours) {
+    for (const std::int32_t height : {2, 3, 8}) {
+        const auto expected = [height](std::int32_t x, std::int32_t y) {
+            const Pixel own = PatternAt(x, y);
+            if (y == 0) return Mean(own, PatternAt(x, 1));
+            if (y == height - 1) return Mean(own, PatternAt(x, y - 1));
+            return Mean(Mean(PatternAt(x, y - 1), PatternAt(x, y + 1)), own);
+        };
+        const Canvas source = PaintPattern(5, height);
+        const Canvas destination = PaintPlain(5, height);
+        VerticalConvolve(source.frame, destination.frame);
+        ExpectPixels(destination, expected);
+        VerticalConvolve(source.frame, source.frame);
+        ExpectPixels(source, expected);
+    }
+    const Canvas row = PaintPattern(5, 1);
+    VerticalConvolve(PaintPlain(5, 1).frame, row.frame);
+    ExpectPixels(row, PatternAt);
+}
+
+TEST(MergePulldown, TakesFieldOneOfTheSecond) {
+    const Canvas first = PatternOfType(10, 1);
+    const Canvas second = Paint(5, 10, [](std::int32_t, std::int32_t) {
+        return Pixel{9, 9, 9, 9};
+    });
+    second.frame->SetFieldType(1);
+    EXPECT_EQ(MergePulldownFrames(first.frame, second.frame), 0);
+    ExpectPixels(first, [](std::int32_t x, std::int32_t y) {
+        return y % 2 == 0 ? PatternAt(x, y) : Pixel{9, 9, 9, 9};
+    });
+    ExpectBroken("inSourceFrameA->GetPixelType() == inSourceFrameB->GetPixelType()", kFile, 0, [&] {
+        MergePulldownFrames(first.frame,
+                            MakeFrame(5, 10, tulomediatypes::kPixelFormat_VUYA_4444_8u));
+    });
+}
+
+}  // namespace
+}  // namespace manipulators_test
