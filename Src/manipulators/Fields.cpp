@@ -26,6 +26,13 @@ void* FieldData(const RowsRef& inRows, std::uint32_t inField) {
     return inField == 0 ? inRows->GetField0Data() : inRows->GetField1Data();
 }
 
+// Bytes from one pixel to the next; 0 for standard formats whose rows cannot be addressed. Frames
+// of custom formats raise for want of the view.
+std::uint32_t PixelSizeOf(const VideoFrameRef& inFrame, const RowsRef& inRows) {
+    if (!inRows && IsStandardBEPixelFormat(inFrame->GetPixelType())) return 0;
+    return inRows->GetPixelSize();
+}
+
 // ---- Rows of a picture --------------------------------------------------------------------------
 
 struct Rows {
@@ -180,7 +187,7 @@ void DeinterlaceVideoFrame(VideoFrameRef inFrame, std::int32_t inField) {
     const MemoryRef memory = ViewOf<IVideoFrameMemoryAccess>(inFrame);
     const RowsRef view = ViewOf<IVideoFrame2DPixelMemoryAccess>(inFrame);
     Require(!inFrame->GetReadOnly(), "inVideoFrame->GetReadOnly() == false", kFile, __LINE__);
-    const std::uint32_t pixelSize = view->GetPixelSize();
+    const std::uint32_t pixelSize = PixelSizeOf(inFrame, view);
     if (pixelSize == 0) return;
     const Brix::Rect bounds = inFrame->GetBounds();
     const auto keptFirstRow =
@@ -204,7 +211,7 @@ std::int32_t InterpFieldToFrame(VideoFrameRef inSource, VideoFrameRef inDestinat
 void VerticalConvolve(VideoFrameRef inSource, VideoFrameRef inDestination) {
     Require(!inDestination->GetReadOnly(), "inDestFrame->GetReadOnly() == false", kFile, __LINE__);
     const RowsRef view = ViewOf<IVideoFrame2DPixelMemoryAccess>(inSource);
-    const std::uint32_t pixelSize = view->GetPixelSize();
+    const std::uint32_t pixelSize = PixelSizeOf(inSource, view);
     const Brix::Rect bounds = inSource->GetBounds();
     if (pixelSize == 0 || bounds.Height() < 2) return;
     const MemoryRef source = ViewOf<IVideoFrameMemoryAccess>(inSource);
