@@ -5,6 +5,7 @@
 
 #include "Commands.h"
 #include "Failure.h"
+#include "FrameEdits.h"
 #include "Interrupt.h"
 #include "LibrarySession.h"
 #include "PictureSink.h"
@@ -20,6 +21,7 @@ struct ConvertArguments {
     std::string format;
     std::string size;
     int quality = kDefaultQuality;
+    FrameEdits edits;
 };
 
 FrameSettings ReadSettings(const ConvertArguments& inArguments) {
@@ -38,7 +40,7 @@ void Convert(const ConvertArguments& inArguments) {
     Progress progress(source->Count());
     for (std::optional<PictureView> next = picture; next; next = source->Next()) {
         ThrowIfInterrupted();
-        sink->Write(MakeFrameOf(*next, settings));
+        sink->Write(Edited(MakeFrameOf(*next, settings), inArguments.edits));
         progress.Step();
         if (sink->IsForOnePicture()) break;
     }
@@ -63,12 +65,15 @@ void AddConvertCommand(CLI::App& inApp) {
                      "5 Lanczos [4]")
         ->type_name("N")
         ->check(CLI::Range(0, 5));
+    arguments->edits.AddTo(*command);
     command->footer(
-        "The picture goes into a frame of the format and size, and from the frame into the\n"
-        "output. A .png output of a clip is its first picture. Clips have no sound.\n\n"
+        "The picture goes into a frame of the format and size; the frame is cropped and\n"
+        "edited in the order of the options above, and goes into the output. A .png\n"
+        "output of a clip is its first picture. Clips have no sound.\n\n"
         "Examples:\n"
         "  vframe convert holiday.jpg small.png --size 480x270\n"
         "  vframe convert clip.mov clip.mkv --format UYVY_422_8u_709\n"
+        "  vframe convert camera.mov still.png --deinterlace 0 --crop 0,60,1440,1020\n"
         "  vframe convert holiday.jpg holiday.raw --format V210_422_10u\n"
         "  vframe convert holiday.raw holiday.png --input-format V210_422_10u "
         "--input-size 960x540");

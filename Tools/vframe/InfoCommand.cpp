@@ -73,6 +73,9 @@ void PrintProperties(const VF::VideoFrameRef& inFrame) {
     Print("field type", FieldTypeName(inFrame->GetFieldType()));
     Print("alpha type", AlphaTypeName(inFrame->GetAlphaType()));
     Print("has alpha", YesOrNo(inFrame->HasAlphaChannel()));
+    Brix::Rect alphaBounds;
+    VF::VideoFrameManipulators::CalculateAlphaBounds(inFrame, alphaBounds);
+    Print("alpha bounds", ToText(alphaBounds));
     Print("origin", "(" + std::to_string(origin.x) + ", " + std::to_string(origin.y) + ")");
     Print("content rect", ToText(inFrame->GetContentRect()));
     Print("data rect", ToText(dataRect) + (isDataRectSet ? ", set" : ", not set"));
