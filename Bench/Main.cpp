@@ -28,5 +28,6 @@ int main(int inCount, char** inArguments) {
     bench::AddDepthRows();
     bench::AddScaleRows();
     bench::AddBlendRows();
+    bench::AddManipulatorRows();
     return bench::RunTable(only, csv) ? 0 : 1;
 }

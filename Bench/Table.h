@@ -35,5 +35,6 @@ void AddConvertRows();
 void AddDepthRows();
 void AddScaleRows();
 void AddBlendRows();
+void AddManipulatorRows();
 
 }  // namespace bench
