@@ -83,7 +83,7 @@ std::byte* MakeRow(std::int64_t inBytes, Scratch& ioScratch) {
         ioScratch.Resource()->allocate(static_cast<std::size_t>(inBytes), kAlignment));
 }
 
-// Source rows as pixels to be mixed, two at a time.
+// Source rows as pixels to be mixed, as many at a time as are filtered together.
 class PixelRows {
   public:
     PixelRows(const Job& inJob, Scratch& ioScratch) : job_(inJob) {
@@ -93,24 +93,19 @@ class PixelRows {
         }
     }
 
-    /// Valid until the row after the next is asked for.
+    /// Of rows asked for one after the other, the last kFilteredTogether are there.
     const std::byte* Get(std::int32_t inRow) const {
         const std::byte* const row = RowAt(job_.source, inRow);
         if (job_.mixture.convert == nullptr) return row;
-        std::byte* const converted = converted_[static_cast<std::size_t>(inRow % 2)];
+        std::byte* const converted =
+            converted_[static_cast<std::size_t>(inRow) % converted_.size()];
         job_.mixture.convert(row, converted, job_.source.width);
         return converted;
     }
 
-    /// Whether a row may be mixed without regard to what its pixels show.
-    bool ShowsWholly(const std::byte* inPixels) const {
-        const std::uint32_t alpha = job_.mixture.straightAlpha;
-        return alpha == 0 || job_.kernels.isOpaque(inPixels, alpha, job_.source.width);
-    }
-
   private:
     Job job_;
-    std::array<std::byte*, 2> converted_{};
+    std::array<std::byte*, kFilteredTogether> converted_{};
 };
 
 // ---- The three ways -----------------------------------------------------------------------------
@@ -143,15 +138,17 @@ bool Halve(const Job& inJob) {
     for (std::int32_t row = 0; row < inJob.destination.height; ++row) {
         const std::byte* const first = rows.Get(2 * row);
         const std::byte* const second = rows.Get(2 * row + 1);
-        if (!rows.ShowsWholly(first) || !rows.ShowsWholly(second)) return false;
-        inJob.kernels.halveRows(first, second, inJob.mixture.opaque, RowAt(inJob.destination, row),
-                                inJob.destination.width);
+        if (!inJob.kernels.halveRows(first, second, inJob.mixture.straightAlpha,
+                                     inJob.mixture.opaque, RowAt(inJob.destination, row),
+                                     inJob.destination.width)) {
+            return false;
+        }
     }
     return true;
 }
 
-// Filtered source rows, as many as a destination row is mixed from and one more, since rows are
-// filtered in pairs.
+// Filtered source rows, as many as a destination row is mixed from, and those filtered together
+// with the last of them.
 class FilteredRows {
   public:
     FilteredRows(const Job& inJob, const ByteWeights& inAlong, std::int32_t inTapCount,
@@ -159,9 +156,9 @@ class FilteredRows {
         : job_(inJob),
           along_(inAlong),
           pixels_(inJob, ioScratch),
-          ring_(static_cast<std::size_t>(inTapCount) + 1, ioScratch.Resource()),
+          ring_(static_cast<std::size_t>(inTapCount + kFilteredTogether - 1), ioScratch.Resource()),
           mixed_(static_cast<std::size_t>(inTapCount), ioScratch.Resource()) {
-        const auto samples = static_cast<std::int64_t>(kPixelBytes * inAlong.first.size());
+        const auto samples = static_cast<std::int64_t>(kPixelBytes * inAlong.pixelCount);
         for (std::int16_t*& row : ring_) {
             row = reinterpret_cast<std::int16_t*>(
                 MakeRow(samples * std::int64_t{sizeof(std::int16_t)}, ioScratch));
@@ -172,8 +169,9 @@ class FilteredRows {
     /// wholly.
     const std::int16_t* const* Get(std::int32_t inFirst) {
         const auto tapCount = static_cast<std::int32_t>(mixed_.size());
-        for (next_ = std::max(next_, inFirst); next_ < inFirst + tapCount; next_ += 2) {
-            if (!FilterTwo(next_, std::min(next_ + 1, job_.source.height - 1))) return nullptr;
+        next_ = std::max(next_, inFirst);
+        for (; next_ < inFirst + tapCount; next_ += kFilteredTogether) {
+            if (!FilterFrom(next_)) return nullptr;
         }
         for (std::int32_t tap = 0; tap < tapCount; ++tap) {
             mixed_[static_cast<std::size_t>(tap)] = SlotOf(inFirst + tap);
@@ -186,12 +184,17 @@ class FilteredRows {
         return ring_[static_cast<std::size_t>(inRow) % ring_.size()];
     }
 
-    bool FilterTwo(std::int32_t inFirst, std::int32_t inSecond) {
-        const std::byte* const first = pixels_.Get(inFirst);
-        const std::byte* const second = inSecond == inFirst ? first : pixels_.Get(inSecond);
-        if (!pixels_.ShowsWholly(first) || !pixels_.ShowsWholly(second)) return false;
-        job_.kernels.filterRows(first, second, along_, SlotOf(inFirst), SlotOf(inSecond));
-        return true;
+    bool FilterFrom(std::int32_t inFirst) {
+        std::array<const std::byte*, kFilteredTogether> pixels;
+        std::array<std::int16_t*, kFilteredTogether> filtered;
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            const std::int32_t row = inFirst + static_cast<std::int32_t>(i);
+            // Below the last row, that is filtered once more.
+            const bool isThere = row < job_.source.height;
+            pixels[i] = isThere ? pixels_.Get(row) : pixels[i - 1];
+            filtered[i] = isThere ? SlotOf(row) : filtered[i - 1];
+        }
+        return along_.filter(pixels.data(), along_, job_.mixture.straightAlpha, filtered.data());
     }
 
     Job job_;
@@ -207,7 +210,7 @@ bool Filter(const Job& inJob, const Axis& inAlong, const Axis& inDown) {
     constexpr std::int32_t kMostTaps = 32;
     const auto along = KeptTable(inJob.kernels.makeWeights, inAlong);
     const auto down = KeptWeights(inDown);
-    if (along->quadCount == 0 || down->tapCount > kMostTaps) return false;
+    if (along->filter == nullptr || down->tapCount > kMostTaps) return false;
     Scratch scratch;
     FilteredRows rows(inJob, *along, down->tapCount, scratch);
     std::array<std::int16_t, kMostTaps> weights;
