@@ -28,7 +28,7 @@ Area ByGeneralRoad(Area& inSource, FormatCode inFormat) {
     const auto from = *scanvo::DecodeFormat(inSource.Format());
     const auto to = *scanvo::DecodeFormat(inFormat);
     scanvo::Scratch scratch;
-    const auto plan = scanvo::PlanConversion(from, to, width, scratch.Resource());
+    const auto plan = scanvo::PlanConversion(from, to, width);
     const auto work = scanvo::MakeWorkRows(plan, scratch);
     const auto fetched = scratch.Row(width);
     FetchRow(plan, {inSource.Start(), 0, width, 1, from}, 0, work, fetched);

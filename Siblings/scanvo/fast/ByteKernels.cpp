@@ -465,8 +465,16 @@ HWY_INLINE Pixels TakeVector(const std::byte* inRow, const std::int32_t* inPlace
         const auto near = hn::IndicesFromVec(kPixels, hn::Sub(places, hn::Set(kInts, first)));
         return hn::TableLookupLanes(LoadPixels(inRow + std::int64_t{4} * first), near);
     }
-    return hn::BitCast(
-        kPixels, hn::GatherIndex(kInts, reinterpret_cast<const std::int32_t*>(inRow), places));
+#if HWY_CAP_GE256
+    const auto* const pixels = reinterpret_cast<const std::int32_t*>(inRow);
+    return hn::BitCast(kPixels, hn::GatherIndex(kInts, pixels, places));
+#else
+    std::byte pixels[sizeof(Pixels)];
+    for (std::size_t i = 0; i < HWY_LANES(std::uint32_t); ++i) {
+        std::memcpy(pixels + 4 * i, inRow + std::int64_t{4} * inPlaces[i], 4);
+    }
+    return LoadPixels(pixels);
+#endif
 }
 
 void TakePixels(const std::byte* inRow, const std::int32_t* inPlaces, std::uint32_t inOpaque,

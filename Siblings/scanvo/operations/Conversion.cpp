@@ -68,8 +68,7 @@ void CopyPicture(const Source& inSource, const Destination& outDestination) {
 
 void ConvertRows(const Source& inSource, const Destination& outDestination) {
     Scratch scratch;
-    const RowPlan plan =
-        PlanConversion(inSource.format, outDestination.format, inSource.width, scratch.Resource());
+    const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
     const WorkRows work = MakeWorkRows(plan, scratch);
     const PlanarRow fetched = scratch.Row(plan.width);
     RowWriter writer(outDestination, scratch);
@@ -80,9 +79,9 @@ void ConvertRows(const Source& inSource, const Destination& outDestination) {
 }
 
 RowPlan PlanBetween(const Source& inSource, const Destination& inDestination,
-                    std::int32_t inQuality, Scratch& ioScratch) {
+                    std::int32_t inQuality) {
     return PlanScaling(inSource.format, inSource.width, inDestination.format, inDestination.width,
-                       inQuality, ioScratch.Resource());
+                       inQuality);
 }
 
 double HeightScale(const Source& inSource, const Destination& inDestination) {
@@ -151,7 +150,7 @@ void ScalePicture(const Source& inSource, const Destination& outDestination,
                     inQuality};
     if (ScaleBytes(inSource, outDestination, down)) return;
     Scratch scratch;
-    const RowPlan plan = PlanBetween(inSource, outDestination, inQuality, scratch);
+    const RowPlan plan = PlanBetween(inSource, outDestination, inQuality);
     const WorkRows work = MakeWorkRows(plan, scratch);
     const auto across = KeptWeights(down);
     RowScaler scaler(plan, *across, inSource, {}, work, scratch);
@@ -165,7 +164,7 @@ void ScaleFields(const Source& inSource, const Destination& outDestination,
                  std::int32_t inQuality) {
     if (ScaleFieldsOfBytes(inSource, outDestination, inQuality)) return;
     Scratch scratch;
-    const RowPlan plan = PlanBetween(inSource, outDestination, inQuality, scratch);
+    const RowPlan plan = PlanBetween(inSource, outDestination, inQuality);
     const WorkRows work = MakeWorkRows(plan, scratch);
     // By the parity of their rows in the destination, not by field.
     std::array<std::shared_ptr<const WeightTable>, 2> across;
