@@ -263,20 +263,21 @@ requires(sizeof(hn::TFromD<D>) == 4) HWY_INLINE hn::Vec<D> Premultiplied(D inTag
     return hn::Mul(inSamples, AlphaFactors<isReversed>(inTag, inSamples));
 }
 
-// One component of each pixel times a factor.
+// One component of each pixel times a factor, rounded and clamped.
 template <int shift, class D>
 HWY_INLINE hn::Vec<D> Scaled(D inTag, hn::Vec<D> inPixels, hn::Vec<hn::Rebind<float, D>> inFactor) {
     const hn::Rebind<float, D> floats;
     const hn::RebindToSigned<D> signedTag;
     const auto component = hn::And(hn::ShiftRight<shift>(inPixels), hn::Set(inTag, 0xFF));
-    // Half way between two codes is at least 1/510 away from all other quotients, so this rounds
-    // halves up and changes nothing else.
-    const auto scaled = hn::MulAdd(hn::ConvertTo(floats, hn::BitCast(signedTag, component)),
-                                   inFactor, hn::Set(floats, 1.0f / 1024));
-    return hn::ShiftLeft<shift>(NearestCode(floats, scaled, hn::Set(floats, 255.0f)));
+    // Floats of this size are whole numbers, and have them in their lowest bits.
+    const auto whole = hn::MulAdd(hn::ConvertTo(floats, hn::BitCast(signedTag, component)),
+                                  inFactor, hn::Set(floats, 8388608.0f));
+    const auto code = hn::BitCast(inTag, hn::Min(whole, hn::Set(floats, 8388608.0f + 255)));
+    return hn::ShiftLeft<shift>(hn::And(code, hn::Set(inTag, 0xFF)));
 }
 
-// c * 255 / a, rounded and clamped, with one division a pixel.
+// c * 255 / a, rounded and clamped, with one division a pixel. Quotients half way between two codes
+// are at least 1/510 away from all others; making all larger by less than that rounds them up.
 template <bool isReversed, class D>
 requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Unpremultiplied(D inTag,
                                                                            hn::Vec<D> inCodes) {
@@ -290,7 +291,7 @@ requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Unpremultiplied(D inT
     const auto alphaCode = hn::And(hn::ShiftRight<kAlphaShift>(pixels), hn::Set(wide, 0xFF));
     const auto alpha = hn::ConvertTo(floats, hn::BitCast(signedTag, alphaCode));
     const auto factor = hn::IfThenElseZero(hn::Gt(alpha, hn::Zero(floats)),
-                                           hn::Div(hn::Set(floats, 255.0f), alpha));
+                                           hn::Div(hn::Set(floats, 255.001f), alpha));
     const auto colour =
         hn::Or3(Scaled<kFirst>(wide, pixels, factor), Scaled<kFirst + 8>(wide, pixels, factor),
                 Scaled<kFirst + 16>(wide, pixels, factor));
