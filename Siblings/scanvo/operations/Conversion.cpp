@@ -9,6 +9,7 @@
 #include "fast/ByteScaling.h"
 #include "fast/Bytes.h"
 #include "fast/FastRows.h"
+#include "fast/StreamedRows.h"
 #include "rows/KeptTables.h"
 #include "rows/RowPlan.h"
 #include "rows/RowScaler.h"
@@ -135,6 +136,10 @@ void ConvertPicture(const Source& inSource, const Destination& outDestination) {
     const ConvertRow convert = FastRowBetween(inSource.format, outDestination.format);
     if (convert == nullptr) {
         ConvertRows(inSource, outDestination);
+        return;
+    }
+    if (IsWorthStreaming(inSource, outDestination)) {
+        ConvertStreamed(convert, inSource, outDestination);
         return;
     }
     for (std::int32_t row = 0; row < inSource.height; ++row) {
