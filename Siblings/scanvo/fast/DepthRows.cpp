@@ -99,6 +99,7 @@ constexpr PixelOf<float> Reciprocals(const PixelOf<float>& inPixel) {
 
 HWY_BEFORE_NAMESPACE();
 namespace scanvo::HWY_NAMESPACE {
+namespace {
 
 #if HWY_TARGET == HWY_SCALAR
 
@@ -110,21 +111,6 @@ ConvertRow FindRow(const Format&, const Format&, AlphaWork) {
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-template <class D>
-using Bytes = hn::Repartition<std::uint8_t, D>;
-
-template <class D>
-HWY_INLINE hn::Vec<D> LoadCodes(D inTag, const std::byte* inBytes) {
-    return hn::BitCast(inTag,
-                       hn::LoadU(Bytes<D>(), reinterpret_cast<const std::uint8_t*>(inBytes)));
-}
-
-template <class D>
-HWY_INLINE void StoreCodes(D, hn::Vec<D> inCodes, std::byte* outBytes) {
-    hn::StoreU(hn::BitCast(Bytes<D>(), inCodes), Bytes<D>(),
-               reinterpret_cast<std::uint8_t*>(outBytes));
-}
 
 template <class D>
 HWY_INLINE hn::Vec<D> Repeat(D inTag, const Block<hn::TFromD<D>>& inBlock) {
@@ -462,6 +448,7 @@ ConvertRow FindRow(const Format& inSource, const Format& inDestination, AlphaWor
 
 #endif
 
+}  // namespace
 }  // namespace scanvo::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
