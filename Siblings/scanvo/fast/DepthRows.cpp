@@ -213,24 +213,30 @@ HWY_INLINE hn::Vec<D> AlphaFactors(D inTag, hn::Vec<D> inCodes) {
     return hn::Or(Shuffle(inTag, inCodes, kIndices), Repeat(inTag, kAlpha));
 }
 
-// c * a / 255, rounded, in the upper bytes: for the sum t of c * a and 128, t * 257 >> 16 is exact.
 template <class V>
-HWY_INLINE V Product8(V inCodes, V inFactors) {
-    const hn::DFromV<V> tag;
-    const V sum = hn::Add(hn::Mul(inCodes, inFactors), hn::Set(tag, 128));
-    return hn::Add(sum, hn::ShiftRight<8>(sum));
+HWY_INLINE V BiasedProduct(V inCodes, V inFactors) {
+    return hn::Add(hn::Mul(inCodes, inFactors), hn::Set(hn::DFromV<V>(), 128));
 }
 
+// c * a / 255, rounded: for the sum t of c * a and 128 that is t * 257 >> 16, which is the upper
+// byte of t + (t >> 8) too. Even and odd bytes are done apart.
 template <bool isReversed, class D>
 requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Premultiplied(D inTag,
                                                                          hn::Vec<D> inCodes) {
-    const hn::Repartition<std::uint16_t, D> wide;
-    const auto low = hn::Set(wide, 0xFF);
-    const auto codes = hn::BitCast(wide, inCodes);
-    const auto factors = hn::BitCast(wide, AlphaFactors<isReversed>(inTag, inCodes));
-    const auto even = Product8(hn::And(codes, low), hn::And(factors, low));
-    const auto odd = Product8(hn::ShiftRight<8>(codes), hn::ShiftRight<8>(factors));
-    return hn::OddEven(hn::BitCast(inTag, odd), hn::BitCast(inTag, hn::ShiftRight<8>(even)));
+    static constexpr auto kAlphaToWords =
+        isReversed ? Shuffled<std::uint8_t>({0, 4, 0, 4}) : Shuffled<std::uint8_t>({3, 4, 3, 4});
+    static constexpr auto kOpaqueAlpha = isReversed ? Repeated<std::uint8_t>({255, 0, 0, 0})
+                                                    : Repeated<std::uint8_t>({0, 0, 255, 0});
+    const hn::Repartition<std::uint16_t, D> words;
+    const auto codes = hn::BitCast(words, inCodes);
+    const auto alpha = hn::BitCast(words, Shuffle(inTag, inCodes, kAlphaToWords));
+    const auto alphaAndOpaque = hn::Or(alpha, hn::BitCast(words, Repeat(inTag, kOpaqueAlpha)));
+    const auto even =
+        BiasedProduct(hn::And(codes, hn::Set(words, 0xFF)), isReversed ? alphaAndOpaque : alpha);
+    const auto odd = BiasedProduct(hn::ShiftRight<8>(codes), isReversed ? alpha : alphaAndOpaque);
+    const auto evenCodes = hn::MulHigh(even, hn::Set(words, 257));
+    const auto oddCodes = hn::Add(odd, hn::ShiftRight<8>(odd));
+    return hn::OddEven(hn::BitCast(inTag, oddCodes), hn::BitCast(inTag, evenCodes));
 }
 
 // c * a / 32768, rounded and clamped: the upper 17 bits of 32, of which the last one rounds.
@@ -259,7 +265,9 @@ HWY_INLINE hn::Vec<D> Scaled(D inTag, hn::Vec<D> inPixels, hn::Vec<hn::Rebind<fl
     const auto whole = hn::MulAdd(hn::ConvertTo(floats, hn::BitCast(signedTag, component)),
                                   inFactor, hn::Set(floats, 8388608.0f));
     const auto code = hn::BitCast(inTag, hn::Min(whole, hn::Set(floats, 8388608.0f + 255)));
-    return hn::ShiftLeft<shift>(hn::And(code, hn::Set(inTag, 0xFF)));
+    // A shift drops the bits above them.
+    if constexpr (shift != 0) return hn::ShiftLeft<shift>(code);
+    return hn::And(code, hn::Set(inTag, 0xFF));
 }
 
 // c * 255 / a, rounded and clamped, with one division a pixel. Quotients half way between two codes
