@@ -140,29 +140,33 @@ TEST(VectorRows, RoundEveryPairOfByteAndAlphaExactly) {
     }
 }
 
-// Those are written past the caches.
+// Those are written past the caches, by a fast road, by the general road and by a fill.
 TEST(LargePictures, AreDoneAsTheirRowsAre) {
     constexpr std::int32_t kSize = 2101;
-    const FormatCode format = 0x1004;
-    Area source(0x004, kSize, kSize), whole(format, kSize, kSize, RowOrder::Up),
-        row(format, kSize, 1);
+    Area source(0x004, kSize, kSize);
     source.Scatter();
-    const auto expectRows = [&](const auto& inMakeRow) {
-        whole.ExpectGuardsIntact();
-        for (std::int32_t i = 0; i < kSize; ++i) {
-            inMakeRow(source.Start() + source.RowBytes() * i);
-            ASSERT_EQ(std::memcmp(whole.Start() + whole.RowBytes() * i, row.Start(), kSize * 4), 0);
-        }
-    };
-    SV_Convert(source.Start(), source.RowBytes(), source.Format(), whole.Start(), whole.RowBytes(),
-               format, kSize, kSize, 4);
-    expectRows([&](const std::byte* inRow) {
-        SV_Convert(inRow, 0, source.Format(), row.Start(), 0, format, kSize, 1, 4);
-    });
-    SV_FillWithColor(whole.Start(), whole.RowBytes(), kSize, kSize, format, source.Start(), format);
-    expectRows([&](const std::byte*) {
-        SV_FillWithColor(row.Start(), 0, kSize, 1, format, source.Start(), format);
-    });
+    for (const FormatCode format : {0x1004u, 0x109u}) {
+        Area whole(format, kSize, kSize, RowOrder::Up), row(format, kSize, 1);
+        const auto expectRows = [&](const auto& inMakeRow) {
+            whole.ExpectGuardsIntact();
+            for (std::int32_t i = 0; i < kSize; ++i) {
+                inMakeRow(source.Start() + source.RowBytes() * i);
+                const std::byte* const start = whole.Start() + whole.RowBytes() * i;
+                const auto bytes = static_cast<std::size_t>(format.RowLength(kSize));
+                ASSERT_EQ(std::memcmp(start, row.Start(), bytes), 0) << i;
+            }
+        };
+        SV_Convert(source.Start(), source.RowBytes(), source.Format(), whole.Start(),
+                   whole.RowBytes(), format, kSize, kSize, 4);
+        expectRows([&](const std::byte* inRow) {
+            SV_Convert(inRow, 0, source.Format(), row.Start(), 0, format, kSize, 1, 4);
+        });
+        SV_FillWithColor(whole.Start(), whole.RowBytes(), kSize, kSize, format, source.Start(),
+                         source.Format());
+        expectRows([&](const std::byte*) {
+            SV_FillWithColor(row.Start(), 0, kSize, 1, format, source.Start(), source.Format());
+        });
+    }
 }
 
 }  // namespace

@@ -3,8 +3,13 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 
 namespace scanvo {
+
+/// Areas of as many bytes are not found in a last-level cache when they are used again, so they are
+/// better written past the caches.
+constexpr std::int64_t kLargePictureBytes = std::int64_t{16} << 20;
 
 /// Copies bytes between areas that do not overlap. Blocks larger than a core's own cache are
 /// written past the caches: nothing of them would be left there when the copy is done, and memory

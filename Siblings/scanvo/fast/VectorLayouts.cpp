@@ -4,8 +4,10 @@
 #define HWY_TARGET_INCLUDE "fast/VectorLayouts.cpp"
 #include <hwy/foreach_target.h>
 // That must come before this.
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
+#include "fast/Bytes.h"
 #include "fast/Codes-inl.h"
 #include "fast/VectorLayouts.h"
 
@@ -209,19 +211,37 @@ void LoadFloats(const Source& inPicture, std::int32_t inRow, const CodeRanges&,
     LoadRest(inPicture, inRow, outRow, x);
 }
 
+// Whether a row of a large picture can be written past the caches.
+bool IsStreamed(const Destination& inPicture, const std::byte* inRow) {
+    const std::int64_t bytes = inPicture.rowBytes * inPicture.height;
+    return (bytes < 0 ? -bytes : bytes) >= kLargePictureBytes &&
+           reinterpret_cast<std::uintptr_t>(inRow) % (sizeof(float) * hn::Lanes(kFloats)) == 0;
+}
+
+void StreamPixels(const float* inPixels, float* outPixels) {
+    const std::size_t lanes = hn::Lanes(kFloats);
+    for (std::size_t i = 0; i < 4 * lanes; i += lanes)
+        hn::Stream(hn::Load(kFloats, inPixels + i), kFloats, outPixels + i);
+}
+
 template <bool isReversed>
 void StoreFloats(const PlanarRow& inRow, const CodeRanges&, const Destination& outPicture,
                  std::int32_t inRowNumber) {
     std::byte* const row = RowAt(outPicture, inRowNumber);
     const float* const planes[] = {inRow[0], inRow[1], inRow[2], inRow[3]};
+    const bool isStreamed = IsStreamed(outPicture, row);
+    HWY_ALIGN float streamed[4 * hn::MaxLanes(kFloats)];
     std::int32_t x = 0;
     for (; x + Step() <= outPicture.width; x += Step()) {
+        auto* const pixels = reinterpret_cast<float*>(row + std::int64_t{x} * 16);
         hn::StoreInterleaved4(hn::LoadU(kFloats, planes[PlaneAt(isReversed, 0)] + x),
                               hn::LoadU(kFloats, planes[PlaneAt(isReversed, 1)] + x),
                               hn::LoadU(kFloats, planes[PlaneAt(isReversed, 2)] + x),
                               hn::LoadU(kFloats, planes[PlaneAt(isReversed, 3)] + x), kFloats,
-                              reinterpret_cast<float*>(row + std::int64_t{x} * 16));
+                              isStreamed ? streamed : pixels);
+        if (isStreamed) StreamPixels(streamed, pixels);
     }
+    if (isStreamed) hwy::FlushStream();
     StoreRest(inRow, outPicture, inRowNumber, x);
 }
 

@@ -8,8 +8,8 @@
 
 #include "fast/ByteScaling.h"
 #include "fast/Bytes.h"
+#include "fast/FastPictures.h"
 #include "fast/FastRows.h"
-#include "fast/StreamedRows.h"
 #include "rows/KeptTables.h"
 #include "rows/RowPlan.h"
 #include "rows/RowScaler.h"
@@ -138,13 +138,7 @@ void ConvertPicture(const Source& inSource, const Destination& outDestination) {
         ConvertRows(inSource, outDestination);
         return;
     }
-    if (IsWorthStreaming(inSource, outDestination)) {
-        ConvertStreamed(convert, inSource, outDestination);
-        return;
-    }
-    for (std::int32_t row = 0; row < inSource.height; ++row) {
-        convert(RowAt(inSource, row), RowAt(outDestination, row), inSource.width);
-    }
+    ConvertWith(convert, inSource, outDestination);
 }
 
 void ScalePicture(const Source& inSource, const Destination& outDestination,

@@ -40,9 +40,6 @@ Unit UnitOf(const Format& inFormat, const Pixel& inPixel) {
     return unit;
 }
 
-// From here on a fill leaves nothing of its area in a last-level cache.
-constexpr std::int64_t kStreamedFrom = std::int64_t{16} << 20;
-
 Pattern PatternOf(const Format& inFormat, const Unit& inUnit) {
     Pattern pattern;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
@@ -57,7 +54,7 @@ void FillWithUnit(const Destination& outDestination, const Unit& inUnit) {
     const std::int32_t tailPixels = outDestination.width % format.unitPixels;
     const std::int64_t wholeBytes =
         std::int64_t{outDestination.width / format.unitPixels} * format.unitBytes;
-    const bool isStreamed = wholeBytes * outDestination.height >= kStreamedFrom;
+    const bool isStreamed = wholeBytes * outDestination.height >= kLargePictureBytes;
     for (std::int32_t i = 0; i < outDestination.height; ++i) {
         std::byte* const row = RowAt(outDestination, i);
         RepeatBytes(pattern, row, static_cast<std::size_t>(wholeBytes), isStreamed);
