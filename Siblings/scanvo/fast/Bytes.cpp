@@ -40,10 +40,15 @@ void StreamBytes(std::uint8_t* HWY_RESTRICT outDestination,
     }
 }
 
-// The pattern is a vector long.
+// The pattern is a vector long, or, where vectors are single bytes, a period.
 void RepeatPattern(std::uint8_t* HWY_RESTRICT outDestination,
                    const std::uint8_t* HWY_RESTRICT inPattern, std::size_t inCount,
                    bool inIsStreamed) {
+#if HWY_TARGET == HWY_SCALAR
+    (void)inIsStreamed;
+    for (std::size_t i = 0; i < inCount; ++i)
+        outDestination[i] = inPattern[i % kPatternPeriod];
+#else
     const std::size_t lanes = hn::Lanes(kTag);
     const auto pattern = hn::LoadU(kTag, inPattern);
     if (inIsStreamed) {
@@ -53,6 +58,7 @@ void RepeatPattern(std::uint8_t* HWY_RESTRICT outDestination,
         for (std::size_t i = 0; i < inCount; i += lanes)
             hn::Store(pattern, kTag, outDestination + i);
     }
+#endif
 }
 
 }  // namespace scanvo::HWY_NAMESPACE
