@@ -140,12 +140,12 @@ TEST(VectorRows, RoundEveryPairOfByteAndAlphaExactly) {
     }
 }
 
-// Those are written past the caches, by a fast road, by the general road and by a fill.
+// Those are written past the caches: by a copy, a fast road, the general road and a fill.
 TEST(LargePictures, AreDoneAsTheirRowsAre) {
     constexpr std::int32_t kSize = 2101;
     Area source(0x004, kSize, kSize);
     source.Scatter();
-    for (const FormatCode format : {0x1004u, 0x109u}) {
+    for (const FormatCode format : {0x004u, 0x1004u, 0x109u}) {
         Area whole(format, kSize, kSize, RowOrder::Up), row(format, kSize, 1);
         const auto expectRows = [&](const auto& inMakeRow) {
             whole.ExpectGuardsIntact();

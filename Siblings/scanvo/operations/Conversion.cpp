@@ -50,12 +50,31 @@ bool MovesForward(const Source& inSource, const Destination& inDestination) {
     return (inDestination.start > inSource.start) != (inSource.rowBytes > 0);
 }
 
+// Rows of whole units; those of v210 may end within one.
+bool IsWorthStreaming(const Source& inSource) {
+    return inSource.width % inSource.format.unitPixels == 0 &&
+           UsedRowBytes(inSource.format, inSource.width) * inSource.height >= kLargePictureBytes;
+}
+
+void StreamRows(const Source& inSource, const Destination& outDestination) {
+    const std::int64_t used = UsedRowBytes(inSource.format, inSource.width);
+    for (std::int32_t row = 0; row < inSource.height; ++row) {
+        CopyPastCaches(RowAt(outDestination, row), RowAt(inSource, row),
+                       static_cast<std::size_t>(used));
+    }
+    FinishCopies();
+}
+
 void CopyPicture(const Source& inSource, const Destination& outDestination) {
     if (IsSamePlace(inSource, outDestination)) return;
     const bool overlap = Overlap(inSource, outDestination);
     if (!overlap && IsContiguous(inSource) && IsContiguous(outDestination)) {
         CopyBytes(outDestination.start, inSource.start,
                   static_cast<std::size_t>(inSource.rowBytes * inSource.height));
+        return;
+    }
+    if (!overlap && IsWorthStreaming(inSource)) {
+        StreamRows(inSource, outDestination);
         return;
     }
     const bool backwards = overlap && !MovesForward(inSource, outDestination);

@@ -54,10 +54,15 @@ void FillWithUnit(const Destination& outDestination, const Unit& inUnit) {
     const std::int32_t tailPixels = outDestination.width % format.unitPixels;
     const std::int64_t wholeBytes =
         std::int64_t{outDestination.width / format.unitPixels} * format.unitBytes;
-    const bool isStreamed = wholeBytes * outDestination.height >= kLargePictureBytes;
-    for (std::int32_t i = 0; i < outDestination.height; ++i) {
+    const std::int64_t allBytes = wholeBytes * outDestination.height;
+    const bool isStreamed = allBytes >= kLargePictureBytes;
+    // Rows that nothing separates are as good as one.
+    const bool isJoined = tailPixels == 0 && outDestination.rowBytes == wholeBytes;
+    const std::int32_t rowCount = isJoined ? 1 : outDestination.height;
+    for (std::int32_t i = 0; i < rowCount; ++i) {
         std::byte* const row = RowAt(outDestination, i);
-        RepeatBytes(pattern, row, static_cast<std::size_t>(wholeBytes), isStreamed);
+        RepeatBytes(pattern, row, static_cast<std::size_t>(isJoined ? allBytes : wholeBytes),
+                    isStreamed);
         if (tailPixels != 0) CopyRow(format, tailPixels, inUnit.data(), row + wholeBytes);
     }
     if (isStreamed) FinishCopies();
