@@ -32,10 +32,12 @@ namespace hn = hwy::HWY_NAMESPACE;
 constexpr hn::ScalableTag<std::uint8_t> kBytes;
 constexpr hn::ScalableTag<std::int16_t> kShorts;
 constexpr hn::ScalableTag<std::int32_t> kInts;
+constexpr hn::ScalableTag<float> kFloats;
 constexpr hn::ScalableTag<std::uint32_t> kPixels;
 using Bytes = hn::Vec<decltype(kBytes)>;
 using Shorts = hn::Vec<decltype(kShorts)>;
 using Ints = hn::Vec<decltype(kInts)>;
+using Floats = hn::Vec<decltype(kFloats)>;
 using Pixels = hn::Vec<decltype(kPixels)>;
 
 constexpr std::size_t kBlockBytes = 16;
@@ -409,6 +411,46 @@ void MixRows(const std::int16_t* const* inRows, const std::int16_t* inWeights,
     }
 }
 
+// A vector of samples, as sums of premultiplied codes; inX counts samples.
+HWY_INLINE Floats MixSamples(const std::int16_t* const* inRows, const std::int16_t* inWeights,
+                             std::int32_t inRowCount, std::size_t inX) {
+    constexpr hn::Rebind<std::int16_t, decltype(kInts)> kHalfShorts;
+    constexpr float kUnit = 1.0f / (128 << kMixBits);
+    Floats sum = hn::Set(kFloats, 128.0f);
+    for (std::int32_t row = 0; row < inRowCount; ++row) {
+        const Ints samples = hn::PromoteTo(kInts, hn::LoadU(kHalfShorts, inRows[row] + inX));
+        const Floats weight = hn::Set(kFloats, kUnit * static_cast<float>(inWeights[row]));
+        sum = hn::MulAdd(hn::ConvertTo(kFloats, samples), weight, sum);
+    }
+    return sum;
+}
+
+void MixIntoStraightRow(const std::int16_t* const* inRows, const std::int16_t* inWeights,
+                        std::int32_t inRowCount, bool inIsReversed, std::uint32_t inOpaque,
+                        std::byte* outRow, std::int32_t inWidth) {
+    constexpr std::size_t kCount = HWY_LANES(float);
+    constexpr hn::Rebind<std::uint8_t, decltype(kInts)> kCodes;
+    const auto place = hn::And(hn::Iota(kInts, 0), hn::Set(kInts, 3));
+    const auto isAlpha =
+        hn::RebindMask(kFloats, hn::Eq(place, hn::Set(kInts, inIsReversed ? 0 : 3)));
+    const Floats opaque = hn::Set(kFloats, 255.0f);
+    const Floats zero = hn::Zero(kFloats);
+    const std::size_t count = 4 * static_cast<std::size_t>(inWidth);
+    for (std::size_t x = 0; x < count; x += kCount) {
+        const Floats sums = MixSamples(inRows, inWeights, inRowCount, x);
+        const Floats alpha = inIsReversed ? hn::Broadcast<0>(sums) : hn::Broadcast<3>(sums);
+        // Where nothing shows there is no colour to recover.
+        const Floats colour =
+            hn::IfThenElse(hn::Gt(alpha, zero), hn::Div(hn::Mul(sums, opaque), alpha), zero);
+        const Floats codes = hn::IfThenElse(isAlpha, inOpaque != 0 ? opaque : sums, colour);
+        const Floats clamped = hn::Min(hn::Max(codes, zero), opaque);
+        const Ints rounded = hn::ConvertTo(kInts, hn::Add(clamped, hn::Set(kFloats, 0.5f)));
+        std::uint8_t bytes[kCount];
+        hn::StoreU(hn::DemoteTo(kCodes, rounded), kCodes, bytes);
+        std::memcpy(outRow + x, bytes, std::min(kCount, count - x));
+    }
+}
+
 // ---- Short cuts ---------------------------------------------------------------------------------
 
 // Two by two means of bytes without wider sums. Rounding twice makes a mean too large by one where
@@ -495,7 +537,8 @@ void TakePixels(const std::byte* inRow, const std::int32_t* inPlaces, std::uint3
 }
 
 const ByteKernels* TheKernels() {
-    static constexpr ByteKernels kKernels = {MakeByteWeights, MixRows, HalveRows, TakePixels};
+    static constexpr ByteKernels kKernels = {MakeByteWeights, MixRows, MixIntoStraightRow,
+                                             HalveRows, TakePixels};
     return &kKernels;
 }
 

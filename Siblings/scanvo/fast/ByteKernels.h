@@ -52,6 +52,12 @@ struct ByteKernels {
                     std::int32_t inRowCount, std::uint32_t inOpaque, std::byte* outRow,
                     std::int32_t inWidth);
 
+    /// The same out of premultiplied colour, which becomes straight. The alpha comes first where
+    /// inIsReversed.
+    void (*mixIntoStraightRow)(const std::int16_t* const* inRows, const std::int16_t* inWeights,
+                               std::int32_t inRowCount, bool inIsReversed, std::uint32_t inOpaque,
+                               std::byte* outRow, std::int32_t inWidth);
+
     /// The means of two by two pixels, rounded to nearest, halves up. False as with filtering.
     bool (*halveRows)(const std::byte* inFirst, const std::byte* inSecond, std::uint32_t inAlpha,
                       std::uint32_t inOpaque, std::byte* outRow, std::int32_t inWidth);
