@@ -1,6 +1,5 @@
 // From Y'CbCr to pixels of four bytes: chroma spread as Chroma.h does it, then RGB or 4:4:4 codes.
-// Compiled once for
-// each instruction set that has vectors.
+// Compiled once for each instruction set that has vectors.
 #if defined(SCANVO_FAST_SPREAD_ROWS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef SCANVO_FAST_SPREAD_ROWS_INL_H_
 #undef SCANVO_FAST_SPREAD_ROWS_INL_H_
