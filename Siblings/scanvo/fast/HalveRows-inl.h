@@ -1,6 +1,5 @@
 // From pixels of four bytes to Y'CbCr: 8-bit 4:4:4, and 4:2:2 with the filter of Chroma.h.
-// Compiled once for
-// each instruction set that has vectors.
+// Compiled once for each instruction set that has vectors.
 #if defined(SCANVO_FAST_HALVE_ROWS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef SCANVO_FAST_HALVE_ROWS_INL_H_
 #undef SCANVO_FAST_HALVE_ROWS_INL_H_
