@@ -12,6 +12,7 @@ namespace bench {
 namespace {
 
 constexpr auto kBgra = static_cast<SV_PixelFormat>(0x004);
+constexpr auto kOpaqueBgra = static_cast<SV_PixelFormat>(0x00C);
 constexpr float kPart = 0.3f;
 
 // Two BGRA pictures, one to write to, and a mask of a bit or a byte for each pixel.
@@ -153,12 +154,57 @@ void AddAlphaRows(const Size& inSize) {
              })}});
 }
 
+// Corners of a picture drawn in perspective, as parts of its size.
+constexpr double kCorners[4][2] = {{0.05, 0.02}, {0.97, 0.08}, {0.93, 0.99}, {0.01, 0.90}};
+
+void Warp(const Work& inWork, SV_PixelFormat inFormat) {
+    const auto [width, height, name] = inWork.size;
+    const SV_Rect rect = {0, 0, width, height};
+    const double w = width, h = height;
+    const SV_Point from[] = {{0, 0}, {w, 0}, {w, h}, {0, h}};
+    SV_Point to[4];
+    for (std::size_t i = 0; i < 4; ++i)
+        to[i] = {kCorners[i][0] * w, kCorners[i][1] * h};
+    SV_WarpAffineQuad(width, height, inWork.first.Bytes(), inWork.rowBytes, &rect, from,
+                      inWork.output.Bytes(), inWork.rowBytes, &rect, to, 2, 255, 1, 1, inFormat, 0,
+                      0, 1, 0);
+}
+
+void WarpPerspective(const Work& inWork) {
+    const auto w = static_cast<float>(inWork.size.width);
+    const auto h = static_cast<float>(inWork.size.height);
+    // Its coordinates are those of pixel centres.
+    const cv::Point2f half(0.5f, 0.5f);
+    const cv::Point2f from[] = {cv::Point2f(0, 0) - half, cv::Point2f(w, 0) - half,
+                                cv::Point2f(w, h) - half, cv::Point2f(0, h) - half};
+    cv::Point2f to[4];
+    for (std::size_t i = 0; i < 4; ++i) {
+        to[i] = cv::Point2f(static_cast<float>(kCorners[i][0]) * w,
+                            static_cast<float>(kCorners[i][1]) * h) -
+                half;
+    }
+    cv::Mat output = inWork.Picture(inWork.output);
+    cv::warpPerspective(inWork.Picture(inWork.first), output, cv::getPerspectiveTransform(from, to),
+                        output.size(), cv::INTER_LINEAR, cv::BORDER_TRANSPARENT);
+}
+
+void AddWarpRows(const Size& inSize) {
+    const std::string name = std::string(" BGRA ") + inSize.name;
+    const std::vector<Contestant> peers = {
+        {"OpenCV warpPerspective", Repeated(inSize, WarpPerspective)}};
+    AddRow("quad warp" + name, Repeated(inSize, [](const Work& work) { Warp(work, kOpaqueBgra); }),
+           peers);
+    AddRow("quad warp, weighed by alpha," + name,
+           Repeated(inSize, [](const Work& work) { Warp(work, kBgra); }), peers);
+}
+
 }  // namespace
 
 void AddBlendRows() {
     for (const Size& size : kSizes) {
         AddMixRows(size);
         AddAlphaRows(size);
+        AddWarpRows(size);
     }
 }
 

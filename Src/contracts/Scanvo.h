@@ -176,15 +176,16 @@ SIBLING_API std::int32_t SV_OneBitMaskComposite(const void* inA, std::int64_t in
 /// that takes each source corner to the destination corner of the same number. Corners go round
 /// the quadrilateral, either way. Pixels outside the destination quadrilateral or inDestinationRect
 /// stay as they are; source pixels outside inSourceRect are not read: those at its edges go on.
-/// Both pictures are of inFormat, whose rows must be addressable.
+/// Both pictures are of inFormat, which must be a packed 4:4:4:4 one, and must not overlap.
 ///
 /// inQuality 0 and 1 take the nearest pixel, more interpolates bilinearly if inInterpolates is not
-/// 0. inOpacity is 0 to 255. inAntialiasesEdges not 0 mixes the pixels that an edge cuts with what
-/// was there by how much of them is covered; 0 draws a pixel whole or not at all, by its centre.
-/// The last four arguments make no difference; callers pass 0, 0, 1, 0.
+/// 0; straight colour then counts by its alpha. inOpacity is 0 to 255, clamped: what is drawn
+/// replaces that much of what was there, alpha included. inAntialiasesEdges not 0 mixes the pixels
+/// that an edge cuts with what was there by how much of them is covered; 0 draws a pixel whole or
+/// not at all, by its centre. The last four arguments make no difference; callers pass 0, 0, 1, 0.
 /// kSV_BadArgument for corners of either quadrilateral that repeat, lie on one line or do not
-/// bound a convex area, for coordinates that are no numbers, and for rectangles beyond their
-/// picture.
+/// bound a convex area, for coordinates that are no numbers or beyond 1e9, and for rectangles that
+/// are empty or beyond their picture.
 SIBLING_API std::int32_t SV_WarpAffineQuad(
     std::int32_t inSourceWidth, std::int32_t inSourceHeight, const void* inSource,
     std::int64_t inSourceRowBytes, const SV_Rect* inSourceRect, const SV_Point* inSourceCorners,

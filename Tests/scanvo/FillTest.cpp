@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Area.h"
+#include "Targets.h"
 
 namespace scanvo_test {
 namespace {
@@ -13,19 +14,22 @@ TEST(Fill, WritesTheValueInEveryFormatAndWidth) {
                   {SV_FillWithOpaqueWhite, {1, 1, 1, 1}},
                   {SV_FillWithTransparentBlack, {0, 0, 0, 0}},
                   {SV_FillWithTransparentWhite, {1, 1, 1, 0}}};
-    for (const FormatCode format : kPackedFormats) {
-        for (const std::int32_t width : {1, 2, 3, 4, 5, 6, 7, 11, 12, 13, 48, 100}) {
-            for (const auto& [call, colour] : kFills) {
-                // One row needs no row bytes.
-                const std::int32_t height = width == 5 ? 1 : 3;
-                Area area(format, width, height, width % 2 == 0 ? RowOrder::Down : RowOrder::Up);
-                const std::int64_t rowBytes = height == 1 ? 0 : area.RowBytes();
-                ASSERT_EQ(call(area.Start(), rowBytes, width, height, format), 0);
-                area.ExpectFilled(ExactCodes(format, colour), Rounding(format));
-                area.ExpectGuardsIntact();
+    ForEachTarget([&] {
+        for (const FormatCode format : kPackedFormats) {
+            for (const std::int32_t width : {1, 2, 3, 4, 5, 6, 7, 11, 12, 13, 48, 100}) {
+                for (const auto& [call, colour] : kFills) {
+                    // One row needs no row bytes.
+                    const std::int32_t height = width == 5 ? 1 : 3;
+                    Area area(format, width, height,
+                              width % 2 == 0 ? RowOrder::Down : RowOrder::Up);
+                    const std::int64_t rowBytes = height == 1 ? 0 : area.RowBytes();
+                    ASSERT_EQ(call(area.Start(), rowBytes, width, height, format), 0);
+                    area.ExpectFilled(ExactCodes(format, colour), Rounding(format));
+                    area.ExpectGuardsIntact();
+                }
             }
         }
-    }
+    });
 }
 
 TEST(FillWithColor, CarriesThePixelIntoEveryFormat) {

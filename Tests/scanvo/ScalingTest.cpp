@@ -61,24 +61,28 @@ TEST(Scale, WeighsByTheFilterOfTheQuality) {
         // Equal sizes are left alone.
         {5, {1, kInfinity, 3}, {1, kInfinity, 3}},
     };
-    for (const auto& [quality, values, expected] : kCases) {
-        const auto count = static_cast<std::int32_t>(values.size());
-        const auto newCount = static_cast<std::int32_t>(expected.size());
-        // Red differs from column to column, green from row to row.
-        Area source(0x10C, count, count);
-        for (std::int32_t i = 0; i < count * count; ++i) {
-            source.Set(i / count, i % count * 4 + 2, values[static_cast<std::size_t>(i % count)]);
-            source.Set(i / count, i % count * 4 + 1, values[static_cast<std::size_t>(i / count)]);
+    ForEachTarget([&] {
+        for (const auto& [quality, values, expected] : kCases) {
+            const auto count = static_cast<std::int32_t>(values.size());
+            const auto newCount = static_cast<std::int32_t>(expected.size());
+            // Red differs from column to column, green from row to row.
+            Area source(0x10C, count, count);
+            for (std::int32_t i = 0; i < count * count; ++i) {
+                source.Set(i / count, i % count * 4 + 2,
+                           values[static_cast<std::size_t>(i % count)]);
+                source.Set(i / count, i % count * 4 + 1,
+                           values[static_cast<std::size_t>(i / count)]);
+            }
+            const Area scaled = Scaled(source, 0x10C, {newCount, newCount}, quality);
+            for (std::int32_t i = 0; i < newCount; ++i) {
+                const float value = expected[static_cast<std::size_t>(i)];
+                EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(i, 0)[0]), value)
+                    << count << ", quality " << quality;
+                EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(0, i)[1]), value)
+                    << count << ", quality " << quality;
+            }
         }
-        const Area scaled = Scaled(source, 0x10C, {newCount, newCount}, quality);
-        for (std::int32_t i = 0; i < newCount; ++i) {
-            const float value = expected[static_cast<std::size_t>(i)];
-            EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(i, 0)[0]), value)
-                << count << ", quality " << quality;
-            EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(0, i)[1]), value)
-                << count << ", quality " << quality;
-        }
-    }
+    });
 }
 
 // ---- Against a double-precision filter

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 #include "fast/ByteKernels.h"
 #include "rows/KeptTables.h"
@@ -31,10 +32,12 @@ namespace hn = hwy::HWY_NAMESPACE;
 constexpr hn::ScalableTag<std::uint8_t> kBytes;
 constexpr hn::ScalableTag<std::int16_t> kShorts;
 constexpr hn::ScalableTag<std::int32_t> kInts;
+constexpr hn::ScalableTag<float> kFloats;
 constexpr hn::ScalableTag<std::uint32_t> kPixels;
 using Bytes = hn::Vec<decltype(kBytes)>;
 using Shorts = hn::Vec<decltype(kShorts)>;
 using Ints = hn::Vec<decltype(kInts)>;
+using Floats = hn::Vec<decltype(kFloats)>;
 using Pixels = hn::Vec<decltype(kPixels)>;
 
 constexpr std::size_t kBlockBytes = 16;
@@ -62,38 +65,6 @@ HWY_INLINE void StoreSomePixels(Pixels inPixels, std::size_t inCount, std::byte*
 
 // 1 is 8192: products with a filtered row's codes, 128 times themselves, are shifted down by 6.
 constexpr int kFilterBits = 13;
-
-// For each pair of taps a vector: in the block of each destination pixel the two weights, four
-// times, one for each component.
-ByteWeights MakeByteWeights(const Axis& inAxis) {
-    const std::shared_ptr<const WeightTable> table = KeptWeights(inAxis);
-    constexpr std::size_t kPairCopies = 4;
-    const std::int32_t quadCount = (table->tapCount + 3) / 4;
-    const std::int32_t tapCount = 4 * quadCount;
-    if (tapCount > inAxis.source.count) return {};
-    const auto count = static_cast<std::size_t>(table->Count());
-    ByteWeights result;
-    result.quadCount = quadCount;
-    result.first.resize((count + kPixelsAtOnce - 1) / kPixelsAtOnce * kPixelsAtOnce);
-    result.weights.resize(result.first.size() * static_cast<std::size_t>(tapCount) * kPairCopies);
-    std::vector<std::int16_t> weights(static_cast<std::size_t>(tapCount));
-    for (std::size_t x = 0; x < result.first.size(); ++x) {
-        const auto from = static_cast<std::int32_t>(std::min(x, count - 1));
-        const std::int32_t first = table->first[static_cast<std::size_t>(from)];
-        result.first[x] = std::min(first, inAxis.source.count - tapCount);
-        std::fill(weights.begin(), weights.end(), std::int16_t{0});
-        RoundWeights(table->WeightsOf(from), table->tapCount, kFilterBits,
-                     weights.data() + (first - result.first[x]));
-        for (std::size_t tap = 0; tap < weights.size(); ++tap) {
-            const std::size_t vector = x / kBlocks * weights.size() / 2 + tap / 2;
-            const std::size_t place = vector * HWY_LANES(std::int16_t) + x % kBlocks * 8 + tap % 2;
-            for (std::size_t copy = 0; copy < kPairCopies; ++copy) {
-                result.weights[place + 2 * copy] = weights[tap];
-            }
-        }
-    }
-    return result;
-}
 
 // The four pixels from each of some places on.
 template <class Tag>
@@ -131,59 +102,240 @@ alignas(16) constexpr std::uint8_t kFirstPair[16] = {0, 0x80, 4, 0x80, 1, 0x80, 
 alignas(16) constexpr std::uint8_t kSecondPair[16] = {8,  0x80, 12, 0x80, 9,  0x80, 13, 0x80,
                                                       10, 0x80, 14, 0x80, 11, 0x80, 15, 0x80};
 
-struct TwoSums {
-    Ints first, second;
+// kBlocks destination pixels of each row.
+struct Sums {
+    Ints of[kFilteredTogether];
 };
 
-// kBlocks destination pixels of two rows.
-HWY_INLINE TwoSums FilterBlocks(const std::uint8_t* inFirst, const std::uint8_t* inSecond,
-                                const std::int32_t* inPlaces, const std::int16_t* inWeights,
-                                std::int32_t inQuadCount) {
+HWY_INLINE Sums FilterBlocks(const std::byte* const* inRows, const std::int32_t* inPlaces,
+                             const std::int16_t* inWeights, std::int32_t inQuadCount,
+                             Bytes& ioCommon) {
     const Bytes firstPair = hn::LoadDup128(kBytes, kFirstPair);
     const Bytes secondPair = hn::LoadDup128(kBytes, kSecondPair);
-    const auto add = [&](const std::uint8_t* row, Shorts weights01, Shorts weights23, Ints sums) {
-        const Bytes pixels = LoadBlocks(kBytes, row, inPlaces);
-        const auto pair = [&](Bytes which) {
-            return hn::BitCast(kShorts, hn::TableLookupBytesOr0(pixels, which));
-        };
-        return AddPairs(pair(secondPair), weights23, AddPairs(pair(firstPair), weights01, sums));
-    };
     // What makes codes signed, and rounds.
     const Ints start = hn::Set(kInts, 32 - (128 << kFilterBits));
-    TwoSums sums{start, start};
+    Sums sums{{start, start, start, start}};
     for (std::int32_t quad = 0; quad < inQuadCount; ++quad) {
         const Shorts weights01 = hn::LoadU(kShorts, inWeights);
         const Shorts weights23 = hn::LoadU(kShorts, inWeights + HWY_LANES(std::int16_t));
-        sums.first = add(inFirst + kBlockBytes * static_cast<std::size_t>(quad), weights01,
-                         weights23, sums.first);
-        sums.second = add(inSecond + kBlockBytes * static_cast<std::size_t>(quad), weights01,
-                          weights23, sums.second);
         inWeights += 2 * HWY_LANES(std::int16_t);
+        for (std::int32_t row = 0; row < kFilteredTogether; ++row) {
+            const auto* const pixels = reinterpret_cast<const std::uint8_t*>(inRows[row]);
+            const Bytes taps =
+                LoadBlocks(kBytes, pixels + kBlockBytes * static_cast<std::size_t>(quad), inPlaces);
+            ioCommon = hn::And(ioCommon, taps);
+            const auto pair = [taps](Bytes which) {
+                return hn::BitCast(kShorts, hn::TableLookupBytesOr0(taps, which));
+            };
+            Ints& sum = sums.of[row];
+            sum = AddPairs(pair(firstPair), weights01, sum);
+            sum = AddPairs(pair(secondPair), weights23, sum);
+        }
     }
-    return {hn::ShiftRight<kFilterBits - 7>(sums.first),
-            hn::ShiftRight<kFilterBits - 7>(sums.second)};
+    for (Ints& sum : sums.of) {
+        sum = hn::ShiftRight<kFilterBits - 7>(sum);
+    }
+    return sums;
 }
 
-void FilterRows(const std::byte* inFirst, const std::byte* inSecond, const ByteWeights& inWeights,
-                std::int16_t* outFirst, std::int16_t* outSecond) {
-    const auto* const first = reinterpret_cast<const std::uint8_t*>(inFirst);
-    const auto* const second = reinterpret_cast<const std::uint8_t*>(inSecond);
+HWY_INLINE void StorePacked(const Sums& inLow, const Sums& inHigh, std::size_t inPlace,
+                            std::int16_t* const* outRows) {
+    for (std::int32_t row = 0; row < kFilteredTogether; ++row) {
+        hn::StoreU(hn::ConcatEven(kShorts, hn::BitCast(kShorts, inHigh.of[row]),
+                                  hn::BitCast(kShorts, inLow.of[row])),
+                   kShorts, outRows[row] + inPlace);
+    }
+}
+
+// Whether pixels whose common bits these are have all bits of an alpha.
+HWY_INLINE bool Hold(Bytes inCommon, std::uint32_t inAlpha) {
+    const Pixels alpha = hn::Set(kPixels, inAlpha);
+    return hn::AllTrue(kPixels, hn::Eq(hn::And(hn::BitCast(kPixels, inCommon), alpha), alpha));
+}
+
+HWY_INLINE Bytes AllBits() {
+    return hn::Set(kBytes, std::uint8_t{0xFF});
+}
+
+bool FilterRows(const std::byte* const* inRows, const ByteWeights& inWeights, std::uint32_t inAlpha,
+                std::int16_t* const* outRows) {
     const std::int16_t* weights = inWeights.weights.data();
     const std::size_t weightStep =
         static_cast<std::size_t>(inWeights.quadCount) * 2 * HWY_LANES(std::int16_t);
-    const auto pack = [](Ints low, Ints high, std::int16_t* out) {
-        hn::StoreU(hn::ConcatEven(kShorts, hn::BitCast(kShorts, high), hn::BitCast(kShorts, low)),
-                   kShorts, out);
-    };
-    for (std::size_t x = 0; x < inWeights.first.size(); x += 2 * kBlocks) {
+    Bytes common = AllBits();
+    for (std::size_t x = 0; x < inWeights.pixelCount; x += 2 * kBlocks) {
         const std::int32_t* const places = inWeights.first.data() + x;
-        const TwoSums low = FilterBlocks(first, second, places, weights, inWeights.quadCount);
-        const TwoSums high = FilterBlocks(first, second, places + kBlocks, weights + weightStep,
-                                          inWeights.quadCount);
+        const Sums low = FilterBlocks(inRows, places, weights, inWeights.quadCount, common);
+        const Sums high = FilterBlocks(inRows, places + kBlocks, weights + weightStep,
+                                       inWeights.quadCount, common);
         weights += 2 * weightStep;
-        pack(low.first, high.first, outFirst + 4 * x);
-        pack(low.second, high.second, outSecond + 4 * x);
+        StorePacked(low, high, 4 * x, outRows);
     }
+    return Hold(common, inAlpha);
+}
+
+// One destination pixel's taps: as many weights as all pixels have, all inside the source.
+struct PixelTaps {
+    std::int32_t first;
+    std::vector<std::int16_t> weights;
+};
+
+PixelTaps TapsOf(const WeightTable& inTable, std::size_t inPixel, std::int32_t inTapCount,
+                 std::int32_t inSourceCount) {
+    const auto pixel = std::min(static_cast<std::int32_t>(inPixel), inTable.Count() - 1);
+    const std::int32_t first = inTable.first[static_cast<std::size_t>(pixel)];
+    PixelTaps taps{std::min(first, inSourceCount - inTapCount), {}};
+    taps.weights.resize(static_cast<std::size_t>(inTapCount));
+    RoundWeights(inTable.WeightsOf(pixel), inTable.tapCount, kFilterBits,
+                 taps.weights.data() + (first - taps.first));
+    return taps;
+}
+
+// For each pair of taps a vector: in the block of each destination pixel the two weights, four
+// times, one for each component.
+void LayOutPairs(const WeightTable& inTable, std::int32_t inSourceCount, ByteWeights& ioWeights) {
+    const std::int32_t tapCount = 4 * ioWeights.quadCount;
+    const auto pairCount = static_cast<std::size_t>(tapCount / 2);
+    ioWeights.filter = FilterRows;
+    ioWeights.first.resize(ioWeights.pixelCount);
+    ioWeights.weights.resize(ioWeights.pixelCount * pairCount * 8);
+    for (std::size_t x = 0; x < ioWeights.pixelCount; ++x) {
+        const PixelTaps taps = TapsOf(inTable, x, tapCount, inSourceCount);
+        ioWeights.first[x] = taps.first;
+        for (std::size_t i = 0; i < pairCount * 8; ++i) {
+            const std::size_t vector = x / kBlocks * pairCount + i / 8;
+            ioWeights.weights[vector * HWY_LANES(std::int16_t) + x % kBlocks * 8 + i % 8] =
+                taps.weights[i / 8 * 2 + i % 2];
+        }
+    }
+}
+
+#if HWY_TARGET == HWY_AVX3_DL
+
+// ---- Along a row, where one instruction permutes any bytes and another sums four products -------
+
+// Pixels that one instruction can choose from.
+constexpr std::int32_t kWindow = 16;
+constexpr std::size_t kVectorShorts = HWY_LANES(std::int16_t);
+
+HWY_PUSH_ATTRIBUTES("avx512vnni")
+
+// Four destination pixels of each row. A step of the weights is three vectors: which bytes of the
+// window, and the upper and lower part of the weights of these bytes.
+template <class QuadCount>
+HWY_INLINE Sums FilterWindows(const std::byte* const* inRows, const std::int32_t* inPlaces,
+                              const std::int16_t* inWeights, QuadCount inQuadCount,
+                              Bytes& ioCommon) {
+    const Ints zero = hn::Zero(kInts);
+    const Ints start = hn::Set(kInts, 32 - (128 << kFilterBits));
+    Sums upper{{zero, zero, zero, zero}};
+    Sums lower{{start, start, start, start}};
+    for (std::int32_t quad = 0; quad < inQuadCount; ++quad) {
+        const Shorts which = hn::LoadU(kShorts, inWeights);
+        const Shorts upperWeights = hn::LoadU(kShorts, inWeights + kVectorShorts);
+        const Shorts lowerWeights = hn::LoadU(kShorts, inWeights + 2 * kVectorShorts);
+        inWeights += 3 * kVectorShorts;
+        for (std::int32_t row = 0; row < kFilteredTogether; ++row) {
+            const Pixels window = LoadPixels(inRows[row] + std::int64_t{4} * inPlaces[quad]);
+            ioCommon = hn::And(ioCommon, hn::BitCast(kBytes, window));
+            const auto taps = _mm512_permutexvar_epi8(which.raw, window.raw);
+            Ints& high = upper.of[row];
+            Ints& low = lower.of[row];
+            high = Ints{_mm512_dpbusd_epi32(high.raw, taps, upperWeights.raw)};
+            low = Ints{_mm512_dpbusd_epi32(low.raw, taps, lowerWeights.raw)};
+        }
+    }
+    for (std::int32_t row = 0; row < kFilteredTogether; ++row) {
+        const Ints sum = hn::Add(hn::ShiftLeft<7>(upper.of[row]), lower.of[row]);
+        lower.of[row] = hn::ShiftRight<kFilterBits - 7>(sum);
+    }
+    return lower;
+}
+
+template <class QuadCount>
+HWY_INLINE bool FilterAllWindows(const std::byte* const* inRows, const ByteWeights& inWeights,
+                                 QuadCount inQuadCount, std::uint32_t inAlpha,
+                                 std::int16_t* const* outRows) {
+    const std::byte* const rows[] = {inRows[0], inRows[1], inRows[2], inRows[3]};
+    const std::int32_t* places = inWeights.first.data();
+    const std::int16_t* weights = inWeights.weights.data();
+    Bytes common = AllBits();
+    for (std::size_t x = 0; x < inWeights.pixelCount; x += 2 * kBlocks) {
+        const Sums low = FilterWindows(rows, places, weights, inQuadCount, common);
+        places += inQuadCount;
+        weights += 3 * kVectorShorts * static_cast<std::size_t>(inQuadCount);
+        const Sums high = FilterWindows(rows, places, weights, inQuadCount, common);
+        places += inQuadCount;
+        weights += 3 * kVectorShorts * static_cast<std::size_t>(inQuadCount);
+        StorePacked(low, high, 4 * x, outRows);
+    }
+    return Hold(common, inAlpha);
+}
+
+// One quad is what shrinking to a half and enlarging mostly take; it needs no loop.
+bool FilterRowsByWindows(const std::byte* const* inRows, const ByteWeights& inWeights,
+                         std::uint32_t inAlpha, std::int16_t* const* outRows) {
+    if (inWeights.quadCount == 1) {
+        constexpr std::integral_constant<std::int32_t, 1> kOne;
+        return FilterAllWindows(inRows, inWeights, kOne, inAlpha, outRows);
+    }
+    return FilterAllWindows(inRows, inWeights, inWeights.quadCount, inAlpha, outRows);
+}
+
+HWY_POP_ATTRIBUTES
+
+// False when the taps of four destination pixels do not lie in one window.
+bool LayOutWindows(const WeightTable& inTable, std::int32_t inSourceCount, ByteWeights& ioWeights) {
+    const std::int32_t tapCount = 4 * ioWeights.quadCount;
+    const auto quadCount = static_cast<std::size_t>(ioWeights.quadCount);
+    if (inSourceCount < kWindow || !__builtin_cpu_supports("avx512vnni")) return false;
+    ioWeights.filter = FilterRowsByWindows;
+    ioWeights.first.resize(ioWeights.pixelCount / kBlocks * quadCount);
+    ioWeights.weights.resize(ioWeights.first.size() * 3 * kVectorShorts);
+    auto* const bytes = reinterpret_cast<std::uint8_t*>(ioWeights.weights.data());
+    for (std::size_t x = 0; x < ioWeights.pixelCount; ++x) {
+        const PixelTaps taps = TapsOf(inTable, x, tapCount, inSourceCount);
+        for (std::size_t tap = 0; tap < taps.weights.size(); ++tap) {
+            const std::size_t step = x / kBlocks * quadCount + tap / 4;
+            const std::int32_t pixel = taps.first + static_cast<std::int32_t>(tap);
+            std::int32_t& window = ioWeights.first[step];
+            if (x % kBlocks == 0 && tap % 4 == 0) window = std::min(pixel, inSourceCount - kWindow);
+            if (pixel - window >= kWindow) return false;
+            const std::int32_t weight = taps.weights[tap];
+            const std::int32_t lower = (weight & 127) - (weight & 64) * 2;
+            for (std::size_t component = 0; component < 4; ++component) {
+                std::uint8_t* const place = bytes + step * 3 * sizeof(Bytes) +
+                                            x % kBlocks * kBlockBytes + component * 4 + tap % 4;
+                place[0] = static_cast<std::uint8_t>(4 * (pixel - window) +
+                                                     static_cast<std::int32_t>(component));
+                place[sizeof(Bytes)] = static_cast<std::uint8_t>((weight - lower) >> 7);
+                place[2 * sizeof(Bytes)] = static_cast<std::uint8_t>(lower);
+            }
+        }
+    }
+    return true;
+}
+
+#else
+
+bool LayOutWindows(const WeightTable&, std::int32_t, ByteWeights&) {
+    return false;
+}
+
+#endif
+
+ByteWeights MakeByteWeights(const Axis& inAxis) {
+    const std::shared_ptr<const WeightTable> table = KeptWeights(inAxis);
+    ByteWeights weights;
+    weights.quadCount = (table->tapCount + 3) / 4;
+    if (4 * weights.quadCount > inAxis.source.count) return {};
+    const std::size_t vectors =
+        (static_cast<std::size_t>(table->Count()) + kPixelsAtOnce - 1) / kPixelsAtOnce;
+    weights.pixelCount = vectors * kPixelsAtOnce;
+    if (!LayOutWindows(*table, inAxis.source.count, weights)) {
+        LayOutPairs(*table, inAxis.source.count, weights);
+    }
+    return weights;
 }
 
 // ---- Across rows --------------------------------------------------------------------------------
@@ -259,81 +411,134 @@ void MixRows(const std::int16_t* const* inRows, const std::int16_t* inWeights,
     }
 }
 
+// A vector of samples, as sums of premultiplied codes; inX counts samples.
+HWY_INLINE Floats MixSamples(const std::int16_t* const* inRows, const std::int16_t* inWeights,
+                             std::int32_t inRowCount, std::size_t inX) {
+    constexpr hn::Rebind<std::int16_t, decltype(kInts)> kHalfShorts;
+    constexpr float kUnit = 1.0f / (128 << kMixBits);
+    Floats sum = hn::Set(kFloats, 128.0f);
+    for (std::int32_t row = 0; row < inRowCount; ++row) {
+        const Ints samples = hn::PromoteTo(kInts, hn::LoadU(kHalfShorts, inRows[row] + inX));
+        const Floats weight = hn::Set(kFloats, kUnit * static_cast<float>(inWeights[row]));
+        sum = hn::MulAdd(hn::ConvertTo(kFloats, samples), weight, sum);
+    }
+    return sum;
+}
+
+void MixIntoStraightRow(const std::int16_t* const* inRows, const std::int16_t* inWeights,
+                        std::int32_t inRowCount, bool inIsReversed, std::uint32_t inOpaque,
+                        std::byte* outRow, std::int32_t inWidth) {
+    constexpr std::size_t kCount = HWY_LANES(float);
+    constexpr hn::Rebind<std::uint8_t, decltype(kInts)> kCodes;
+    const auto place = hn::And(hn::Iota(kInts, 0), hn::Set(kInts, 3));
+    const auto isAlpha =
+        hn::RebindMask(kFloats, hn::Eq(place, hn::Set(kInts, inIsReversed ? 0 : 3)));
+    const Floats opaque = hn::Set(kFloats, 255.0f);
+    const Floats zero = hn::Zero(kFloats);
+    const std::size_t count = 4 * static_cast<std::size_t>(inWidth);
+    for (std::size_t x = 0; x < count; x += kCount) {
+        const Floats sums = MixSamples(inRows, inWeights, inRowCount, x);
+        const Floats alpha = inIsReversed ? hn::Broadcast<0>(sums) : hn::Broadcast<3>(sums);
+        // Where nothing shows there is no colour to recover.
+        const Floats colour =
+            hn::IfThenElse(hn::Gt(alpha, zero), hn::Div(hn::Mul(sums, opaque), alpha), zero);
+        const Floats codes = hn::IfThenElse(isAlpha, inOpaque != 0 ? opaque : sums, colour);
+        const Floats clamped = hn::Min(hn::Max(codes, zero), opaque);
+        const Ints rounded = hn::ConvertTo(kInts, hn::Add(clamped, hn::Set(kFloats, 0.5f)));
+        std::uint8_t bytes[kCount];
+        hn::StoreU(hn::DemoteTo(kCodes, rounded), kCodes, bytes);
+        std::memcpy(outRow + x, bytes, std::min(kCount, count - x));
+    }
+}
+
 // ---- Short cuts ---------------------------------------------------------------------------------
 
 // Two by two means of bytes without wider sums. Rounding twice makes a mean too large by one where
 // a pair was rounded up and the means of both pairs, taken together, were rounded up again.
-HWY_INLINE Pixels HalvePixels(const std::byte* inFirst, const std::byte* inSecond) {
-    const auto bytes = [](Pixels pixels) { return hn::BitCast(kBytes, pixels); };
-    const auto load = [&](const std::byte* pixels) { return bytes(LoadPixels(pixels)); };
+HWY_INLINE Pixels HalvePixels(const std::byte* inFirst, const std::byte* inSecond,
+                              Bytes& ioCommon) {
     constexpr std::size_t kVectorBytes = HWY_LANES(std::uint8_t);
-    const Bytes first0 = load(inFirst);
-    const Bytes first1 = load(inFirst + kVectorBytes);
-    const Bytes second0 = load(inSecond);
-    const Bytes second1 = load(inSecond + kVectorBytes);
-    const auto even = [&](Bytes low, Bytes high) {
-        return bytes(
-            hn::ConcatEven(kPixels, hn::BitCast(kPixels, high), hn::BitCast(kPixels, low)));
-    };
-    const auto odd = [&](Bytes low, Bytes high) {
-        return bytes(hn::ConcatOdd(kPixels, hn::BitCast(kPixels, high), hn::BitCast(kPixels, low)));
-    };
-    const Bytes mean0 = hn::AverageRound(first0, second0);
-    const Bytes mean1 = hn::AverageRound(first1, second1);
-    const Bytes uneven0 = hn::Xor(first0, second0);
-    const Bytes uneven1 = hn::Xor(first1, second1);
-    const Bytes left = even(mean0, mean1);
-    const Bytes right = odd(mean0, mean1);
-    const Bytes uneven = hn::Or(even(uneven0, uneven1), odd(uneven0, uneven1));
+    const auto bytes = [](Pixels pixels) { return hn::BitCast(kBytes, pixels); };
+    const Pixels first0 = LoadPixels(inFirst);
+    const Pixels first1 = LoadPixels(inFirst + kVectorBytes);
+    const Pixels second0 = LoadPixels(inSecond);
+    const Pixels second1 = LoadPixels(inSecond + kVectorBytes);
+    const Bytes firstLeft = bytes(hn::ConcatEven(kPixels, first1, first0));
+    const Bytes firstRight = bytes(hn::ConcatOdd(kPixels, first1, first0));
+    const Bytes secondLeft = bytes(hn::ConcatEven(kPixels, second1, second0));
+    const Bytes secondRight = bytes(hn::ConcatOdd(kPixels, second1, second0));
+    ioCommon = hn::And(ioCommon,
+                       hn::And(hn::And(firstLeft, firstRight), hn::And(secondLeft, secondRight)));
+    const Bytes left = hn::AverageRound(firstLeft, secondLeft);
+    const Bytes right = hn::AverageRound(firstRight, secondRight);
+    const Bytes uneven = hn::Or(hn::Xor(firstLeft, secondLeft), hn::Xor(firstRight, secondRight));
     const Bytes excess = hn::And(hn::And(uneven, hn::Xor(left, right)), hn::Set(kBytes, 1));
     return hn::BitCast(kPixels, hn::Sub(hn::AverageRound(left, right), excess));
 }
 
-void HalveRows(const std::byte* inFirst, const std::byte* inSecond, std::uint32_t inOpaque,
-               std::byte* outRow, std::int32_t inWidth) {
+bool HalveRows(const std::byte* inFirst, const std::byte* inSecond, std::uint32_t inAlpha,
+               std::uint32_t inOpaque, std::byte* outRow, std::int32_t inWidth) {
     const Pixels opaque = hn::Set(kPixels, inOpaque);
     const auto width = static_cast<std::size_t>(inWidth);
+    Bytes common = AllBits();
     std::size_t x = 0;
     for (; x + kPixelsAtOnce <= width; x += kPixelsAtOnce) {
-        StorePixels(hn::Or(HalvePixels(inFirst + 8 * x, inSecond + 8 * x), opaque), outRow + 4 * x);
+        StorePixels(hn::Or(HalvePixels(inFirst + 8 * x, inSecond + 8 * x, common), opaque),
+                    outRow + 4 * x);
     }
-    if (x == width) return;
-    std::byte first[8 * kPixelsAtOnce] = {};
-    std::byte second[8 * kPixelsAtOnce] = {};
+    if (x == width) return Hold(common, inAlpha);
+    std::byte first[8 * kPixelsAtOnce];
+    std::byte second[8 * kPixelsAtOnce];
+    std::memset(first, 0xFF, sizeof(first));
+    std::memset(second, 0xFF, sizeof(second));
     std::memcpy(first, inFirst + 8 * x, 8 * (width - x));
     std::memcpy(second, inSecond + 8 * x, 8 * (width - x));
-    StoreSomePixels(hn::Or(HalvePixels(first, second), opaque), width - x, outRow + 4 * x);
+    StoreSomePixels(hn::Or(HalvePixels(first, second, common), opaque), width - x, outRow + 4 * x);
+    return Hold(common, inAlpha);
+}
+
+// Places near one another are looked up in one vector of pixels.
+HWY_INLINE Pixels TakeVector(const std::byte* inRow, const std::int32_t* inPlaces,
+                             std::int32_t inPlacesEnd) {
+    constexpr auto kCount = static_cast<std::int32_t>(HWY_LANES(std::uint32_t));
+    const std::int32_t first = inPlaces[0];
+    const Ints places = hn::LoadU(kInts, inPlaces);
+    if (inPlaces[kCount - 1] < first + kCount && first + kCount <= inPlacesEnd) {
+        const auto near = hn::IndicesFromVec(kPixels, hn::Sub(places, hn::Set(kInts, first)));
+        return hn::TableLookupLanes(LoadPixels(inRow + std::int64_t{4} * first), near);
+    }
+#if HWY_CAP_GE256
+    const auto* const pixels = reinterpret_cast<const std::int32_t*>(inRow);
+    return hn::BitCast(kPixels, hn::GatherIndex(kInts, pixels, places));
+#else
+    std::byte pixels[sizeof(Pixels)];
+    for (std::size_t i = 0; i < HWY_LANES(std::uint32_t); ++i) {
+        std::memcpy(pixels + 4 * i, inRow + std::int64_t{4} * inPlaces[i], 4);
+    }
+    return LoadPixels(pixels);
+#endif
 }
 
 void TakePixels(const std::byte* inRow, const std::int32_t* inPlaces, std::uint32_t inOpaque,
                 std::byte* outRow, std::int32_t inWidth) {
-    for (std::int32_t x = 0; x < inWidth; ++x) {
-        std::uint32_t pixel;
-        std::memcpy(&pixel, inRow + std::int64_t{4} * inPlaces[x], sizeof(pixel));
-        pixel |= inOpaque;
-        std::memcpy(outRow + std::int64_t{4} * x, &pixel, sizeof(pixel));
-    }
-}
-
-bool IsOpaque(const std::byte* inRow, std::uint32_t inAlpha, std::int32_t inWidth) {
     const auto width = static_cast<std::size_t>(inWidth);
-    const Pixels alpha = hn::Set(kPixels, inAlpha);
-    Pixels both = alpha;
+    const std::int32_t placesEnd = inPlaces[width - 1] + 1;
+    const Pixels opaque = hn::Set(kPixels, inOpaque);
     std::size_t x = 0;
     for (; x + kPixelsAtOnce <= width; x += kPixelsAtOnce) {
-        both = hn::And(both, LoadPixels(inRow + 4 * x));
+        StorePixels(hn::Or(TakeVector(inRow, inPlaces + x, placesEnd), opaque), outRow + 4 * x);
     }
     for (; x < width; ++x) {
         std::uint32_t pixel;
-        std::memcpy(&pixel, inRow + 4 * x, sizeof(pixel));
-        both = hn::And(both, hn::Set(kPixels, pixel));
+        std::memcpy(&pixel, inRow + std::int64_t{4} * inPlaces[x], sizeof(pixel));
+        pixel |= inOpaque;
+        std::memcpy(outRow + 4 * x, &pixel, sizeof(pixel));
     }
-    return hn::AllTrue(kPixels, hn::Eq(both, alpha));
 }
 
 const ByteKernels* TheKernels() {
-    static constexpr ByteKernels kKernels = {MakeByteWeights, FilterRows, MixRows,
-                                             HalveRows,       TakePixels, IsOpaque};
+    static constexpr ByteKernels kKernels = {MakeByteWeights, MixRows, MixIntoStraightRow,
+                                             HalveRows, TakePixels};
     return &kKernels;
 }
 

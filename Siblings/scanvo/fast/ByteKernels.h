@@ -13,16 +13,30 @@
 
 namespace scanvo {
 
-/// Weights along a row in the order that one set of kernels reads them.
+struct ByteWeights;
+
+/// Rows that are filtered together, so that weights are read once for all of them.
+constexpr std::int32_t kFilteredTogether = 4;
+
+/// Filters kFilteredTogether rows, some of which may be the same. The results have four samples for
+/// each pixel that the weights are for. False when a pixel lacks bits of inAlpha; the results are
+/// then of no use.
+using FilterByteRows = bool (*)(const std::byte* const* inRows, const ByteWeights& inWeights,
+                                std::uint32_t inAlpha, std::int16_t* const* outRows);
+
+/// Weights along a row.
 struct ByteWeights {
     std::size_t Bytes() const {
         return sizeof(std::int32_t) * first.size() + sizeof(std::int16_t) * weights.size();
     }
 
-    /// Taps of every destination pixel, in fours; 0 when the source has fewer pixels than that.
+    /// Null when the source is too narrow for any.
+    FilterByteRows filter = nullptr;
+    /// Taps of every destination pixel, in fours.
     std::int32_t quadCount = 0;
-    /// The source pixel of each destination pixel's first tap; all taps lie inside the source. As
-    /// many as the filtered row holds, which may be more than there are destination pixels.
+    /// The destination's width, rounded up to whole vectors.
+    std::size_t pixelCount = 0;
+    /// Where to read, and what to make of it, in the order in which the filter goes through them.
     std::vector<std::int32_t> first;
     std::vector<std::int16_t> weights;
 };
@@ -33,27 +47,24 @@ constexpr int kMixBits = 14;
 struct ByteKernels {
     ByteWeights (*makeWeights)(const Axis& inAxis);
 
-    /// Filters two rows, which may be the same. outFirst and outSecond hold four samples for each
-    /// of inWeights.first.
-    void (*filterRows)(const std::byte* inFirst, const std::byte* inSecond,
-                       const ByteWeights& inWeights, std::int16_t* outFirst,
-                       std::int16_t* outSecond);
-
     /// The weighted sum of filtered rows. Sets the bits of inOpaque in each pixel.
     void (*mixRows)(const std::int16_t* const* inRows, const std::int16_t* inWeights,
                     std::int32_t inRowCount, std::uint32_t inOpaque, std::byte* outRow,
                     std::int32_t inWidth);
 
-    /// The means of two by two pixels, rounded to nearest, halves up.
-    void (*halveRows)(const std::byte* inFirst, const std::byte* inSecond, std::uint32_t inOpaque,
-                      std::byte* outRow, std::int32_t inWidth);
+    /// The same out of premultiplied colour, which becomes straight. The alpha comes first where
+    /// inIsReversed.
+    void (*mixIntoStraightRow)(const std::int16_t* const* inRows, const std::int16_t* inWeights,
+                               std::int32_t inRowCount, bool inIsReversed, std::uint32_t inOpaque,
+                               std::byte* outRow, std::int32_t inWidth);
+
+    /// The means of two by two pixels, rounded to nearest, halves up. False as with filtering.
+    bool (*halveRows)(const std::byte* inFirst, const std::byte* inSecond, std::uint32_t inAlpha,
+                      std::uint32_t inOpaque, std::byte* outRow, std::int32_t inWidth);
 
     /// The pixels at inPlaces.
     void (*takePixels)(const std::byte* inRow, const std::int32_t* inPlaces, std::uint32_t inOpaque,
                        std::byte* outRow, std::int32_t inWidth);
-
-    /// Whether every pixel has all bits of inAlpha.
-    bool (*isOpaque)(const std::byte* inRow, std::uint32_t inAlpha, std::int32_t inWidth);
 };
 
 /// Those for this processor; null when it has no vectors.

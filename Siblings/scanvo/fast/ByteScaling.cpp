@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <optional>
 
 #include "fast/ByteKernels.h"
@@ -23,6 +24,10 @@ struct Mixture {
     /// The bits of their alpha that say how much they show; 0 where they show wholly or hold their
     /// colour premultiplied.
     std::uint32_t straightAlpha = 0;
+    /// Whether colour may be multiplied by that alpha; black is not 0 in Y'CbCr.
+    bool premultiplies = false;
+    /// Alpha is the first byte.
+    bool isReversed = false;
     /// Bits to set in what was mixed.
     std::uint32_t opaque = 0;
 };
@@ -63,6 +68,8 @@ std::optional<Mixture> MixtureBetween(const Format& inSource, const Format& inDe
     }
     if (mixed.alpha == Alpha::Straight && inQuality >= 2 && HasAlpha(inSource)) {
         mixture.straightAlpha = AlphaBits(mixed);
+        mixture.premultiplies = mixed.colour == Colour::Rgb;
+        mixture.isReversed = mixed.isReversed;
     }
     if (!HasAlpha(inDestination)) mixture.opaque = AlphaBits(mixed);
     return mixture;
@@ -83,7 +90,12 @@ std::byte* MakeRow(std::int64_t inBytes, Scratch& ioScratch) {
         ioScratch.Resource()->allocate(static_cast<std::size_t>(inBytes), kAlignment));
 }
 
-// Source rows as pixels to be mixed, two at a time.
+std::int16_t* MakeSamples(std::int64_t inCount, Scratch& ioScratch) {
+    return reinterpret_cast<std::int16_t*>(
+        MakeRow(inCount * std::int64_t{sizeof(std::int16_t)}, ioScratch));
+}
+
+// Source rows as pixels to be mixed, as many at a time as are filtered together.
 class PixelRows {
   public:
     PixelRows(const Job& inJob, Scratch& ioScratch) : job_(inJob) {
@@ -93,24 +105,19 @@ class PixelRows {
         }
     }
 
-    /// Valid until the row after the next is asked for.
+    /// Of rows asked for one after the other, the last kFilteredTogether are there.
     const std::byte* Get(std::int32_t inRow) const {
         const std::byte* const row = RowAt(job_.source, inRow);
         if (job_.mixture.convert == nullptr) return row;
-        std::byte* const converted = converted_[static_cast<std::size_t>(inRow % 2)];
+        std::byte* const converted =
+            converted_[static_cast<std::size_t>(inRow) % converted_.size()];
         job_.mixture.convert(row, converted, job_.source.width);
         return converted;
     }
 
-    /// Whether a row may be mixed without regard to what its pixels show.
-    bool ShowsWholly(const std::byte* inPixels) const {
-        const std::uint32_t alpha = job_.mixture.straightAlpha;
-        return alpha == 0 || job_.kernels.isOpaque(inPixels, alpha, job_.source.width);
-    }
-
   private:
     Job job_;
-    std::array<std::byte*, 2> converted_{};
+    std::array<std::byte*, kFilteredTogether> converted_{};
 };
 
 // ---- The three ways -----------------------------------------------------------------------------
@@ -143,15 +150,58 @@ bool Halve(const Job& inJob) {
     for (std::int32_t row = 0; row < inJob.destination.height; ++row) {
         const std::byte* const first = rows.Get(2 * row);
         const std::byte* const second = rows.Get(2 * row + 1);
-        if (!rows.ShowsWholly(first) || !rows.ShowsWholly(second)) return false;
-        inJob.kernels.halveRows(first, second, inJob.mixture.opaque, RowAt(inJob.destination, row),
-                                inJob.destination.width);
+        if (!inJob.kernels.halveRows(first, second, inJob.mixture.straightAlpha,
+                                     inJob.mixture.opaque, RowAt(inJob.destination, row),
+                                     inJob.destination.width)) {
+            return false;
+        }
     }
     return true;
 }
 
-// Filtered source rows, as many as a destination row is mixed from and one more, since rows are
-// filtered in pairs.
+// Premultiplied rows in bytes and 256ths of them, and the filtered form of the latter.
+struct PremultipliedParts {
+    PremultipliedParts(const Job& inJob, std::int64_t inSampleCount, Scratch& ioScratch)
+        : sampleCount(inSampleCount) {
+        const std::int64_t bytes = std::int64_t{kPixelBytes} * inJob.source.width;
+        for (std::size_t i = 0; i < whole.size(); ++i) {
+            whole[i] = MakeRow(bytes, ioScratch);
+            fraction[i] = MakeRow(bytes, ioScratch);
+            filteredFraction[i] = MakeSamples(sampleCount, ioScratch);
+        }
+    }
+
+    std::int64_t sampleCount;
+    std::array<std::byte*, kFilteredTogether> whole;
+    std::array<std::byte*, kFilteredTogether> fraction;
+    std::array<std::int16_t*, kFilteredTogether> filteredFraction;
+};
+
+void Premultiply(const std::byte* inRow, std::int32_t inWidth, int inAlphaPlace,
+                 std::byte* __restrict outWhole, std::byte* __restrict outFraction) {
+    for (std::int64_t i = 0; i < std::int64_t{kPixelBytes} * inWidth; ++i) {
+        const bool isAlpha = i % kPixelBytes == inAlphaPlace;
+        const auto alpha = isAlpha ? 255u
+                                   : std::to_integer<std::uint32_t>(
+                                         inRow[i / kPixelBytes * kPixelBytes + inAlphaPlace]);
+        const std::uint32_t product = std::to_integer<std::uint32_t>(inRow[i]) * alpha;
+        // 256 / 255 of it.
+        const std::uint32_t scaled = product + ((product + 128 + ((product + 128) >> 8)) >> 8);
+        outWhole[i] = static_cast<std::byte>(scaled >> 8);
+        outFraction[i] = static_cast<std::byte>(scaled);
+    }
+}
+
+void AddFraction(const std::int16_t* inFraction, std::int64_t inCount,
+                 std::int16_t* __restrict ioWhole) {
+    constexpr std::int32_t kCentre = 128 * 128;
+    for (std::int64_t i = 0; i < inCount; ++i) {
+        ioWhole[i] = static_cast<std::int16_t>(ioWhole[i] + ((inFraction[i] + kCentre + 128) >> 8));
+    }
+}
+
+// Filtered source rows, as many as a destination row is mixed from, and those filtered together
+// with the last of them.
 class FilteredRows {
   public:
     FilteredRows(const Job& inJob, const ByteWeights& inAlong, std::int32_t inTapCount,
@@ -159,21 +209,24 @@ class FilteredRows {
         : job_(inJob),
           along_(inAlong),
           pixels_(inJob, ioScratch),
-          ring_(static_cast<std::size_t>(inTapCount) + 1, ioScratch.Resource()),
+          isPremultiplied_(static_cast<std::size_t>(inTapCount + kFilteredTogether - 1), false,
+                           ioScratch.Resource()),
+          ring_(static_cast<std::size_t>(inTapCount + kFilteredTogether - 1), ioScratch.Resource()),
           mixed_(static_cast<std::size_t>(inTapCount), ioScratch.Resource()) {
-        const auto samples = static_cast<std::int64_t>(kPixelBytes * inAlong.first.size());
+        const auto samples = static_cast<std::int64_t>(kPixelBytes * inAlong.pixelCount);
+        if (inJob.mixture.premultiplies) parts_.emplace(inJob, samples, ioScratch);
         for (std::int16_t*& row : ring_) {
-            row = reinterpret_cast<std::int16_t*>(
-                MakeRow(samples * std::int64_t{sizeof(std::int16_t)}, ioScratch));
+            row = MakeSamples(samples, ioScratch);
         }
     }
 
-    /// The rows from inFirst on, which must not decrease; nothing when one of them does not show
-    /// wholly.
+    /// The rows from inFirst on, which must not decrease; nothing when pixels do not show wholly
+    /// and cannot be made to count by how much they do.
     const std::int16_t* const* Get(std::int32_t inFirst) {
         const auto tapCount = static_cast<std::int32_t>(mixed_.size());
-        for (next_ = std::max(next_, inFirst); next_ < inFirst + tapCount; next_ += 2) {
-            if (!FilterTwo(next_, std::min(next_ + 1, job_.source.height - 1))) return nullptr;
+        next_ = std::max(next_, inFirst);
+        for (; next_ < inFirst + tapCount; next_ += kFilteredTogether) {
+            if (!FilterFrom(next_)) return nullptr;
         }
         for (std::int32_t tap = 0; tap < tapCount; ++tap) {
             mixed_[static_cast<std::size_t>(tap)] = SlotOf(inFirst + tap);
@@ -181,22 +234,63 @@ class FilteredRows {
         return mixed_.data();
     }
 
+    /// Whether one of the rows from inFirst on was premultiplied; what shows wholly is either.
+    bool ArePremultiplied(std::int32_t inFirst) const {
+        for (std::size_t tap = 0; tap < mixed_.size(); ++tap) {
+            const std::size_t row = static_cast<std::size_t>(inFirst) + tap;
+            if (isPremultiplied_[row % ring_.size()]) return true;
+        }
+        return false;
+    }
+
   private:
     std::int16_t* SlotOf(std::int32_t inRow) const {
         return ring_[static_cast<std::size_t>(inRow) % ring_.size()];
     }
 
-    bool FilterTwo(std::int32_t inFirst, std::int32_t inSecond) {
-        const std::byte* const first = pixels_.Get(inFirst);
-        const std::byte* const second = inSecond == inFirst ? first : pixels_.Get(inSecond);
-        if (!pixels_.ShowsWholly(first) || !pixels_.ShowsWholly(second)) return false;
-        job_.kernels.filterRows(first, second, along_, SlotOf(inFirst), SlotOf(inSecond));
+    bool FilterFrom(std::int32_t inFirst) {
+        std::array<const std::byte*, kFilteredTogether> pixels;
+        std::array<std::int16_t*, kFilteredTogether> filtered;
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            const std::int32_t row = inFirst + static_cast<std::int32_t>(i);
+            // Below the last row, that is filtered once more.
+            const bool isThere = row < job_.source.height;
+            pixels[i] = isThere ? pixels_.Get(row) : pixels[i - 1];
+            filtered[i] = isThere ? SlotOf(row) : filtered[i - 1];
+        }
+        const bool showWholly =
+            along_.filter(pixels.data(), along_, job_.mixture.straightAlpha, filtered.data());
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            isPremultiplied_[(static_cast<std::size_t>(inFirst) + i) % ring_.size()] = !showWholly;
+        }
+        return showWholly || FilterPremultiplied(pixels, filtered);
+    }
+
+    // Both parts of what is premultiplied are filtered as if they were pixels.
+    bool FilterPremultiplied(const std::array<const std::byte*, kFilteredTogether>& inPixels,
+                             const std::array<std::int16_t*, kFilteredTogether>& outFiltered) {
+        if (!parts_) return false;
+        for (std::size_t i = 0; i < inPixels.size(); ++i) {
+            Premultiply(inPixels[i], job_.source.width, job_.mixture.isReversed ? 0 : 3,
+                        parts_->whole[i], parts_->fraction[i]);
+        }
+        along_.filter(parts_->whole.data(), along_, 0, outFiltered.data());
+        along_.filter(parts_->fraction.data(), along_, 0, parts_->filteredFraction.data());
+        for (std::size_t i = 0; i < inPixels.size(); ++i) {
+            const bool isRepeated = i > 0 && outFiltered[i] == outFiltered[i - 1];
+            if (!isRepeated) {
+                AddFraction(parts_->filteredFraction[i], parts_->sampleCount, outFiltered[i]);
+            }
+        }
         return true;
     }
 
     Job job_;
     const ByteWeights& along_;
     PixelRows pixels_;
+    std::optional<PremultipliedParts> parts_;
+    /// By place in the ring.
+    std::pmr::vector<bool> isPremultiplied_;
     std::pmr::vector<std::int16_t*> ring_;
     std::pmr::vector<const std::int16_t*> mixed_;
     std::int32_t next_ = 0;
@@ -207,16 +301,25 @@ bool Filter(const Job& inJob, const Axis& inAlong, const Axis& inDown) {
     constexpr std::int32_t kMostTaps = 32;
     const auto along = KeptTable(inJob.kernels.makeWeights, inAlong);
     const auto down = KeptWeights(inDown);
-    if (along->quadCount == 0 || down->tapCount > kMostTaps) return false;
+    if (along->filter == nullptr || down->tapCount > kMostTaps) return false;
     Scratch scratch;
     FilteredRows rows(inJob, *along, down->tapCount, scratch);
     std::array<std::int16_t, kMostTaps> weights;
     for (std::int32_t row = 0; row < inJob.destination.height; ++row) {
-        const auto mixed = rows.Get(down->first[static_cast<std::size_t>(row)]);
+        const std::int32_t first = down->first[static_cast<std::size_t>(row)];
+        const auto mixed = rows.Get(first);
         if (mixed == nullptr) return false;
         RoundWeights(down->WeightsOf(row), down->tapCount, kMixBits, weights.data());
-        inJob.kernels.mixRows(mixed, weights.data(), down->tapCount, inJob.mixture.opaque,
-                              RowAt(inJob.destination, row), inJob.destination.width);
+        std::byte* const result = RowAt(inJob.destination, row);
+        const std::int32_t width = inJob.destination.width;
+        if (rows.ArePremultiplied(first)) {
+            inJob.kernels.mixIntoStraightRow(mixed, weights.data(), down->tapCount,
+                                             inJob.mixture.isReversed, inJob.mixture.opaque, result,
+                                             width);
+        } else {
+            inJob.kernels.mixRows(mixed, weights.data(), down->tapCount, inJob.mixture.opaque,
+                                  result, width);
+        }
     }
     return true;
 }
@@ -234,10 +337,9 @@ bool ScaleBytes(const Source& inSource, const Destination& outDestination, const
                      static_cast<double>(inSource.width) / outDestination.width,
                      quality};
     if (quality <= 1) return TakeNearest(job, along, inDown);
-    if (quality == 2 && IsHalved(along.source, along.destination) &&
-        IsHalved(inDown.source, inDown.destination)) {
-        return Halve(job);
-    }
+    const bool isHalved = quality == 2 && IsHalved(along.source, along.destination) &&
+                          IsHalved(inDown.source, inDown.destination);
+    if (isHalved && Halve(job)) return true;
     return Filter(job, along, inDown);
 }
 

@@ -1,13 +1,33 @@
-// Copies of bytes, whatever they mean.
+// Bytes copied and repeated, whatever they mean.
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 
 namespace scanvo {
+
+/// Areas of as many bytes are not found in a last-level cache when they are used again, so they are
+/// better written past the caches.
+constexpr std::int64_t kLargePictureBytes = std::int64_t{16} << 20;
 
 /// Copies bytes between areas that do not overlap. Blocks larger than a core's own cache are
 /// written past the caches: nothing of them would be left there when the copy is done, and memory
 /// need not be read first to be overwritten.
 void CopyBytes(void* outDestination, const void* inSource, std::size_t inCount);
+
+/// As CopyBytes, always past the caches. FinishCopies must follow the last one of a series.
+void CopyPastCaches(void* outDestination, const void* inSource, std::size_t inCount);
+void FinishCopies();
+
+/// Bytes that repeat themselves with this period. There are enough of them for a vector of any
+/// processor to begin at any place of the period.
+constexpr std::size_t kPatternPeriod = 16;
+using Pattern = std::array<std::byte, 256 + kPatternPeriod>;
+
+/// Goes on with the pattern for inCount bytes. After streaming ones, which are written past the
+/// caches, FinishCopies must follow.
+void RepeatBytes(const Pattern& inPattern, std::byte* outArea, std::size_t inCount,
+                 bool inIsStreamed);
 
 }  // namespace scanvo

@@ -1,5 +1,5 @@
-// The vectors of the roads that change colour. Compiled once for
-// each instruction set that has vectors.
+// The vectors of the roads that change colour. Compiled once for each instruction set that has
+// vectors.
 #if defined(SCANVO_FAST_COLOUR_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef SCANVO_FAST_COLOUR_LANES_INL_H_
 #undef SCANVO_FAST_COLOUR_LANES_INL_H_

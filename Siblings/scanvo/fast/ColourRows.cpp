@@ -1,5 +1,6 @@
 // This file is compiled once for each instruction set; Highway includes it again for every one.
-#define HWY_DISABLED_TARGETS HWY_SSSE3
+#define HWY_WANT_AVX3_DL
+#define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_AVX3)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "fast/ColourRows.cpp"
 #include <hwy/foreach_target.h>

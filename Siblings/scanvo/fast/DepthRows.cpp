@@ -99,6 +99,7 @@ constexpr PixelOf<float> Reciprocals(const PixelOf<float>& inPixel) {
 
 HWY_BEFORE_NAMESPACE();
 namespace scanvo::HWY_NAMESPACE {
+namespace {
 
 #if HWY_TARGET == HWY_SCALAR
 
@@ -110,21 +111,6 @@ ConvertRow FindRow(const Format&, const Format&, AlphaWork) {
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-template <class D>
-using Bytes = hn::Repartition<std::uint8_t, D>;
-
-template <class D>
-HWY_INLINE hn::Vec<D> LoadCodes(D inTag, const std::byte* inBytes) {
-    return hn::BitCast(inTag,
-                       hn::LoadU(Bytes<D>(), reinterpret_cast<const std::uint8_t*>(inBytes)));
-}
-
-template <class D>
-HWY_INLINE void StoreCodes(D, hn::Vec<D> inCodes, std::byte* outBytes) {
-    hn::StoreU(hn::BitCast(Bytes<D>(), inCodes), Bytes<D>(),
-               reinterpret_cast<std::uint8_t*>(outBytes));
-}
 
 template <class D>
 HWY_INLINE hn::Vec<D> Repeat(D inTag, const Block<hn::TFromD<D>>& inBlock) {
@@ -227,24 +213,30 @@ HWY_INLINE hn::Vec<D> AlphaFactors(D inTag, hn::Vec<D> inCodes) {
     return hn::Or(Shuffle(inTag, inCodes, kIndices), Repeat(inTag, kAlpha));
 }
 
-// c * a / 255, rounded, in the upper bytes: for the sum t of c * a and 128, t * 257 >> 16 is exact.
 template <class V>
-HWY_INLINE V Product8(V inCodes, V inFactors) {
-    const hn::DFromV<V> tag;
-    const V sum = hn::Add(hn::Mul(inCodes, inFactors), hn::Set(tag, 128));
-    return hn::Add(sum, hn::ShiftRight<8>(sum));
+HWY_INLINE V BiasedProduct(V inCodes, V inFactors) {
+    return hn::Add(hn::Mul(inCodes, inFactors), hn::Set(hn::DFromV<V>(), 128));
 }
 
+// c * a / 255, rounded: for the sum t of c * a and 128 that is t * 257 >> 16, which is the upper
+// byte of t + (t >> 8) too. Even and odd bytes are done apart.
 template <bool isReversed, class D>
 requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Premultiplied(D inTag,
                                                                          hn::Vec<D> inCodes) {
-    const hn::Repartition<std::uint16_t, D> wide;
-    const auto low = hn::Set(wide, 0xFF);
-    const auto codes = hn::BitCast(wide, inCodes);
-    const auto factors = hn::BitCast(wide, AlphaFactors<isReversed>(inTag, inCodes));
-    const auto even = Product8(hn::And(codes, low), hn::And(factors, low));
-    const auto odd = Product8(hn::ShiftRight<8>(codes), hn::ShiftRight<8>(factors));
-    return hn::OddEven(hn::BitCast(inTag, odd), hn::BitCast(inTag, hn::ShiftRight<8>(even)));
+    static constexpr auto kAlphaToWords =
+        isReversed ? Shuffled<std::uint8_t>({0, 4, 0, 4}) : Shuffled<std::uint8_t>({3, 4, 3, 4});
+    static constexpr auto kOpaqueAlpha = isReversed ? Repeated<std::uint8_t>({255, 0, 0, 0})
+                                                    : Repeated<std::uint8_t>({0, 0, 255, 0});
+    const hn::Repartition<std::uint16_t, D> words;
+    const auto codes = hn::BitCast(words, inCodes);
+    const auto alpha = hn::BitCast(words, Shuffle(inTag, inCodes, kAlphaToWords));
+    const auto alphaAndOpaque = hn::Or(alpha, hn::BitCast(words, Repeat(inTag, kOpaqueAlpha)));
+    const auto even =
+        BiasedProduct(hn::And(codes, hn::Set(words, 0xFF)), isReversed ? alphaAndOpaque : alpha);
+    const auto odd = BiasedProduct(hn::ShiftRight<8>(codes), isReversed ? alpha : alphaAndOpaque);
+    const auto evenCodes = hn::MulHigh(even, hn::Set(words, 257));
+    const auto oddCodes = hn::Add(odd, hn::ShiftRight<8>(odd));
+    return hn::OddEven(hn::BitCast(inTag, oddCodes), hn::BitCast(inTag, evenCodes));
 }
 
 // c * a / 32768, rounded and clamped: the upper 17 bits of 32, of which the last one rounds.
@@ -263,20 +255,23 @@ requires(sizeof(hn::TFromD<D>) == 4) HWY_INLINE hn::Vec<D> Premultiplied(D inTag
     return hn::Mul(inSamples, AlphaFactors<isReversed>(inTag, inSamples));
 }
 
-// One component of each pixel times a factor.
+// One component of each pixel times a factor, rounded and clamped.
 template <int shift, class D>
 HWY_INLINE hn::Vec<D> Scaled(D inTag, hn::Vec<D> inPixels, hn::Vec<hn::Rebind<float, D>> inFactor) {
     const hn::Rebind<float, D> floats;
     const hn::RebindToSigned<D> signedTag;
     const auto component = hn::And(hn::ShiftRight<shift>(inPixels), hn::Set(inTag, 0xFF));
-    // Half way between two codes is at least 1/510 away from all other quotients, so this rounds
-    // halves up and changes nothing else.
-    const auto scaled = hn::MulAdd(hn::ConvertTo(floats, hn::BitCast(signedTag, component)),
-                                   inFactor, hn::Set(floats, 1.0f / 1024));
-    return hn::ShiftLeft<shift>(NearestCode(floats, scaled, hn::Set(floats, 255.0f)));
+    // Floats of this size are whole numbers, and have them in their lowest bits.
+    const auto whole = hn::MulAdd(hn::ConvertTo(floats, hn::BitCast(signedTag, component)),
+                                  inFactor, hn::Set(floats, 8388608.0f));
+    const auto code = hn::BitCast(inTag, hn::Min(whole, hn::Set(floats, 8388608.0f + 255)));
+    // A shift drops the bits above them.
+    if constexpr (shift != 0) return hn::ShiftLeft<shift>(code);
+    return hn::And(code, hn::Set(inTag, 0xFF));
 }
 
-// c * 255 / a, rounded and clamped, with one division a pixel.
+// c * 255 / a, rounded and clamped, with one division a pixel. Quotients half way between two codes
+// are at least 1/510 away from all others; making all larger by less than that rounds them up.
 template <bool isReversed, class D>
 requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Unpremultiplied(D inTag,
                                                                            hn::Vec<D> inCodes) {
@@ -290,7 +285,7 @@ requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Unpremultiplied(D inT
     const auto alphaCode = hn::And(hn::ShiftRight<kAlphaShift>(pixels), hn::Set(wide, 0xFF));
     const auto alpha = hn::ConvertTo(floats, hn::BitCast(signedTag, alphaCode));
     const auto factor = hn::IfThenElseZero(hn::Gt(alpha, hn::Zero(floats)),
-                                           hn::Div(hn::Set(floats, 255.0f), alpha));
+                                           hn::Div(hn::Set(floats, 255.001f), alpha));
     const auto colour =
         hn::Or3(Scaled<kFirst>(wide, pixels, factor), Scaled<kFirst + 8>(wide, pixels, factor),
                 Scaled<kFirst + 16>(wide, pixels, factor));
@@ -461,6 +456,7 @@ ConvertRow FindRow(const Format& inSource, const Format& inDestination, AlphaWor
 
 #endif
 
+}  // namespace
 }  // namespace scanvo::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 

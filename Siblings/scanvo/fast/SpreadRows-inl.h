@@ -1,6 +1,5 @@
 // From Y'CbCr to pixels of four bytes: chroma spread as Chroma.h does it, then RGB or 4:4:4 codes.
-// Compiled once for
-// each instruction set that has vectors.
+// Compiled once for each instruction set that has vectors.
 #if defined(SCANVO_FAST_SPREAD_ROWS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef SCANVO_FAST_SPREAD_ROWS_INL_H_
 #undef SCANVO_FAST_SPREAD_ROWS_INL_H_
@@ -22,30 +21,85 @@ namespace scanvo::HWY_NAMESPACE {
 // ---- Packing ------------------------------------------------------------------------------------
 
 // Every block of 128 bits becomes the bytes of its lanes in inLow, then of those in inHigh.
-#if HWY_TARGET == HWY_AVX3
 HWY_INLINE Bytes PackBlocks(SignedWords inLow, SignedWords inHigh) {
+#if HWY_TARGET == HWY_AVX3_DL
     return Bytes{_mm512_packus_epi16(inLow.raw, inHigh.raw)};
-}
 #elif HWY_TARGET == HWY_AVX2
-HWY_INLINE Bytes PackBlocks(SignedWords inLow, SignedWords inHigh) {
     return Bytes{_mm256_packus_epi16(inLow.raw, inHigh.raw)};
-}
 #else
-HWY_INLINE Bytes PackBlocks(SignedWords inLow, SignedWords inHigh) {
     const hn::Half<decltype(kBytes)> half;
     return hn::Combine(kBytes, hn::DemoteTo(half, inHigh), hn::DemoteTo(half, inLow));
-}
 #endif
+}
 
-/// PixelsAtATime() pixels, one byte in each lane, in split order: with the pixels in groups of
-/// four, block k of 128 bits has group k and group k plus the number of blocks. That is the order
-/// from which interleaving within blocks makes pixels in the order of the row.
-struct SplitBytes {
+/// PixelsAtATime() pixels, one byte in each lane.
+///
+/// Lanes have the order of the row where there are instructions that choose from two vectors at
+/// will. Elsewhere they have split order: with the pixels in groups of four, block k of 128 bits
+/// has group k and group k plus the number of blocks. From that, interleaving within blocks makes
+/// pixels in the order of the row.
+struct PixelLanes {
     SignedWords red, green, blue, alpha;
 };
 
-/// To split order from the order of the row.
-HWY_INLINE Words Split(Words inWords) {
+#if HWY_TARGET == HWY_AVX3_DL
+
+HWY_INLINE Words ToLaneOrder(Words inWords) {
+    return inWords;
+}
+
+/// Indices for choosing from two vectors: the second begins at the number of lanes in the first.
+template <class Index>
+struct Choice {
+    alignas(64) Index indices[64 / sizeof(Index)];
+};
+
+HWY_INLINE Words Chosen(Words inFirst, Words inSecond, const Choice<std::uint16_t>& inChoice) {
+    return Words{_mm512_permutex2var_epi16(inFirst.raw, hn::Load(kWords, inChoice.indices).raw,
+                                           inSecond.raw)};
+}
+
+HWY_INLINE Bytes Chosen(Bytes inFirst, Bytes inSecond, const Choice<std::uint8_t>& inChoice) {
+    return Bytes{_mm512_permutex2var_epi8(inFirst.raw, hn::Load(kBytes, inChoice.indices).raw,
+                                          inSecond.raw)};
+}
+
+// Pixels from inFirst on out of two packed vectors, the first with bytes 0 and 1 of each.
+constexpr Choice<std::uint8_t> PixelChoice(std::size_t inFirst) {
+    Choice<std::uint8_t> choice{};
+    for (std::size_t i = 0; i < 64; ++i) {
+        const std::size_t pixel = inFirst + i / 4;
+        const std::size_t place = pixel / 8 * 16 + pixel % 8 + i % 2 * 8 + i % 4 / 2 * 64;
+        choice.indices[i] = static_cast<std::uint8_t>(place);
+    }
+    return choice;
+}
+// Of two vectors with chroma in turns, Cb or Cr for every pixel: from the first vector where the
+// pair begins, from the second between it and the next.
+constexpr Choice<std::uint16_t> ChromaChoice(std::size_t inPlace) {
+    Choice<std::uint16_t> choice{};
+    for (std::size_t i = 0; i < 32; ++i)
+        choice.indices[i] = static_cast<std::uint16_t>(i / 2 * 2 + inPlace + i % 2 * 32);
+    return choice;
+}
+
+constexpr Choice<std::uint16_t> kCbChoice = ChromaChoice(0);
+constexpr Choice<std::uint16_t> kCrChoice = ChromaChoice(1);
+constexpr Choice<std::uint8_t> kFirstPixels = PixelChoice(0);
+constexpr Choice<std::uint8_t> kSecondPixels = PixelChoice(16);
+
+/// Stores the bytes of each pixel one after the other.
+HWY_INLINE void StoreLanes(SignedWords inByte0, SignedWords inByte1, SignedWords inByte2,
+                           SignedWords inByte3, std::uint8_t* outPixels) {
+    const Bytes first = PackBlocks(inByte0, inByte1);
+    const Bytes second = PackBlocks(inByte2, inByte3);
+    hn::StoreU(Chosen(first, second, kFirstPixels), kBytes, outPixels);
+    hn::StoreU(Chosen(first, second, kSecondPixels), kBytes, outPixels + hn::Lanes(kBytes));
+}
+
+#else
+
+HWY_INLINE Words ToLaneOrder(Words inWords) {
 #if HWY_MAX_BYTES == 16
     return inWords;
 #else
@@ -58,38 +112,54 @@ HWY_INLINE Words Split(Words inWords) {
 #endif
 }
 
-/// Stores bytes blue, green, red, alpha, which are also the places of V, U, Y', A; or alpha, red,
-/// green, blue.
-template <bool isAlphaFirst>
-HWY_INLINE void StorePixels(const SplitBytes& inBytes, std::uint8_t* outPixels) {
-    const Bytes first = isAlphaFirst ? PackBlocks(inBytes.alpha, inBytes.green)
-                                     : PackBlocks(inBytes.blue, inBytes.red);
-    const Bytes second = isAlphaFirst ? PackBlocks(inBytes.red, inBytes.blue)
-                                      : PackBlocks(inBytes.green, inBytes.alpha);
-    const Words low = hn::BitCast(kWords, hn::InterleaveLower(kBytes, first, second));
-    const Words high = hn::BitCast(kWords, hn::InterleaveUpper(kBytes, first, second));
+/// Stores the bytes of each pixel one after the other.
+HWY_INLINE void StoreLanes(SignedWords inByte0, SignedWords inByte1, SignedWords inByte2,
+                           SignedWords inByte3, std::uint8_t* outPixels) {
+    const Bytes even = PackBlocks(inByte0, inByte2);
+    const Bytes odd = PackBlocks(inByte1, inByte3);
+    const Words low = hn::BitCast(kWords, hn::InterleaveLower(kBytes, even, odd));
+    const Words high = hn::BitCast(kWords, hn::InterleaveUpper(kBytes, even, odd));
     hn::StoreU(hn::BitCast(kBytes, hn::InterleaveLower(kWords, low, high)), kBytes, outPixels);
     hn::StoreU(hn::BitCast(kBytes, hn::InterleaveUpper(kWords, low, high)), kBytes,
                outPixels + hn::Lanes(kBytes));
 }
 
+#endif
+
+/// Stores blue, green, red, alpha, which are also the places of V, U, Y', A; or alpha, red, green,
+/// blue.
+template <bool isAlphaFirst>
+HWY_INLINE void StorePixels(const PixelLanes& inLanes, std::uint8_t* outPixels) {
+    if (isAlphaFirst) {
+        StoreLanes(inLanes.alpha, inLanes.red, inLanes.green, inLanes.blue, outPixels);
+    } else {
+        StoreLanes(inLanes.blue, inLanes.green, inLanes.red, inLanes.alpha, outPixels);
+    }
+}
+
 // ---- Loading ------------------------------------------------------------------------------------
 
-/// PixelsAtATime() pixels in split order: 8-bit codes times 256, whose lower bits may be in use;
-/// chroma as it is in memory. Alpha is a byte.
-struct SplitCodes {
+/// PixelsAtATime() pixels in the order of PixelLanes: 8-bit codes times 256, whose lower bits may
+/// be in use; chroma as it is in memory. Alpha is a byte.
+struct CodeLanes {
     Words luma, cb, cr, alpha;
 };
 
-/// From words of chroma in turns, Cb in the first pixel of a pair and Cr in the second, and the
-/// same for the pairs one further.
-HWY_INLINE SplitCodes WithSpreadChroma(Words inLuma, Words inChroma, Words inNextChroma) {
-    const Pixels between = hn::BitCast(kPixels, hn::AverageRound(inChroma, inNextChroma));
-    const Pixels here = hn::BitCast(kPixels, inChroma);
-    return {
-        inLuma, hn::OddEven(hn::BitCast(kWords, hn::ShiftLeft<16>(between)), inChroma),
-        hn::OddEven(hn::BitCast(kWords, between), hn::BitCast(kWords, hn::ShiftRight<16>(here))),
-        hn::Set(kWords, 0xFF)};
+/// From words in the order of the row: chroma has Cb in the first pixel of a pair and Cr in the
+/// second; next chroma is that of the pair one further.
+HWY_INLINE CodeLanes WithSpreadChroma(Words inLuma, Words inChroma, Words inNextChroma) {
+    const Words alpha = hn::Set(kWords, 0xFF);
+#if HWY_TARGET == HWY_AVX3_DL
+    const Words between = hn::AverageRound(inChroma, inNextChroma);
+    return {inLuma, Chosen(inChroma, between, kCbChoice), Chosen(inChroma, between, kCrChoice),
+            alpha};
+#else
+    const Words chroma = ToLaneOrder(inChroma);
+    const Words between = hn::AverageRound(chroma, ToLaneOrder(inNextChroma));
+    const Words first = hn::BitCast(kWords, hn::ShiftLeft<16>(hn::BitCast(kPixels, between)));
+    const Words second = hn::BitCast(kWords, hn::ShiftRight<16>(hn::BitCast(kPixels, chroma)));
+    return {ToLaneOrder(inLuma), hn::OddEven(first, chroma), hn::OddEven(between, second), alpha};
+#endif
 }
 
 /// Reads UYVY or YUYV, and one unit more than it gives pixels of.
@@ -102,7 +172,7 @@ class UnitLoader {
 
     explicit UnitLoader(const std::uint8_t* inRow) : row_(inRow) {}
 
-    HWY_INLINE SplitCodes At(std::size_t inX) const {
+    HWY_INLINE CodeLanes At(std::size_t inX) const {
         const Words here = WordsAt(row_ + 2 * inX);
         const Words next = WordsAt(row_ + 2 * inX + kUnitBytes);
         return WithSpreadChroma(isLumaFirst ? LowBytes(here) : HighBytes(here), Chroma(here),
@@ -111,8 +181,9 @@ class UnitLoader {
 
   private:
     static HWY_INLINE Words WordsAt(const std::uint8_t* inBytes) {
-        return Split(hn::BitCast(kWords, hn::LoadU(kBytes, inBytes)));
+        return hn::BitCast(kWords, hn::LoadU(kBytes, inBytes));
     }
+    // Codes times 256.
     static HWY_INLINE Words HighBytes(Words inWords) {
         return hn::And(inWords, hn::Set(kWords, 0xFF00));
     }
@@ -133,24 +204,33 @@ class VuyaLoader {
 
     explicit VuyaLoader(const std::uint8_t* inRow) : row_(inRow) {}
 
-    HWY_INLINE SplitCodes At(std::size_t inX) const {
-        const auto first = SortedAt(row_ + 4 * inX);
-        const auto second = SortedAt(row_ + 4 * inX + hn::Lanes(kBytes));
-        const Words chroma = hn::BitCast(kWords, hn::InterleaveLower(kGroups, first, second));
-        const Words others = hn::BitCast(kWords, hn::InterleaveUpper(kGroups, first, second));
+    HWY_INLINE CodeLanes At(std::size_t inX) const {
+        const Bytes first = hn::LoadU(kBytes, row_ + 4 * inX);
+        const Bytes second = hn::LoadU(kBytes, row_ + 4 * inX + hn::Lanes(kBytes));
+#if HWY_TARGET == HWY_AVX3_DL
+        const Words chroma =
+            hn::ConcatEven(kWords, hn::BitCast(kWords, second), hn::BitCast(kWords, first));
+        const Words others =
+            hn::ConcatOdd(kWords, hn::BitCast(kWords, second), hn::BitCast(kWords, first));
+#else
+        constexpr hn::Repartition<std::uint64_t, decltype(kBytes)> kGroups;
+        const auto firstHalves = hn::BitCast(kGroups, WithHalvesApart(first));
+        const auto secondHalves = hn::BitCast(kGroups, WithHalvesApart(second));
+        const Words chroma =
+            hn::BitCast(kWords, hn::InterleaveLower(kGroups, firstHalves, secondHalves));
+        const Words others =
+            hn::BitCast(kWords, hn::InterleaveUpper(kGroups, firstHalves, secondHalves));
+#endif
         return {hn::ShiftLeft<8>(others), hn::And(chroma, hn::Set(kWords, 0xFF00)),
                 hn::ShiftLeft<8>(chroma), hn::ShiftRight<8>(others)};
     }
 
   private:
-    static constexpr hn::Repartition<std::uint64_t, decltype(kBytes)> kGroups{};
-
     // Of four pixels first the halves with chroma, then the others.
-    static HWY_INLINE hn::Vec<decltype(kGroups)> SortedAt(const std::uint8_t* inPixels) {
+    static HWY_INLINE Bytes WithHalvesApart(Bytes inPixels) {
         HWY_ALIGN static constexpr std::uint8_t kOrder[16] = {0, 1, 4, 5, 8,  9,  12, 13,
                                                               2, 3, 6, 7, 10, 11, 14, 15};
-        const Bytes order = hn::LoadDup128(kBytes, kOrder);
-        return hn::BitCast(kGroups, hn::TableLookupBytes(hn::LoadU(kBytes, inPixels), order));
+        return hn::TableLookupBytes(inPixels, hn::LoadDup128(kBytes, kOrder));
     }
 
     const std::uint8_t* row_;
@@ -173,7 +253,7 @@ HWY_INLINE SignedWords ColourOf(SignedWords inLuma, SignedWords inChroma) {
 
 template <const RgbNumbers& kNumbers>
 struct ToRgb {
-    static HWY_INLINE SplitBytes Convert(const SplitCodes& inCodes) {
+    static HWY_INLINE PixelLanes Convert(const CodeLanes& inCodes) {
         const Words product =
             hn::MulHigh(inCodes.luma, hn::Set(kWords, static_cast<std::uint16_t>(kNumbers.luma)));
         const SignedWords luma =
@@ -195,7 +275,7 @@ HWY_INLINE Words RoundedByte(Words inCode) {
 
 /// Y' in place of red, Cb of green, Cr of blue.
 struct ToCodes {
-    static HWY_INLINE SplitBytes Convert(const SplitCodes& inCodes) {
+    static HWY_INLINE PixelLanes Convert(const CodeLanes& inCodes) {
         return {hn::BitCast(kSignedWords, RoundedByte(inCodes.luma)),
                 hn::BitCast(kSignedWords, RoundedByte(inCodes.cb)),
                 hn::BitCast(kSignedWords, RoundedByte(inCodes.cr)),
@@ -209,7 +289,7 @@ struct ToCodes {
 enum class PixelForm { Alpha, Opaque, AlphaFirst, OpaqueFirst };
 
 template <class Colour, PixelForm kForm>
-HWY_INLINE void SpreadVector(SplitCodes inCodes, std::uint8_t* outPixels) {
+HWY_INLINE void SpreadVector(CodeLanes inCodes, std::uint8_t* outPixels) {
     constexpr bool kIsAlphaFirst =
         kForm == PixelForm::AlphaFirst || kForm == PixelForm::OpaqueFirst;
     if (kForm == PixelForm::Opaque || kForm == PixelForm::OpaqueFirst) {
@@ -227,7 +307,7 @@ HWY_INLINE void SpreadPart(const Loader& inLoader, std::size_t inCount, std::uin
         SpreadVector<Colour, kForm>(inLoader.At(x), outPixels + 4 * x);
     }
     if (x == inCount) return;
-    std::uint8_t pixels[4 * kMostPixels];
+    HWY_ALIGN std::uint8_t pixels[4 * kMostPixels];
     SpreadVector<Colour, kForm>(inLoader.At(x), pixels);
     std::memcpy(outPixels + 4 * x, pixels, 4 * (inCount - x));
 }

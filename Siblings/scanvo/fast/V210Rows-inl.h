@@ -64,8 +64,8 @@ constexpr SampleChoice kLumaChoice = {{1, 2, 4, 5, 6, 7, 9, 10, 12, 13, 14, 15, 
 constexpr SampleChoice kChromaChoice = {{0, 1, 2, 3, 5, 6, 8, 9, 10, 11, 13, 14, 15, 15, 15, 15},
                                         {64, 4, 16, 64, 4, 16, 0, 0}};
 
-HWY_INLINE GroupWords Chosen(hn::Vec<decltype(kGroupBytesTag)> inGroup,
-                             const SampleChoice& inChoice) {
+HWY_INLINE GroupWords SamplesOf(hn::Vec<decltype(kGroupBytesTag)> inGroup,
+                                const SampleChoice& inChoice) {
     const auto pairs = hn::BitCast(
         kGroupWordsTag, hn::TableLookupBytes(inGroup, hn::Load(kGroupBytesTag, inChoice.bytes)));
     return hn::And(hn::Mul(pairs, hn::Load(kGroupWordsTag, inChoice.factors)),
@@ -75,8 +75,8 @@ HWY_INLINE GroupWords Chosen(hn::Vec<decltype(kGroupBytesTag)> inGroup,
 // Writes two words too many in each array.
 HWY_INLINE void UnpackGroup(const std::uint8_t* inGroup, std::size_t inX, PlanarChunk& outChunk) {
     const auto group = hn::LoadU(kGroupBytesTag, inGroup);
-    hn::StoreU(Chosen(group, kLumaChoice), kGroupWordsTag, outChunk.luma + inX);
-    hn::StoreU(Chosen(group, kChromaChoice), kGroupWordsTag, outChunk.chroma + inX);
+    hn::StoreU(SamplesOf(group, kLumaChoice), kGroupWordsTag, outChunk.luma + inX);
+    hn::StoreU(SamplesOf(group, kChromaChoice), kGroupWordsTag, outChunk.chroma + inX);
 }
 
 /// Unpacks from inRow on, where the row has inLeft more pixels, as many as a chunk takes and the
@@ -105,10 +105,10 @@ class ChunkLoader {
   public:
     explicit ChunkLoader(const PlanarChunk& inChunk) : chunk_(inChunk) {}
 
-    HWY_INLINE SplitCodes At(std::size_t inX) const {
-        return WithSpreadChroma(Split(hn::LoadU(kWords, chunk_.luma + inX)),
-                                Split(hn::LoadU(kWords, chunk_.chroma + inX)),
-                                Split(hn::LoadU(kWords, chunk_.chroma + inX + 2)));
+    HWY_INLINE CodeLanes At(std::size_t inX) const {
+        return WithSpreadChroma(hn::LoadU(kWords, chunk_.luma + inX),
+                                hn::LoadU(kWords, chunk_.chroma + inX),
+                                hn::LoadU(kWords, chunk_.chroma + inX + 2));
     }
 
   private:

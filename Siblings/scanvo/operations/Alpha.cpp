@@ -209,8 +209,7 @@ void CompositeToBlack(const Source& inSource, const Destination& outDestination,
         return;
     }
     Scratch scratch;
-    const RowPlan plan =
-        PlanConversion(inSource.format, outDestination.format, inSource.width, scratch.Resource());
+    const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
     const WorkRows work = MakeWorkRows(plan, scratch);
     const PlanarRow fetched = scratch.Row(plan.width);
     const bool isStraight = inSource.format.alpha == Alpha::Straight;

@@ -8,6 +8,7 @@
 
 #include "fast/ByteScaling.h"
 #include "fast/Bytes.h"
+#include "fast/FastPictures.h"
 #include "fast/FastRows.h"
 #include "rows/KeptTables.h"
 #include "rows/RowPlan.h"
@@ -49,12 +50,31 @@ bool MovesForward(const Source& inSource, const Destination& inDestination) {
     return (inDestination.start > inSource.start) != (inSource.rowBytes > 0);
 }
 
+// Rows of whole units; those of v210 may end within one.
+bool IsWorthStreaming(const Source& inSource) {
+    return inSource.width % inSource.format.unitPixels == 0 &&
+           UsedRowBytes(inSource.format, inSource.width) * inSource.height >= kLargePictureBytes;
+}
+
+void StreamRows(const Source& inSource, const Destination& outDestination) {
+    const std::int64_t used = UsedRowBytes(inSource.format, inSource.width);
+    for (std::int32_t row = 0; row < inSource.height; ++row) {
+        CopyPastCaches(RowAt(outDestination, row), RowAt(inSource, row),
+                       static_cast<std::size_t>(used));
+    }
+    FinishCopies();
+}
+
 void CopyPicture(const Source& inSource, const Destination& outDestination) {
     if (IsSamePlace(inSource, outDestination)) return;
     const bool overlap = Overlap(inSource, outDestination);
     if (!overlap && IsContiguous(inSource) && IsContiguous(outDestination)) {
         CopyBytes(outDestination.start, inSource.start,
                   static_cast<std::size_t>(inSource.rowBytes * inSource.height));
+        return;
+    }
+    if (!overlap && IsWorthStreaming(inSource)) {
+        StreamRows(inSource, outDestination);
         return;
     }
     const bool backwards = overlap && !MovesForward(inSource, outDestination);
@@ -68,8 +88,7 @@ void CopyPicture(const Source& inSource, const Destination& outDestination) {
 
 void ConvertRows(const Source& inSource, const Destination& outDestination) {
     Scratch scratch;
-    const RowPlan plan =
-        PlanConversion(inSource.format, outDestination.format, inSource.width, scratch.Resource());
+    const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
     const WorkRows work = MakeWorkRows(plan, scratch);
     const PlanarRow fetched = scratch.Row(plan.width);
     RowWriter writer(outDestination, scratch);
@@ -80,9 +99,9 @@ void ConvertRows(const Source& inSource, const Destination& outDestination) {
 }
 
 RowPlan PlanBetween(const Source& inSource, const Destination& inDestination,
-                    std::int32_t inQuality, Scratch& ioScratch) {
+                    std::int32_t inQuality) {
     return PlanScaling(inSource.format, inSource.width, inDestination.format, inDestination.width,
-                       inQuality, ioScratch.Resource());
+                       inQuality);
 }
 
 double HeightScale(const Source& inSource, const Destination& inDestination) {
@@ -138,9 +157,7 @@ void ConvertPicture(const Source& inSource, const Destination& outDestination) {
         ConvertRows(inSource, outDestination);
         return;
     }
-    for (std::int32_t row = 0; row < inSource.height; ++row) {
-        convert(RowAt(inSource, row), RowAt(outDestination, row), inSource.width);
-    }
+    ConvertWith(convert, inSource, outDestination);
 }
 
 void ScalePicture(const Source& inSource, const Destination& outDestination,
@@ -151,7 +168,7 @@ void ScalePicture(const Source& inSource, const Destination& outDestination,
                     inQuality};
     if (ScaleBytes(inSource, outDestination, down)) return;
     Scratch scratch;
-    const RowPlan plan = PlanBetween(inSource, outDestination, inQuality, scratch);
+    const RowPlan plan = PlanBetween(inSource, outDestination, inQuality);
     const WorkRows work = MakeWorkRows(plan, scratch);
     const auto across = KeptWeights(down);
     RowScaler scaler(plan, *across, inSource, {}, work, scratch);
@@ -165,7 +182,7 @@ void ScaleFields(const Source& inSource, const Destination& outDestination,
                  std::int32_t inQuality) {
     if (ScaleFieldsOfBytes(inSource, outDestination, inQuality)) return;
     Scratch scratch;
-    const RowPlan plan = PlanBetween(inSource, outDestination, inQuality, scratch);
+    const RowPlan plan = PlanBetween(inSource, outDestination, inQuality);
     const WorkRows work = MakeWorkRows(plan, scratch);
     // By the parity of their rows in the destination, not by field.
     std::array<std::shared_ptr<const WeightTable>, 2> across;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "fast/Bytes.h"
 #include "rows/Colour.h"
 #include "rows/PlanarRow.h"
 #include "rows/RowLayouts.h"
@@ -13,7 +14,8 @@
 namespace scanvo {
 namespace {
 
-constexpr std::size_t kLargestUnitBytes = 16;
+// All units have 4, 8 or 16 bytes.
+constexpr std::size_t kLargestUnitBytes = kPatternPeriod;
 constexpr std::size_t kMostUnitPixels = 6;
 
 // One unit of a format, all of whose pixels are equal.
@@ -38,24 +40,32 @@ Unit UnitOf(const Format& inFormat, const Pixel& inPixel) {
     return unit;
 }
 
-void FillRow(const Format& inFormat, std::int32_t inWidth, const Unit& inUnit, std::byte* outRow) {
-    const auto unitBytes = static_cast<std::size_t>(inFormat.unitBytes);
-    const std::size_t wholeUnits = static_cast<std::size_t>(inWidth / inFormat.unitPixels);
-    const std::size_t wholeBytes = wholeUnits * unitBytes;
-    if (wholeUnits != 0) std::memcpy(outRow, inUnit.data(), unitBytes);
-    for (std::size_t filled = unitBytes; filled < wholeBytes; filled *= 2) {
-        std::memcpy(outRow + filled, outRow, std::min(filled, wholeBytes - filled));
+Pattern PatternOf(const Format& inFormat, const Unit& inUnit) {
+    Pattern pattern;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        pattern[i] = inUnit[i % static_cast<std::size_t>(inFormat.unitBytes)];
     }
-    const std::int32_t tailPixels = inWidth % inFormat.unitPixels;
-    if (tailPixels != 0) CopyRow(inFormat, tailPixels, inUnit.data(), outRow + wholeBytes);
+    return pattern;
 }
 
 void FillWithUnit(const Destination& outDestination, const Unit& inUnit) {
     const Format& format = outDestination.format;
-    FillRow(format, outDestination.width, inUnit, outDestination.start);
-    for (std::int32_t row = 1; row < outDestination.height; ++row) {
-        CopyRow(format, outDestination.width, outDestination.start, RowAt(outDestination, row));
+    const Pattern pattern = PatternOf(format, inUnit);
+    const std::int32_t tailPixels = outDestination.width % format.unitPixels;
+    const std::int64_t wholeBytes =
+        std::int64_t{outDestination.width / format.unitPixels} * format.unitBytes;
+    const std::int64_t allBytes = wholeBytes * outDestination.height;
+    const bool isStreamed = allBytes >= kLargePictureBytes;
+    // Rows that nothing separates are as good as one.
+    const bool isJoined = tailPixels == 0 && outDestination.rowBytes == wholeBytes;
+    const std::int32_t rowCount = isJoined ? 1 : outDestination.height;
+    for (std::int32_t i = 0; i < rowCount; ++i) {
+        std::byte* const row = RowAt(outDestination, i);
+        RepeatBytes(pattern, row, static_cast<std::size_t>(isJoined ? allBytes : wholeBytes),
+                    isStreamed);
+        if (tailPixels != 0) CopyRow(format, tailPixels, inUnit.data(), row + wholeBytes);
     }
+    if (isStreamed) FinishCopies();
 }
 
 void FillPlanes(const Destination& outDestination, const Pixel& inPixel) {

@@ -18,7 +18,7 @@ InputRows::InputRows(const Source& inPicture, const Format& inFormat, Scratch& i
     std::fill_n(converted_.start, bytes, std::byte{0});
     convert_ = FastRowBetween(inPicture.format, inFormat);
     if (convert_ != nullptr) return;
-    plan_ = PlanConversion(inPicture.format, inFormat, width, ioScratch.Resource());
+    plan_ = PlanConversion(inPicture.format, inFormat, width);
     work_ = MakeWorkRows(*plan_, ioScratch);
     fetched_ = ioScratch.Row(width);
 }

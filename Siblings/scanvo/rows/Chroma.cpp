@@ -1,10 +1,13 @@
 #include "rows/Chroma.h"
 
+#include <algorithm>
+
+#include "fast/VectorColour.h"
 #include "formats/FormatCode.h"
 
 namespace scanvo {
 
-void SpreadChroma(const float* inHalf, std::int32_t inWidth, float* __restrict outFull) {
+void PlainSpreadChroma(const float* inHalf, std::int32_t inWidth, float* __restrict outFull) {
     const std::int32_t last = HalfWidth(inWidth) - 1;
     for (std::int32_t x = 0; x < last; ++x) {
         outFull[2 * x] = inHalf[x];
@@ -14,17 +17,24 @@ void SpreadChroma(const float* inHalf, std::int32_t inWidth, float* __restrict o
     if (inWidth % 2 == 0) outFull[inWidth - 1] = inHalf[last];
 }
 
-void HalveChroma(const float* inFull, std::int32_t inWidth, float* __restrict outHalf) {
-    const auto filtered = [](float left, float centre, float right) {
-        return 0.25f * (left + right) + 0.5f * centre;
-    };
-    const std::int32_t last = HalfWidth(inWidth) - 1;
-    const auto leftOf = [inFull](std::int32_t x) { return x > 0 ? inFull[2 * x - 1] : inFull[0]; };
-    outHalf[0] = filtered(leftOf(0), inFull[0], inFull[inWidth > 1 ? 1 : 0]);
-    for (std::int32_t x = 1; x < last; ++x) {
-        outHalf[x] = filtered(inFull[2 * x - 1], inFull[2 * x], inFull[2 * x + 1]);
+void PlainHalveChroma(const float* inFull, std::int32_t inWidth, std::int32_t inFirst,
+                      std::int32_t inEnd, float* __restrict outHalf) {
+    for (std::int32_t x = inFirst; x < inEnd; ++x) {
+        const float left = inFull[std::max(2 * x - 1, 0)];
+        const float right = inFull[std::min(2 * x + 1, inWidth - 1)];
+        outHalf[x] = 0.25f * (left + right) + 0.5f * inFull[2 * x];
     }
-    outHalf[last] = filtered(leftOf(last), inFull[2 * last], inFull[inWidth - 1]);
+}
+
+void SpreadChroma(const float* inHalf, std::int32_t inWidth, float* __restrict outFull) {
+    const std::int32_t done = SpreadChromaVectors(inHalf, inWidth, outFull);
+    PlainSpreadChroma(inHalf + done, inWidth - 2 * done, outFull + 2 * done);
+}
+
+void HalveChroma(const float* inFull, std::int32_t inWidth, float* __restrict outHalf) {
+    PlainHalveChroma(inFull, inWidth, 0, 1, outHalf);
+    const std::int32_t done = HalveChromaVectors(inFull, inWidth, outHalf);
+    PlainHalveChroma(inFull, inWidth, done, HalfWidth(inWidth), outHalf);
 }
 
 }  // namespace scanvo

@@ -15,4 +15,10 @@ void SpreadChroma(const float* inHalf, std::int32_t inWidth, float* __restrict o
 /// From inWidth samples: every other one, filtered with 1/4, 1/2, 1/4.
 void HalveChroma(const float* inFull, std::int32_t inWidth, float* __restrict outHalf);
 
+/// Without vectors, for the ends of rows and to hold vectors against. The second gives the samples
+/// from inFirst to before inEnd only.
+void PlainSpreadChroma(const float* inHalf, std::int32_t inWidth, float* __restrict outFull);
+void PlainHalveChroma(const float* inFull, std::int32_t inWidth, std::int32_t inFirst,
+                      std::int32_t inEnd, float* __restrict outHalf);
+
 }  // namespace scanvo

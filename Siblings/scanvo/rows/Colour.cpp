@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "fast/VectorColour.h"
+
 namespace scanvo {
 namespace {
 
@@ -126,6 +128,24 @@ float FromLinearLight(float inLinear) {
     return std::copysign(encoded, inLinear);
 }
 
+RunColourStep PlainColourStep(ColourStep inStep) {
+    switch (inStep) {
+        case ColourStep::MakeOpaque:
+            return MakeOpaque;
+        case ColourStep::Premultiply:
+            return Premultiply;
+        case ColourStep::Unpremultiply:
+            return Unpremultiply;
+        case ColourStep::ApplyMatrix:
+            return ApplyMatrix;
+        case ColourStep::ToLinearLight:
+            return ApplyCurve<ToLinearLight>;
+        case ColourStep::FromLinearLight:
+            return ApplyCurve<FromLinearLight>;
+    }
+    return nullptr;
+}
+
 ColourSteps::ColourSteps(const Format& inSource, const Format& inDestination) {
     const bool fromLinear = inSource.colour == Colour::LinearRgb;
     const bool toLinear = inDestination.colour == Colour::LinearRgb;
@@ -135,23 +155,27 @@ ColourSteps::ColourSteps(const Format& inSource, const Format& inDestination) {
     const bool curves = fromLinear != toLinear;
     const bool staysPremultiplied = fromPremultiplied && toPremultiplied && !curves;
 
-    Add(fromPremultiplied && !staysPremultiplied, Unpremultiply);
-    Add(curves && fromLinear, ApplyCurve<FromLinearLight>);
-    Add(NeedsMatrix(inSource, inDestination), ApplyMatrix);
+    Add(fromPremultiplied && !staysPremultiplied, ColourStep::Unpremultiply);
+    Add(curves && fromLinear, ColourStep::FromLinearLight);
+    Add(NeedsMatrix(inSource, inDestination), ColourStep::ApplyMatrix);
     if (NeedsMatrix(inSource, inDestination)) matrix_ = MatrixBetween(inSource, inDestination);
-    Add(curves && toLinear, ApplyCurve<ToLinearLight>);
-    Add(HasAlpha(inSource) && toPremultiplied && !staysPremultiplied, Premultiply);
+    Add(curves && toLinear, ColourStep::ToLinearLight);
+    Add(HasAlpha(inSource) && toPremultiplied && !staysPremultiplied, ColourStep::Premultiply);
 
     const bool holdsAlpha = inDestination.alpha != Alpha::None;
-    Add(holdsAlpha && !(HasAlpha(inSource) && HasAlpha(inDestination)), MakeOpaque);
+    Add(holdsAlpha && !(HasAlpha(inSource) && HasAlpha(inDestination)), ColourStep::MakeOpaque);
 }
 
-void ColourSteps::Add(bool inIsNeeded, Step inStep) {
-    if (inIsNeeded) steps_[static_cast<std::size_t>(count_++)] = inStep;
+void ColourSteps::Add(bool inIsNeeded, ColourStep inStep) {
+    if (!inIsNeeded) return;
+    const RunColourStep vectors = VectorColourStep(inStep);
+    steps_[static_cast<std::size_t>(count_++)] =
+        vectors != nullptr ? vectors : PlainColourStep(inStep);
 }
 
 void ColourSteps::Run(const PlanarRow& ioRow, std::int32_t inWidth) const {
-    std::for_each_n(steps_.begin(), count_, [&](Step step) { step(ioRow, inWidth, matrix_); });
+    std::for_each_n(steps_.begin(), count_,
+                    [&](RunColourStep step) { step(ioRow, inWidth, matrix_); });
 }
 
 }  // namespace scanvo

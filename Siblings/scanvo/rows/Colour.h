@@ -32,6 +32,23 @@ Matrix3x3 YCbCrToRgb(Matrix inMatrix);
 float ToLinearLight(float inEncoded);
 float FromLinearLight(float inLinear);
 
+/// What may be done to the colour and alpha of a row in place.
+enum class ColourStep {
+    MakeOpaque,
+    Premultiply,
+    Unpremultiply,
+    ApplyMatrix,
+    ToLinearLight,
+    FromLinearLight
+};
+
+/// The matrix is for the step that applies one.
+using RunColourStep = void (*)(const PlanarRow& ioRow, std::int32_t inWidth,
+                               const Matrix3x3& inMatrix);
+
+/// Without vectors, for the ends of rows and to hold vectors against.
+RunColourStep PlainColourStep(ColourStep inStep);
+
 /// What turns a row of one format's colour and alpha into another's: a few steps, chosen once, then
 /// run over rows with full chroma.
 class ColourSteps {
@@ -47,11 +64,9 @@ class ColourSteps {
     void Run(const PlanarRow& ioRow, std::int32_t inWidth) const;
 
   private:
-    using Step = void (*)(const PlanarRow& ioRow, std::int32_t inWidth, const Matrix3x3& inMatrix);
+    void Add(bool inIsNeeded, ColourStep inStep);
 
-    void Add(bool inIsNeeded, Step inStep);
-
-    std::array<Step, 6> steps_{};
+    std::array<RunColourStep, 6> steps_{};
     int count_ = 0;
     Matrix3x3 matrix_{};
 };

@@ -65,7 +65,7 @@ Filter FilterOf(double inStep, std::int32_t inQuality) {
 // The weights of a run of source samples.
 struct Taps {
     std::int64_t first;
-    std::pmr::vector<double> weights;
+    std::vector<double> weights;
 };
 
 std::int64_t MostTaps(const Filter& inFilter, std::int32_t inSourceCount) {
@@ -118,62 +118,47 @@ void CloseUp(std::int64_t inMostTaps, std::int32_t inSourceCount, WeightTable& i
     }
 }
 
+void OrderByTap(WeightTable& ioTable) {
+    const auto tapCount = static_cast<std::size_t>(ioTable.tapCount);
+    const std::size_t count = ioTable.first.size();
+    ioTable.weights.resize(tapCount * count);
+    ioTable.weightsByTap.resize(tapCount * count);
+    for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t tap = 0; tap < tapCount; ++tap) {
+            ioTable.weightsByTap[tap * count + i] = ioTable.weights[i * tapCount + tap];
+        }
+    }
+}
+
 }  // namespace
 
-WeightTable MakeWeights(const SampleGrid& inSource, const SampleGrid& inDestination, double inScale,
-                        std::int32_t inQuality, std::pmr::memory_resource* inResource) {
+WeightTable MakeWeights(const Axis& inAxis) {
+    const SampleGrid& from = inAxis.source;
+    const SampleGrid& to = inAxis.destination;
     // Samples that stay where they are take nothing from their neighbours, not even rounding.
-    const bool staysInPlace = inScale == 1 && inSource == inDestination;
+    const bool staysInPlace = inAxis.scale == 1 && from == to;
     const Filter filter =
-        FilterOf(inScale * inDestination.pitch / inSource.pitch, staysInPlace ? 0 : inQuality);
-    const std::int64_t mostTaps = MostTaps(filter, inSource.count);
-    const auto count = static_cast<std::size_t>(inDestination.count);
-    WeightTable table(inResource);
+        FilterOf(inAxis.scale * to.pitch / from.pitch, staysInPlace ? 0 : inAxis.quality);
+    const std::int64_t mostTaps = MostTaps(filter, from.count);
+    const auto count = static_cast<std::size_t>(to.count);
+    WeightTable table;
     table.first.resize(count);
     table.weights.resize(count * static_cast<std::size_t>(mostTaps));
-    Taps taps{0, std::pmr::vector<double>(inResource)};
+    Taps taps{0, {}};
     taps.weights.reserve(static_cast<std::size_t>(mostTaps));
-    for (std::int32_t i = 0; i < inDestination.count; ++i) {
-        const double pixel = inDestination.first + 1.0 * inDestination.pitch * i;
-        const double sourcePixel = (pixel + 0.5) * inScale - 0.5;
-        SetTaps(filter, (sourcePixel - inSource.first) / inSource.pitch, inSource.count - 1, taps);
+    for (std::int32_t i = 0; i < to.count; ++i) {
+        const double pixel = to.first + 1.0 * to.pitch * i;
+        const double sourcePixel = (pixel + 0.5) * inAxis.scale - 0.5;
+        SetTaps(filter, (sourcePixel - from.first) / from.pitch, from.count - 1, taps);
         std::transform(taps.weights.begin(), taps.weights.end(),
                        table.weights.begin() + mostTaps * i,
                        [](double weight) { return static_cast<float>(weight); });
         table.first[static_cast<std::size_t>(i)] = static_cast<std::int32_t>(taps.first);
         table.tapCount = std::max(table.tapCount, static_cast<std::int32_t>(taps.weights.size()));
     }
-    CloseUp(mostTaps, inSource.count, table);
+    CloseUp(mostTaps, from.count, table);
+    OrderByTap(table);
     return table;
-}
-
-void FilterAlongRow(const float* inSamples, const WeightTable& inWeights,
-                    float* __restrict outSamples) {
-    const std::int32_t tapCount = inWeights.tapCount;
-    const float* weights = inWeights.weights.data();
-    for (const std::int32_t first : inWeights.first) {
-        const float* const samples = inSamples + first;
-        float sum = 0;
-        for (std::int32_t tap = 0; tap < tapCount; ++tap) {
-            sum += weights[tap] * samples[tap];
-        }
-        weights += tapCount;
-        *outSamples++ = sum;
-    }
-}
-
-void SetWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
-                 float* __restrict outSamples) {
-    for (std::int32_t i = 0; i < inCount; ++i) {
-        outSamples[i] = inWeight * inSamples[i];
-    }
-}
-
-void AddWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
-                 float* __restrict ioSamples) {
-    for (std::int32_t i = 0; i < inCount; ++i) {
-        ioSamples[i] += inWeight * inSamples[i];
-    }
 }
 
 }  // namespace scanvo

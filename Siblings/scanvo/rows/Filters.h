@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory_resource>
 #include <vector>
 
 namespace scanvo {
@@ -32,36 +31,36 @@ struct Axis {
 
 /// What each destination sample is made of.
 struct WeightTable {
-    explicit WeightTable(std::pmr::memory_resource* inResource)
-        : first(inResource), weights(inResource) {}
-
     std::int32_t Count() const { return static_cast<std::int32_t>(first.size()); }
     const float* WeightsOf(std::int32_t inDestination) const {
         return weights.data() + std::int64_t{tapCount} * inDestination;
     }
 
     std::size_t Bytes() const {
-        return sizeof(float) * weights.size() + sizeof(std::int32_t) * first.size();
+        return sizeof(float) * (weights.size() + weightsByTap.size()) +
+               sizeof(std::int32_t) * first.size();
     }
 
     /// Taps of every destination sample; all lie inside the source.
     std::int32_t tapCount = 0;
     /// The source sample of each destination sample's first tap, never decreasing.
-    std::pmr::vector<std::int32_t> first;
+    std::vector<std::int32_t> first;
     /// tapCount weights for each destination sample; each sample's sum is 1.
-    std::pmr::vector<float> weights;
+    std::vector<float> weights;
+    /// The same weights: those of the first taps, then those of the second taps, and so on.
+    std::vector<float> weightsByTap;
 };
 
-/// Weights from one grid to another of a picture scaled so that inScale source pixels become one
-/// destination pixel. Pixels are centred at half positions, so the pictures' edges coincide. Taps
-/// beyond an end count for the sample at that end.
+/// Pixels are centred at half positions, so the pictures' edges coincide. Taps beyond an end count
+/// for the sample at that end.
 ///
 /// Quality 0 and 1 take the nearest sample; 2 interpolates linearly when enlarging and averages the
 /// covered samples when shrinking; 3 interpolates linearly, 4 by the cubic of Catmull and Rom, 5
 /// and more by three lobes of Lanczos's window. The kernels of 3 and more grow when shrinking, so
 /// that every source sample counts.
-WeightTable MakeWeights(const SampleGrid& inSource, const SampleGrid& inDestination, double inScale,
-                        std::int32_t inQuality, std::pmr::memory_resource* inResource);
+WeightTable MakeWeights(const Axis& inAxis);
+
+// What the weights are used for is written with vectors, in fast/FloatFilters.cpp.
 
 /// inWeights.Count() samples out of a row of samples.
 void FilterAlongRow(const float* inSamples, const WeightTable& inWeights,

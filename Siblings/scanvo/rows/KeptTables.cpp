@@ -37,11 +37,6 @@ struct Entries {
 
 thread_local Entries entries;
 
-WeightTable MakeAxisWeights(const Axis& inAxis) {
-    return MakeWeights(inAxis.source, inAxis.destination, inAxis.scale, inAxis.quality,
-                       std::pmr::new_delete_resource());
-}
-
 }  // namespace
 
 AnyTable FindKeptTable(TableMaker inMaker, const Axis& inAxis) {
@@ -68,7 +63,7 @@ void ReleaseThreadTables() {
 }
 
 std::shared_ptr<const WeightTable> KeptWeights(const Axis& inAxis) {
-    return KeptTable(MakeAxisWeights, inAxis);
+    return KeptTable(MakeWeights, inAxis);
 }
 
 }  // namespace scanvo

@@ -145,8 +145,8 @@ PlanarStore::PlanarStore(const Destination& inPicture, const CodeRanges& inRange
             const SampleGrid pixels = {RowsOfField(picture_.height, field, fieldCount_),
                                        fieldCount_, 1.0 * field};
             planes_[plane].weights.push_back(
-                MakeWeights(pixels, ChromaGrid(picture_.format, picture_.height, plane, field), 1,
-                            kTriangle, ioScratch.Resource()));
+                MakeWeights({pixels, ChromaGrid(picture_.format, picture_.height, plane, field), 1,
+                             kTriangle}));
             for (OpenRow& row : planes_[plane].open[static_cast<std::size_t>(field)]) {
                 row.samples = ioScratch.Floats(count);
             }

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <type_traits>
 
+#include "fast/VectorLayouts.h"
 #include "rows/PlanarLayouts.h"
 
 namespace scanvo {
@@ -294,7 +295,7 @@ CodeRanges RangesOf(const Format& inFormat) {
 
 }  // namespace
 
-RowAccess AccessTo(const Format& inFormat) {
+RowAccess PlainAccessTo(const Format& inFormat) {
     const auto found = std::find_if(
         std::begin(kLayoutRows), std::end(kLayoutRows), [&inFormat](const LayoutRow& each) {
             return each.layout == inFormat.layout && each.component == inFormat.component &&
@@ -302,6 +303,12 @@ RowAccess AccessTo(const Format& inFormat) {
         });
     if (found == std::end(kLayoutRows)) return {};
     return {found->load, found->store, RangesOf(inFormat)};
+}
+
+RowAccess AccessTo(const Format& inFormat) {
+    const RowFunctions vectors = VectorLayoutOf(inFormat);
+    const RowAccess plain = PlainAccessTo(inFormat);
+    return vectors.load == nullptr ? plain : RowAccess{vectors.load, vectors.store, plain.ranges};
 }
 
 RowShape LoadedShape(const Format& inFormat, std::int32_t inWidth) {

@@ -56,6 +56,9 @@ struct RowAccess {
 /// store: see PlanarStore.
 RowAccess AccessTo(const Format& inFormat);
 
+/// The same without vectors, for the ends of rows and to hold vectors against.
+RowAccess PlainAccessTo(const Format& inFormat);
+
 /// The shape of a row as it is loaded; no alpha plane when alpha means nothing.
 RowShape LoadedShape(const Format& inFormat, std::int32_t inWidth);
 

@@ -1,6 +1,7 @@
 #include "rows/RowPlan.h"
 
 #include "rows/Chroma.h"
+#include "rows/KeptTables.h"
 
 namespace scanvo {
 namespace {
@@ -44,14 +45,13 @@ SampleGrid GridAlongRow(std::int32_t inCount, std::int32_t inWidth) {
     return {inCount, inCount == inWidth ? 1 : 2, 0};
 }
 
-void PlanFilters(const Format& inSource, std::int32_t inQuality,
-                 std::pmr::memory_resource* inResource, RowPlan& ioPlan) {
+void PlanFilters(const Format& inSource, std::int32_t inQuality, RowPlan& ioPlan) {
     const RowShape loadedShape = LoadedShape(inSource, ioPlan.sourceWidth);
     const double scale = static_cast<double>(ioPlan.sourceWidth) / ioPlan.width;
     const auto weightsOf = [&](std::size_t plane) {
-        return MakeWeights(GridAlongRow(loadedShape[plane], ioPlan.sourceWidth),
-                           GridAlongRow(ioPlan.fetchedShape[plane], ioPlan.width), scale, inQuality,
-                           inResource);
+        return KeptWeights({GridAlongRow(loadedShape[plane], ioPlan.sourceWidth),
+                            GridAlongRow(ioPlan.fetchedShape[plane], ioPlan.width), scale,
+                            inQuality});
     };
     ioPlan.moves.fill(PlaneMove::Filter);
     ioPlan.weights = weightsOf(0);
@@ -67,7 +67,7 @@ void MovePlane(const RowPlan& inPlan, std::size_t inPlane, const float* inLoaded
             SpreadChroma(inLoaded, inPlan.width, outFetched);
             break;
         case PlaneMove::Filter:
-            FilterAlongRow(inLoaded, IsChroma(inPlane) ? inPlan.chromaWeights : inPlan.weights,
+            FilterAlongRow(inLoaded, IsChroma(inPlane) ? *inPlan.chromaWeights : *inPlan.weights,
                            outFetched);
             break;
     }
@@ -75,9 +75,8 @@ void MovePlane(const RowPlan& inPlan, std::size_t inPlane, const float* inLoaded
 
 }  // namespace
 
-RowPlan PlanConversion(const Format& inSource, const Format& inDestination, std::int32_t inWidth,
-                       std::pmr::memory_resource* inResource) {
-    RowPlan plan(inResource);
+RowPlan PlanConversion(const Format& inSource, const Format& inDestination, std::int32_t inWidth) {
+    RowPlan plan;
     plan.sourceWidth = plan.width = inWidth;
     PlanColour(inSource, inSource, inDestination, plan);
     PlanChroma(inSource, inDestination, plan);
@@ -85,14 +84,13 @@ RowPlan PlanConversion(const Format& inSource, const Format& inDestination, std:
 }
 
 RowPlan PlanScaling(const Format& inSource, std::int32_t inSourceWidth, const Format& inDestination,
-                    std::int32_t inWidth, std::int32_t inQuality,
-                    std::pmr::memory_resource* inResource) {
-    RowPlan plan(inResource);
+                    std::int32_t inWidth, std::int32_t inQuality) {
+    RowPlan plan;
     plan.sourceWidth = inSourceWidth;
     plan.width = inWidth;
     PlanColour(inSource, FormatForMixing(inSource, inQuality), inDestination, plan);
     PlanChroma(inSource, inDestination, plan);
-    if (inSourceWidth != inWidth) PlanFilters(inSource, inQuality, inResource, plan);
+    if (inSourceWidth != inWidth) PlanFilters(inSource, inQuality, plan);
     return plan;
 }
 

@@ -8,7 +8,7 @@
 
 #include <array>
 #include <cstdint>
-#include <memory_resource>
+#include <memory>
 
 #include "formats/Picture.h"
 #include "rows/Colour.h"
@@ -23,9 +23,6 @@ namespace scanvo {
 enum class PlaneMove { None, SpreadChroma, Filter };
 
 struct RowPlan {
-    explicit RowPlan(std::pmr::memory_resource* inResource)
-        : weights(inResource), chromaWeights(inResource) {}
-
     RowAccess from;
     RowAccess to;
     /// Run on loaded rows: makes colour premultiplied where pixels are to be mixed.
@@ -36,21 +33,19 @@ struct RowPlan {
     std::int32_t width = 0;
     std::array<PlaneMove, kPlaneCount> moves{};
     /// Used where planes move by filter.
-    WeightTable weights;
-    WeightTable chromaWeights;
+    std::shared_ptr<const WeightTable> weights;
+    std::shared_ptr<const WeightTable> chromaWeights;
     RowShape fetchedShape{};
     bool halvesChroma = false;
 };
 
 /// Between pictures of one width.
-RowPlan PlanConversion(const Format& inSource, const Format& inDestination, std::int32_t inWidth,
-                       std::pmr::memory_resource* inResource);
+RowPlan PlanConversion(const Format& inSource, const Format& inDestination, std::int32_t inWidth);
 
 /// Between pictures of any widths, whose rows may be mixed after fetching. Qualities are those of
 /// MakeWeights.
 RowPlan PlanScaling(const Format& inSource, std::int32_t inSourceWidth, const Format& inDestination,
-                    std::int32_t inWidth, std::int32_t inQuality,
-                    std::pmr::memory_resource* inResource);
+                    std::int32_t inWidth, std::int32_t inQuality);
 
 /// Rows that fetching and finishing need on their way.
 struct WorkRows {

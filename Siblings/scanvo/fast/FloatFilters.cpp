@@ -1,0 +1,123 @@
+// This file is compiled once for each instruction set; Highway includes it again for every one.
+#ifndef HWY_DISABLED_TARGETS
+#define HWY_DISABLED_TARGETS HWY_SSSE3
+#endif
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "fast/FloatFilters.cpp"
+#include <hwy/foreach_target.h>
+// That must come before this.
+#include <hwy/highway.h>
+
+#include "rows/Filters.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace scanvo::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+constexpr hn::ScalableTag<float> kFloats;
+constexpr hn::ScalableTag<std::int32_t> kPlaces;
+using Floats = hn::Vec<decltype(kFloats)>;
+constexpr auto kLanes = static_cast<std::int32_t>(HWY_LANES(float));
+
+// The samples that a vector of destination samples is made of. Those that lie near one another are
+// looked up in one vector. inEnd samples may be read.
+HWY_INLINE Floats FilterVector(const float* inSamples, const std::int32_t* inFirst,
+                               std::int32_t inTapCount, std::int32_t inEnd, const float* inWeights,
+                               std::size_t inWeightStep) {
+    const std::int32_t first = inFirst[0];
+    const auto places = hn::LoadU(kPlaces, inFirst);
+    Floats sum = hn::Zero(kFloats);
+    if (inFirst[kLanes - 1] < first + kLanes && first + inTapCount - 1 + kLanes <= inEnd) {
+        const auto near = hn::IndicesFromVec(kFloats, hn::Sub(places, hn::Set(kPlaces, first)));
+        for (std::int32_t tap = 0; tap < inTapCount; ++tap, inWeights += inWeightStep) {
+            const Floats samples = hn::LoadU(kFloats, inSamples + first + tap);
+            sum =
+                hn::MulAdd(hn::LoadU(kFloats, inWeights), hn::TableLookupLanes(samples, near), sum);
+        }
+        return sum;
+    }
+    for (std::int32_t tap = 0; tap < inTapCount; ++tap, inWeights += inWeightStep) {
+        const Floats samples = hn::GatherIndex(kFloats, inSamples + tap, places);
+        sum = hn::MulAdd(hn::LoadU(kFloats, inWeights), samples, sum);
+    }
+    return sum;
+}
+
+void Filter(const float* inSamples, const WeightTable& inWeights, float* HWY_RESTRICT outSamples) {
+    const std::int32_t count = inWeights.Count();
+    const std::int32_t end = inWeights.first.back() + inWeights.tapCount;
+    std::int32_t x = 0;
+    for (; x + kLanes <= count; x += kLanes) {
+        hn::StoreU(FilterVector(inSamples, inWeights.first.data() + x, inWeights.tapCount, end,
+                                inWeights.weightsByTap.data() + x, inWeights.first.size()),
+                   kFloats, outSamples + x);
+    }
+    for (; x < count; ++x) {
+        const float* const samples = inSamples + inWeights.first[static_cast<std::size_t>(x)];
+        const float* const weights = inWeights.WeightsOf(x);
+        float sum = 0;
+        for (std::int32_t tap = 0; tap < inWeights.tapCount; ++tap) {
+            sum += weights[tap] * samples[tap];
+        }
+        outSamples[x] = sum;
+    }
+}
+
+void Set(const float* inSamples, float inWeight, std::int32_t inCount,
+         float* HWY_RESTRICT outSamples) {
+    std::int32_t i = 0;
+    for (; i + kLanes <= inCount; i += kLanes) {
+        const Floats samples = hn::LoadU(kFloats, inSamples + i);
+        hn::StoreU(hn::Mul(hn::Set(kFloats, inWeight), samples), kFloats, outSamples + i);
+    }
+    for (; i < inCount; ++i) {
+        outSamples[i] = inWeight * inSamples[i];
+    }
+}
+
+void Add(const float* inSamples, float inWeight, std::int32_t inCount,
+         float* HWY_RESTRICT ioSamples) {
+    std::int32_t i = 0;
+    for (; i + kLanes <= inCount; i += kLanes) {
+        const Floats sum = hn::LoadU(kFloats, ioSamples + i);
+        const Floats samples = hn::LoadU(kFloats, inSamples + i);
+        hn::StoreU(hn::MulAdd(hn::Set(kFloats, inWeight), samples, sum), kFloats, ioSamples + i);
+    }
+    for (; i < inCount; ++i) {
+        ioSamples[i] += inWeight * inSamples[i];
+    }
+}
+
+}  // namespace scanvo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace scanvo {
+namespace {
+
+HWY_EXPORT(Filter);
+HWY_EXPORT(Set);
+HWY_EXPORT(Add);
+
+}  // namespace
+
+void FilterAlongRow(const float* inSamples, const WeightTable& inWeights,
+                    float* __restrict outSamples) {
+    HWY_DYNAMIC_DISPATCH(Filter)(inSamples, inWeights, outSamples);
+}
+
+void SetWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
+                 float* __restrict outSamples) {
+    HWY_DYNAMIC_DISPATCH(Set)(inSamples, inWeight, inCount, outSamples);
+}
+
+void AddWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
+                 float* __restrict ioSamples) {
+    HWY_DYNAMIC_DISPATCH(Add)(inSamples, inWeight, inCount, ioSamples);
+}
+
+}  // namespace scanvo
+
+#endif

@@ -1,0 +1,451 @@
+// This file is compiled once for each instruction set; Highway includes it again for every one.
+#define HWY_DISABLED_TARGETS HWY_SSSE3
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "fast/VectorLayouts.cpp"
+#include <hwy/foreach_target.h>
+// That must come before this.
+#include <hwy/cache_control.h>
+#include <hwy/highway.h>
+
+#include "fast/Bytes.h"
+#include "fast/Codes-inl.h"
+#include "fast/VectorLayouts.h"
+
+#ifndef SCANVO_FAST_VECTOR_LAYOUTS
+#define SCANVO_FAST_VECTOR_LAYOUTS
+
+namespace scanvo {
+
+// Vectors do the whole groups of a row; these are the pixels from inFirst on, which begins a unit.
+
+template <class Byte>
+PictureOf<Byte> RestOf(PictureOf<Byte> inPicture, std::int32_t inFirst) {
+    inPicture.start += UsedRowBytes(inPicture.format, inFirst);
+    inPicture.width -= inFirst;
+    return inPicture;
+}
+
+inline PlanarRow RestOf(const PlanarRow& inRow, const Format& inFormat, std::int32_t inFirst) {
+    const RowShape begin = LoadedShape(inFormat, inFirst);
+    // An alpha plane is there even where alpha is ignored.
+    return {inRow[0] + begin[0], inRow[1] + begin[1], inRow[2] + begin[2], inRow[3] + inFirst};
+}
+
+inline void LoadRest(const Source& inPicture, std::int32_t inRow, const PlanarRow& outRow,
+                     std::int32_t inFirst) {
+    if (inFirst == inPicture.width) return;
+    PlainAccessTo(inPicture.format)
+        .Load(RestOf(inPicture, inFirst), inRow, RestOf(outRow, inPicture.format, inFirst));
+}
+
+inline void StoreRest(const PlanarRow& inRow, const Destination& outPicture,
+                      std::int32_t inRowNumber, std::int32_t inFirst) {
+    if (inFirst == outPicture.width) return;
+    PlainAccessTo(outPicture.format)
+        .Store(RestOf(inRow, outPicture.format, inFirst), RestOf(outPicture, inFirst), inRowNumber);
+}
+
+// What lies at each place of a pixel: blue, green, red, alpha, or the other way round.
+constexpr std::size_t PlaneAt(bool inIsReversed, std::size_t inPlace) {
+    return (inIsReversed ? inPlace + 3 : 6 - inPlace) % 4;
+}
+
+}  // namespace scanvo
+
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace scanvo::HWY_NAMESPACE {
+namespace {
+
+#if HWY_TARGET == HWY_SCALAR
+
+RowFunctions FindLayout(const Format&) {
+    return {};
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// ---- Codes and samples --------------------------------------------------------------------------
+
+// One plane of a format, by its ranges.
+template <class D>
+struct PlaneCodes {
+    using V = hn::Vec<D>;
+    using Unsigned = hn::RebindToUnsigned<D>;
+
+    PlaneCodes(const CodeRanges& inRanges, std::size_t inPlane)
+        : offset(hn::Set(D(), inRanges.offset[inPlane])),
+          scale(hn::Set(D(), inRanges.scale[inPlane])),
+          reciprocal(hn::Set(D(), 1 / inRanges.scale[inPlane])),
+          maximum(hn::Set(D(), inRanges.maximum)) {}
+
+    HWY_INLINE V Samples(hn::Vec<Unsigned> inCodes) const {
+        const auto codes = hn::ConvertTo(D(), hn::BitCast(hn::RebindToSigned<D>(), inCodes));
+        return Quotient(hn::Sub(codes, offset), scale, reciprocal);
+    }
+    HWY_INLINE hn::Vec<Unsigned> Codes(V inSamples) const {
+        return NearestCode(D(), hn::MulAdd(inSamples, scale, offset), maximum);
+    }
+
+    V offset, scale, reciprocal, maximum;
+};
+
+constexpr hn::ScalableTag<float> kFloats;
+constexpr hn::ScalableTag<std::uint32_t> kWords;
+using Floats = decltype(kFloats);
+using Words = hn::Vec<decltype(kWords)>;
+
+template <int shift, int bits>
+HWY_INLINE Words Field(Words inWords) {
+    const Words shifted = hn::ShiftRight<shift>(inWords);
+    if constexpr (shift + bits == 32) return shifted;
+    return hn::And(shifted, hn::Set(kWords, (1u << bits) - 1));
+}
+
+std::int32_t Step() {
+    return static_cast<std::int32_t>(hn::Lanes(kFloats));
+}
+
+// ---- Packed 4:4:4:4 -----------------------------------------------------------------------------
+
+template <bool isReversed>
+void LoadBytes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
+               const PlanarRow& outRow) {
+    const std::byte* const row = RowAt(inPicture, inRow);
+    const PlaneCodes<Floats> codes[] = {{inRanges, 0}, {inRanges, 1}, {inRanges, 2}, {inRanges, 3}};
+    float* const planes[] = {outRow[0], outRow[1], outRow[2], outRow[3]};
+    std::int32_t x = 0;
+    for (; x + Step() <= inPicture.width; x += Step()) {
+        const Words pixels = LoadCodes(kWords, row + std::int64_t{x} * 4);
+        const auto store = [&](std::size_t plane, Words bytes) HWY_ATTR {
+            hn::StoreU(codes[plane].Samples(bytes), kFloats, planes[plane] + x);
+        };
+        store(PlaneAt(isReversed, 0), Field<0, 8>(pixels));
+        store(PlaneAt(isReversed, 1), Field<8, 8>(pixels));
+        store(PlaneAt(isReversed, 2), Field<16, 8>(pixels));
+        store(PlaneAt(isReversed, 3), Field<24, 8>(pixels));
+    }
+    LoadRest(inPicture, inRow, outRow, x);
+}
+
+template <bool isReversed>
+void StoreBytes(const PlanarRow& inRow, const CodeRanges& inRanges, const Destination& outPicture,
+                std::int32_t inRowNumber) {
+    std::byte* const row = RowAt(outPicture, inRowNumber);
+    const PlaneCodes<Floats> codes[] = {{inRanges, 0}, {inRanges, 1}, {inRanges, 2}, {inRanges, 3}};
+    const float* const planes[] = {inRow[0], inRow[1], inRow[2], inRow[3]};
+    std::int32_t x = 0;
+    for (; x + Step() <= outPicture.width; x += Step()) {
+        const auto codeAt = [&](std::size_t place) HWY_ATTR {
+            const std::size_t plane = PlaneAt(isReversed, place);
+            return codes[plane].Codes(hn::LoadU(kFloats, planes[plane] + x));
+        };
+        const Words lower = hn::Or(codeAt(0), hn::ShiftLeft<8>(codeAt(1)));
+        const Words upper = hn::Or(codeAt(2), hn::ShiftLeft<8>(codeAt(3)));
+        StoreCodes(kWords, hn::Or(lower, hn::ShiftLeft<16>(upper)), row + std::int64_t{x} * 4);
+    }
+    StoreRest(inRow, outPicture, inRowNumber, x);
+}
+
+template <bool isReversed>
+void Load15Bit(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
+               const PlanarRow& outRow) {
+    const std::byte* const row = RowAt(inPicture, inRow);
+    const PlaneCodes<Floats> codes(inRanges, 0);
+    float* const planes[] = {outRow[0], outRow[1], outRow[2], outRow[3]};
+    std::int32_t x = 0;
+    for (; x + Step() <= inPicture.width; x += Step()) {
+        const std::byte* const pixels = row + std::int64_t{x} * 8;
+        const Words first = LoadCodes(kWords, pixels);
+        const Words second = LoadCodes(kWords, pixels + std::int64_t{Step()} * 4);
+        const Words lower = hn::ConcatEven(kWords, second, first);
+        const Words upper = hn::ConcatOdd(kWords, second, first);
+        const auto store = [&](std::size_t plane, Words words) HWY_ATTR {
+            hn::StoreU(codes.Samples(words), kFloats, planes[plane] + x);
+        };
+        store(PlaneAt(isReversed, 0), Field<0, 16>(lower));
+        store(PlaneAt(isReversed, 1), Field<16, 16>(lower));
+        store(PlaneAt(isReversed, 2), Field<0, 16>(upper));
+        store(PlaneAt(isReversed, 3), Field<16, 16>(upper));
+    }
+    LoadRest(inPicture, inRow, outRow, x);
+}
+
+template <bool isReversed>
+void Store15Bit(const PlanarRow& inRow, const CodeRanges& inRanges, const Destination& outPicture,
+                std::int32_t inRowNumber) {
+    std::byte* const row = RowAt(outPicture, inRowNumber);
+    const PlaneCodes<Floats> codes(inRanges, 0);
+    const float* const planes[] = {inRow[0], inRow[1], inRow[2], inRow[3]};
+    std::int32_t x = 0;
+    for (; x + Step() <= outPicture.width; x += Step()) {
+        const auto codeAt = [&](std::size_t place) HWY_ATTR {
+            return codes.Codes(hn::LoadU(kFloats, planes[PlaneAt(isReversed, place)] + x));
+        };
+        const Words lower = hn::Or(codeAt(0), hn::ShiftLeft<16>(codeAt(1)));
+        const Words upper = hn::Or(codeAt(2), hn::ShiftLeft<16>(codeAt(3)));
+        hn::StoreInterleaved2(lower, upper, kWords,
+                              reinterpret_cast<std::uint32_t*>(row + std::int64_t{x} * 8));
+    }
+    StoreRest(inRow, outPicture, inRowNumber, x);
+}
+
+template <bool isReversed>
+void LoadFloats(const Source& inPicture, std::int32_t inRow, const CodeRanges&,
+                const PlanarRow& outRow) {
+    const std::byte* const row = RowAt(inPicture, inRow);
+    float* const planes[] = {outRow[0], outRow[1], outRow[2], outRow[3]};
+    std::int32_t x = 0;
+    for (; x + Step() <= inPicture.width; x += Step()) {
+        hn::Vec<Floats> first, second, third, fourth;
+        hn::LoadInterleaved4(kFloats, reinterpret_cast<const float*>(row + std::int64_t{x} * 16),
+                             first, second, third, fourth);
+        hn::StoreU(first, kFloats, planes[PlaneAt(isReversed, 0)] + x);
+        hn::StoreU(second, kFloats, planes[PlaneAt(isReversed, 1)] + x);
+        hn::StoreU(third, kFloats, planes[PlaneAt(isReversed, 2)] + x);
+        hn::StoreU(fourth, kFloats, planes[PlaneAt(isReversed, 3)] + x);
+    }
+    LoadRest(inPicture, inRow, outRow, x);
+}
+
+// Whether a row of a large picture can be written past the caches.
+bool IsStreamed(const Destination& inPicture, const std::byte* inRow) {
+    const std::int64_t bytes = inPicture.rowBytes * inPicture.height;
+    return (bytes < 0 ? -bytes : bytes) >= kLargePictureBytes &&
+           reinterpret_cast<std::uintptr_t>(inRow) % (sizeof(float) * hn::Lanes(kFloats)) == 0;
+}
+
+void StreamPixels(const float* inPixels, float* outPixels) {
+    const std::size_t lanes = hn::Lanes(kFloats);
+    for (std::size_t i = 0; i < 4 * lanes; i += lanes)
+        hn::Stream(hn::Load(kFloats, inPixels + i), kFloats, outPixels + i);
+}
+
+template <bool isReversed>
+void StoreFloats(const PlanarRow& inRow, const CodeRanges&, const Destination& outPicture,
+                 std::int32_t inRowNumber) {
+    std::byte* const row = RowAt(outPicture, inRowNumber);
+    const float* const planes[] = {inRow[0], inRow[1], inRow[2], inRow[3]};
+    const bool isStreamed = IsStreamed(outPicture, row);
+    HWY_ALIGN float streamed[4 * hn::MaxLanes(kFloats)];
+    std::int32_t x = 0;
+    for (; x + Step() <= outPicture.width; x += Step()) {
+        auto* const pixels = reinterpret_cast<float*>(row + std::int64_t{x} * 16);
+        hn::StoreInterleaved4(hn::LoadU(kFloats, planes[PlaneAt(isReversed, 0)] + x),
+                              hn::LoadU(kFloats, planes[PlaneAt(isReversed, 1)] + x),
+                              hn::LoadU(kFloats, planes[PlaneAt(isReversed, 2)] + x),
+                              hn::LoadU(kFloats, planes[PlaneAt(isReversed, 3)] + x), kFloats,
+                              isStreamed ? streamed : pixels);
+        if (isStreamed) StreamPixels(streamed, pixels);
+    }
+    if (isStreamed) hwy::FlushStream();
+    StoreRest(inRow, outPicture, inRowNumber, x);
+}
+
+// ---- Packed 4:2:2, 8-bit ------------------------------------------------------------------------
+
+// Bit positions within a unit's 32-bit word: Y' of the first pixel and Cb; Y' of the second and Cr
+// are 16 bits above them.
+template <bool isReversed>
+struct UnitBits {
+    static constexpr int kLuma = isReversed ? 0 : 8;
+    static constexpr int kChroma = 8 - kLuma;
+};
+
+template <bool isReversed>
+void LoadUnits(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
+               const PlanarRow& outRow) {
+    using Bits = UnitBits<isReversed>;
+    const std::byte* const row = RowAt(inPicture, inRow);
+    const PlaneCodes<Floats> luma(inRanges, 0);
+    const PlaneCodes<Floats> chroma(inRanges, 1);
+    const auto [lumaPlane, cbPlane, crPlane, unused] = outRow;
+    std::int32_t x = 0;
+    for (; x + 2 * Step() <= inPicture.width; x += 2 * Step()) {
+        const Words units = LoadCodes(kWords, row + std::int64_t{x} * 2);
+        hn::StoreInterleaved2(luma.Samples(Field<Bits::kLuma, 8>(units)),
+                              luma.Samples(Field<Bits::kLuma + 16, 8>(units)), kFloats,
+                              lumaPlane + x);
+        hn::StoreU(chroma.Samples(Field<Bits::kChroma, 8>(units)), kFloats, cbPlane + x / 2);
+        hn::StoreU(chroma.Samples(Field<Bits::kChroma + 16, 8>(units)), kFloats, crPlane + x / 2);
+    }
+    LoadRest(inPicture, inRow, outRow, x);
+}
+
+template <bool isReversed>
+void StoreUnits(const PlanarRow& inRow, const CodeRanges& inRanges, const Destination& outPicture,
+                std::int32_t inRowNumber) {
+    using Bits = UnitBits<isReversed>;
+    std::byte* const row = RowAt(outPicture, inRowNumber);
+    const PlaneCodes<Floats> luma(inRanges, 0);
+    const PlaneCodes<Floats> chroma(inRanges, 1);
+    const auto [lumaPlane, cbPlane, crPlane, unused] = inRow;
+    std::int32_t x = 0;
+    for (; x + 2 * Step() <= outPicture.width; x += 2 * Step()) {
+        hn::Vec<Floats> first, second;
+        hn::LoadInterleaved2(kFloats, lumaPlane + x, first, second);
+        const Words cb = chroma.Codes(hn::LoadU(kFloats, cbPlane + x / 2));
+        const Words cr = chroma.Codes(hn::LoadU(kFloats, crPlane + x / 2));
+        const Words lumas = hn::Or(luma.Codes(first), hn::ShiftLeft<16>(luma.Codes(second)));
+        const Words chromas = hn::Or(cb, hn::ShiftLeft<16>(cr));
+        StoreCodes(kWords,
+                   hn::Or(hn::ShiftLeft<Bits::kLuma>(lumas), hn::ShiftLeft<Bits::kChroma>(chromas)),
+                   row + std::int64_t{x} * 2);
+    }
+    StoreRest(inRow, outPicture, inRowNumber, x);
+}
+
+// ---- v210 ---------------------------------------------------------------------------------------
+
+// A group of six pixels is four words of three samples each:
+//   Cb0 Y0 Cr0,  Y1 Cb1 Y2,  Cr1 Y3 Cb2,  Y4 Cr2 Y5
+// Groups are done one by one. Their three chroma samples are read and written with a fourth one,
+// which must be in the row too, and which the next group puts right.
+constexpr std::int32_t kGroupPixels = 6;
+constexpr std::int32_t kPixelsNeeded = 8;
+constexpr std::int64_t kGroupBytes = 16;
+
+using GroupFloats = hn::FixedTag<float, 4>;
+constexpr hn::FixedTag<std::uint32_t, 4> kGroupWords;
+using GroupWords = hn::Vec<decltype(kGroupWords)>;
+
+struct alignas(16) Lanes {
+    std::uint32_t lanes[4];
+};
+constexpr std::uint32_t kNone = 4;
+
+// Bytes to look up, so that lanes come from those given.
+constexpr Lanes From(const Lanes& inLanes) {
+    Lanes indices{};
+    for (std::size_t i = 0; i < 4; ++i) {
+        const std::uint32_t lane = inLanes.lanes[i];
+        indices.lanes[i] = lane == kNone ? 0x80808080 : 0x03020100 + 0x04040404 * lane;
+    }
+    return indices;
+}
+
+HWY_INLINE GroupWords Picked(GroupWords inWords, const Lanes& inIndices) {
+    const hn::FixedTag<std::uint8_t, 16> bytes;
+    const auto indices = hn::BitCast(bytes, hn::Load(kGroupWords, inIndices.lanes));
+    return hn::BitCast(kGroupWords, hn::TableLookupBytesOr0(hn::BitCast(bytes, inWords), indices));
+}
+
+HWY_INLINE GroupWords Unpacked(GroupWords inGroup, const Lanes& inIndices, const Lanes& inShifts) {
+    const auto shifts = hn::Load(kGroupWords, inShifts.lanes);
+    return hn::And(hn::Shr(Picked(inGroup, inIndices), shifts), hn::Set(kGroupWords, 0x3FF));
+}
+
+HWY_INLINE GroupWords Packed(GroupWords inCodes, const Lanes& inIndices, const Lanes& inShifts) {
+    return hn::Shl(Picked(inCodes, inIndices), hn::Load(kGroupWords, inShifts.lanes));
+}
+
+void LoadGroups(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
+                const PlanarRow& outRow) {
+    static constexpr Lanes kFirstLuma = From({0, 1, 1, 2});
+    static constexpr Lanes kLastLuma = From({1, 2, 3, 3});
+    static constexpr Lanes kCb = From({0, 1, 2, kNone});
+    static constexpr Lanes kCr = From({0, 2, 3, kNone});
+    const GroupFloats floats;
+    const std::byte* const row = RowAt(inPicture, inRow);
+    const PlaneCodes<GroupFloats> luma(inRanges, 0);
+    const PlaneCodes<GroupFloats> chroma(inRanges, 1);
+    const auto [lumaPlane, cbPlane, crPlane, unused] = outRow;
+    std::int32_t x = 0;
+    for (; x + kPixelsNeeded <= inPicture.width; x += kGroupPixels) {
+        const GroupWords group = LoadCodes(kGroupWords, row + x / kGroupPixels * kGroupBytes);
+        const auto firstLuma = Unpacked(group, kFirstLuma, {10, 0, 20, 10});
+        const auto lastLuma = Unpacked(group, kLastLuma, {20, 10, 0, 20});
+        hn::StoreU(luma.Samples(firstLuma), floats, lumaPlane + x);
+        hn::StoreU(luma.Samples(lastLuma), floats, lumaPlane + x + 2);
+        hn::StoreU(chroma.Samples(Unpacked(group, kCb, {0, 10, 20, 0})), floats, cbPlane + x / 2);
+        hn::StoreU(chroma.Samples(Unpacked(group, kCr, {20, 0, 10, 0})), floats, crPlane + x / 2);
+    }
+    LoadRest(inPicture, inRow, outRow, x);
+}
+
+void StoreGroups(const PlanarRow& inRow, const CodeRanges& inRanges, const Destination& outPicture,
+                 std::int32_t inRowNumber) {
+    // Y' that comes first in its word, and Y' that comes last, from the first four and last four.
+    static constexpr Lanes kFirstLower = From({0, 1, 3, kNone});
+    static constexpr Lanes kFirstUpper = From({kNone, kNone, kNone, 2});
+    static constexpr Lanes kLastLower = From({kNone, 2, kNone, kNone});
+    static constexpr Lanes kLastUpper = From({kNone, kNone, kNone, 3});
+    static constexpr Lanes kCb = From({0, 1, 2, kNone});
+    static constexpr Lanes kCr = From({0, kNone, 1, 2});
+    const GroupFloats floats;
+    std::byte* const row = RowAt(outPicture, inRowNumber);
+    const PlaneCodes<GroupFloats> luma(inRanges, 0);
+    const PlaneCodes<GroupFloats> chroma(inRanges, 1);
+    const auto [lumaPlane, cbPlane, crPlane, unused] = inRow;
+    std::int32_t x = 0;
+    for (; x + kPixelsNeeded <= outPicture.width; x += kGroupPixels) {
+        const auto lower = luma.Codes(hn::LoadU(floats, lumaPlane + x));
+        const auto upper = luma.Codes(hn::LoadU(floats, lumaPlane + x + 2));
+        const auto cb = chroma.Codes(hn::LoadU(floats, cbPlane + x / 2));
+        const auto cr = chroma.Codes(hn::LoadU(floats, crPlane + x / 2));
+        const auto lumas =
+            hn::Or(hn::Or(Packed(lower, kFirstLower, {10, 0, 10, 0}), Picked(upper, kFirstUpper)),
+                   hn::ShiftLeft<20>(hn::Or(Picked(lower, kLastLower), Picked(upper, kLastUpper))));
+        const auto chromas =
+            hn::Or(Packed(cb, kCb, {0, 10, 20, 0}), Packed(cr, kCr, {20, 0, 0, 10}));
+        StoreCodes(kGroupWords, hn::Or(lumas, chromas), row + x / kGroupPixels * kGroupBytes);
+    }
+    StoreRest(inRow, outPicture, inRowNumber, x);
+}
+
+// ---- The choice ---------------------------------------------------------------------------------
+
+struct LayoutRow {
+    Layout layout;
+    Component component;
+    bool isReversed;
+    RowFunctions functions;
+};
+
+constexpr LayoutRow kLayoutRows[] = {
+    {Layout::Packed4444, Component::Unsigned8, false, {LoadBytes<false>, StoreBytes<false>}},
+    {Layout::Packed4444, Component::Unsigned8, true, {LoadBytes<true>, StoreBytes<true>}},
+    {Layout::Packed4444, Component::Unsigned15, false, {Load15Bit<false>, Store15Bit<false>}},
+    {Layout::Packed4444, Component::Unsigned15, true, {Load15Bit<true>, Store15Bit<true>}},
+    {Layout::Packed4444, Component::Float, false, {LoadFloats<false>, StoreFloats<false>}},
+    {Layout::Packed4444, Component::Float, true, {LoadFloats<true>, StoreFloats<true>}},
+    {Layout::Packed422, Component::Unsigned8, false, {LoadUnits<false>, StoreUnits<false>}},
+    {Layout::Packed422, Component::Unsigned8, true, {LoadUnits<true>, StoreUnits<true>}},
+    {Layout::Packed422, Component::Unsigned10, false, {LoadGroups, StoreGroups}},
+};
+
+RowFunctions FindLayout(const Format& inFormat) {
+    for (const LayoutRow& each : kLayoutRows) {
+        if (each.layout == inFormat.layout && each.component == inFormat.component &&
+            each.isReversed == inFormat.isReversed) {
+            return each.functions;
+        }
+    }
+    return {};
+}
+
+#endif
+
+}  // namespace
+}  // namespace scanvo::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace scanvo {
+namespace {
+
+HWY_EXPORT(FindLayout);
+
+}  // namespace
+
+RowFunctions VectorLayoutOf(const Format& inFormat) {
+    return HWY_DYNAMIC_DISPATCH(FindLayout)(inFormat);
+}
+
+}  // namespace scanvo
+
+#endif
