@@ -5,6 +5,7 @@
 
 #include "fast/AlphaRows.h"
 #include "operations/Conversion.h"
+#include "operations/FormatRows.h"
 #include "rows/RowPlan.h"
 
 namespace scanvo {
@@ -44,12 +45,25 @@ AlphaCode CodeOf(const Format& inFormat, float inAlpha) {
     return code;
 }
 
+// Calls inWrite(row, where to write it, its bytes) for all rows of two pictures alike.
+template <class Write>
+void ForEachRow(const Source& inSource, const Destination& outDestination, const Write& inWrite) {
+    Scratch scratch;
+    const OutputRows output(outDestination, outDestination.start == inSource.start, scratch);
+    for (std::int32_t row = 0; row < inSource.height; ++row) {
+        output.Put(row, [&](std::byte* outRow) {
+            inWrite(RowAt(inSource, row), outRow, output.ByteCount());
+        });
+    }
+}
+
 void ReplaceAlpha(const Source& inSource, const Destination& outDestination,
                   const PixelPattern& inKept, const PixelPattern& inFlipped) {
     const ReplaceBits replace = FindReplaceBits();
-    const auto bytes = static_cast<std::size_t>(UsedRowBytes(inSource.format, inSource.width));
-    for (std::int32_t row = 0; row < inSource.height; ++row)
-        replace(RowAt(inSource, row), RowAt(outDestination, row), bytes, inKept, inFlipped);
+    ForEachRow(inSource, outDestination,
+               [&](const std::byte* inRow, std::byte* outRow, std::size_t inBytes) {
+                   replace(inRow, outRow, inBytes, inKept, inFlipped);
+               });
 }
 
 // ---- Straight alpha inverted --------------------------------------------------------------------
@@ -150,9 +164,10 @@ Darkening DarkeningOf(const Format& inFormat, float inOpacity) {
 void DarkenCodes(const Source& inSource, const Destination& outDestination, float inOpacity) {
     const Darkening darkening = DarkeningOf(inSource.format, inOpacity);
     const DarkenRow darken = FindDarkenRow(darkening);
-    const auto bytes = static_cast<std::size_t>(UsedRowBytes(inSource.format, inSource.width));
-    for (std::int32_t row = 0; row < inSource.height; ++row)
-        darken(RowAt(inSource, row), RowAt(outDestination, row), bytes, darkening);
+    ForEachRow(inSource, outDestination,
+               [&](const std::byte* inRow, std::byte* outRow, std::size_t inBytes) {
+                   darken(inRow, outRow, inBytes, darkening);
+               });
 }
 
 void DarkenPlane(float* ioSamples, const float* inAlpha, std::int32_t inCount, float inOpacity) {

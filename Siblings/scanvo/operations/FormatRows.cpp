@@ -2,10 +2,18 @@
 
 #include <algorithm>
 
+#include "fast/Bytes.h"
+
 namespace scanvo {
+namespace {
+
+// That of the longest vectors.
+constexpr std::size_t kAlignment = 64;
+
+}  // namespace
 
 std::byte* ScratchBytes(std::int64_t inCount, Scratch& ioScratch) {
-    void* const bytes = ioScratch.Resource()->allocate(static_cast<std::size_t>(inCount));
+    void* const bytes = ioScratch.Resource()->allocate(static_cast<std::size_t>(inCount), kAlignment);
     return static_cast<std::byte*>(bytes);
 }
 
@@ -34,12 +42,27 @@ const std::byte* InputRows::At(std::int32_t inRow) const {
     return converted_.start;
 }
 
-OutputRows::OutputRows(const Destination& inPicture, Scratch& ioScratch)
+OutputRows::OutputRows(const Destination& inPicture, bool inIsInPlace, Scratch& ioScratch)
     : picture_(inPicture),
       byteCount_(static_cast<std::size_t>(UsedRowBytes(inPicture.format, inPicture.width))) {
+    const auto rowBytes = static_cast<std::int64_t>(byteCount_);
     const bool sharesLastWord = inPicture.format.component == Component::Unsigned10 &&
                                 V210Samples(inPicture.width) % 3 != 0;
-    if (sharesLastWord) staging_ = ScratchBytes(static_cast<std::int64_t>(byteCount_), ioScratch);
+    isStreamed_ =
+        !inIsInPlace && !sharesLastWord && rowBytes >= kLargePictureBytes / inPicture.height;
+    if (isStreamed_ || sharesLastWord) staging_ = ScratchBytes(rowBytes, ioScratch);
+}
+
+OutputRows::~OutputRows() {
+    if (isStreamed_) FinishCopies();
+}
+
+void OutputRows::PutStaged(std::int32_t inRow) const {
+    if (isStreamed_) {
+        CopyPastCaches(RowAt(picture_, inRow), staging_, byteCount_);
+    } else {
+        CopyRow(picture_.format, picture_.width, staging_, RowAt(picture_, inRow));
+    }
 }
 
 }  // namespace scanvo
