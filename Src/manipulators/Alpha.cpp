@@ -39,18 +39,19 @@ template <class Word, std::size_t kWordsPerPixel, Word kMask>
 struct AlphaRow {
     const std::byte* row;
 
-    Word AlphaAt(std::size_t inX) const {
+    Word LastWordAt(std::size_t inX) const {
         Word word;
         std::memcpy(&word, row + sizeof(Word) * (kWordsPerPixel * inX + kWordsPerPixel - 1),
                     sizeof word);
-        return word & kMask;
+        return word;
     }
+    Word AlphaAt(std::size_t inX) const { return LastWordAt(inX) & kMask; }
 
     bool AnyOf(std::size_t inFirst, std::size_t inCount) const {
         Word any = 0;
         for (std::size_t x = inFirst; x < inFirst + inCount; ++x)
-            any |= AlphaAt(x);
-        return any != 0;
+            any |= LastWordAt(x);
+        return (any & kMask) != 0;
     }
 };
 
@@ -94,13 +95,15 @@ std::optional<Brix::Rect> CoveredBounds(const Pixels& inPixels) {
     std::size_t right = 0;
     std::int32_t top = inPixels.height;
     std::int32_t bottom = 0;
-    for (std::int32_t y = 0; y < inPixels.height; ++y) {
-        const Row row{inPixels.data + inPixels.rowBytes * (inPixels.height - 1 - y)};
+    // In the order of memory, which is what processors fetch ahead.
+    for (std::int32_t memoryRow = 0; memoryRow < inPixels.height; ++memoryRow) {
+        const Row row{inPixels.data + inPixels.rowBytes * memoryRow};
         const std::size_t first = FirstCovered(row, inPixels.width);
         if (first == inPixels.width) continue;
         left = std::min(left, first);
-        top = std::min(top, y);
-        bottom = y + 1;
+        const std::int32_t y = inPixels.height - 1 - memoryRow;
+        top = y;
+        bottom = std::max(bottom, y + 1);
         if (right < inPixels.width)
             right = std::max(right, EndOfCovered(row, first, inPixels.width));
     }
