@@ -71,6 +71,37 @@ TEST_F(ConvertTest, KeepsThePictureThroughEveryKindOfFormat) {
     }
 }
 
+// One picture in, its rows and columns told apart by their colours.
+TEST_F(ConvertTest, EditsFrames) {
+    Picture picture{4, 4, {}};
+    for (std::uint8_t i = 0; i < 16; ++i)
+        picture.pixels.push_back({static_cast<std::uint8_t>(10 * i), 7, 9, 255});
+    WritePng("in.png", picture);
+    const struct {
+        std::string options;
+        int width, height;
+        std::vector<int> reds;
+    } kCases[] = {
+        {"--crop 1,2,3,4", 2, 2, {90, 100, 130, 140}},
+        {"--field 0", 4, 2, {0, 10, 20, 30, 80, 90, 100, 110}},
+        {"--field 1 --crop 0,0,1,4", 1, 2, {40, 120}},
+        {"--crop 0,0,1,4 --swap-fields", 1, 4, {0, 0, 40, 80}},
+        {"--crop 0,0,1,4 --smooth", 1, 4, {20, 40, 80, 100}},
+        {"--crop 0,0,1,4 --deinterlace 1", 1, 4, {0, 40, 80, 80}},
+    };
+    for (const auto& [options, width, height, reds] : kCases) {
+        ExpectRuns("convert in.png out.png " + options);
+        const Picture edited = ReadPng("out.png");
+        ASSERT_EQ(std::pair(edited.width, edited.height), std::pair(width, height)) << options;
+        for (std::size_t i = 0; i < reds.size(); ++i)
+            EXPECT_EQ(edited.pixels[i][0], reds[i]) << options << ' ' << i;
+    }
+    ExpectRuns("convert in.png clear.png --invert-alpha");
+    EXPECT_TRUE(ReadPng("clear.png").hasAlpha);
+    ExpectRuns("convert clear.png out.png --opaque");
+    EXPECT_EQ(ReadPng("out.png").At(1, 1), picture.At(1, 1));
+}
+
 TEST_F(ConvertTest, ScalesToTheSizeThatIsGiven) {
     const Picture quarters{
         2, 2, {{255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}, {9, 9, 9, 255}}};
