@@ -114,19 +114,6 @@ TEST(CrossDissolve, MixesInTheFormatOfItsOutput) {
     });
 }
 
-// Large ones go past the caches, unless they are mixed in place.
-TEST(CrossDissolve, MixesLargePicturesAsSmallOnes) {
-    constexpr std::int32_t kSide = 2051;
-    Area first(0x004, kSide, kSide);
-    Area second(0x004, kSide, kSide);
-    first.Scatter(1);
-    second.Scatter(2);
-    Area mixed(0x004, kSide, kSide);
-    Dissolve(first, second, mixed, 0.3f);
-    Dissolve(first, second, first, 0.3f);
-    EXPECT_TRUE(mixed.Pixels() == first.Pixels());
-}
-
 TEST(OneBitMaskComposite, TakesEveryPixelByItsBit) {
     ForEachTarget([] {
         for (const FormatCode format : kPackedFormats) {

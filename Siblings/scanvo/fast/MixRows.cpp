@@ -35,17 +35,6 @@ HWY_INLINE hn::Vec<Signed16> MixSmall(hn::Vec<Signed16> inFirst, hn::Vec<Signed1
     return hn::Add(inFirst, hn::MulFixedPoint15(hn::Sub(inSecond, inFirst), inWeight));
 }
 
-template <class Component>
-void MeanRow(const std::byte* inFirst, const std::byte* inSecond, std::byte* outRow,
-             std::size_t inBytes, float) {
-    const hn::Repartition<Component, ByteTag> tag;
-    CombineBytes(
-        inFirst, inSecond, outRow, inBytes, [=](Bytes first, Bytes second, std::size_t) HWY_ATTR {
-            return hn::BitCast(ByteTag(),
-                               hn::AverageRound(hn::BitCast(tag, first), hn::BitCast(tag, second)));
-        });
-}
-
 void Mix8(const std::byte* inFirst, const std::byte* inSecond, std::byte* outRow,
           std::size_t inBytes, float inAmount) {
     const Signed16 tag;
@@ -125,15 +114,14 @@ void MixFloats(const std::byte* inFirst, const std::byte* inSecond, std::byte* o
         });
 }
 
-MixRow MixRowOf(const Format& inFormat, float inAmount) {
-    const bool isMean = inAmount == 0.5f;
+MixRow MixRowOf(const Format& inFormat) {
     switch (inFormat.component) {
         case Component::Unsigned8:
-            return isMean ? MeanRow<std::uint8_t> : Mix8;
+            return Mix8;
         case Component::Unsigned10:
             return MixV210;
         case Component::Unsigned15:
-            return isMean ? MeanRow<std::uint16_t> : Mix16;
+            return Mix16;
         case Component::Float:
             break;
     }
@@ -152,8 +140,8 @@ HWY_EXPORT(MixRowOf);
 
 }  // namespace
 
-MixRow FindMixRow(const Format& inFormat, float inAmount) {
-    return HWY_DYNAMIC_DISPATCH(MixRowOf)(inFormat, inAmount);
+MixRow FindMixRow(const Format& inFormat) {
+    return HWY_DYNAMIC_DISPATCH(MixRowOf)(inFormat);
 }
 
 }  // namespace scanvo

@@ -15,6 +15,6 @@ using MixRow = void (*)(const std::byte* inFirst, const std::byte* inSecond, std
                         std::size_t inBytes, float inAmount);
 
 /// For a format whose rows are addressable.
-MixRow FindMixRow(const Format& inFormat, float inAmount);
+MixRow FindMixRow(const Format& inFormat);
 
 }  // namespace scanvo

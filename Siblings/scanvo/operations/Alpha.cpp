@@ -5,7 +5,6 @@
 
 #include "fast/AlphaRows.h"
 #include "operations/Conversion.h"
-#include "operations/FormatRows.h"
 #include "rows/RowPlan.h"
 
 namespace scanvo {
@@ -48,13 +47,9 @@ AlphaCode CodeOf(const Format& inFormat, float inAlpha) {
 // Calls inWrite(row, where to write it, its bytes) for all rows of two pictures alike.
 template <class Write>
 void ForEachRow(const Source& inSource, const Destination& outDestination, const Write& inWrite) {
-    Scratch scratch;
-    const OutputRows output(outDestination, outDestination.start == inSource.start, scratch);
-    for (std::int32_t row = 0; row < inSource.height; ++row) {
-        output.Put(row, [&](std::byte* outRow) {
-            inWrite(RowAt(inSource, row), outRow, output.ByteCount());
-        });
-    }
+    const auto bytes = static_cast<std::size_t>(UsedRowBytes(inSource.format, inSource.width));
+    for (std::int32_t row = 0; row < inSource.height; ++row)
+        inWrite(RowAt(inSource, row), RowAt(outDestination, row), bytes);
 }
 
 void ReplaceAlpha(const Source& inSource, const Destination& outDestination,

@@ -15,10 +15,8 @@ void DissolvePictures(const Source& inFirst, const Source& inSecond,
     Scratch scratch;
     const InputRows first(inFirst, outDestination.format, scratch);
     const InputRows second(inSecond, outDestination.format, scratch);
-    const bool isInPlace =
-        outDestination.start == inFirst.start || outDestination.start == inSecond.start;
-    const OutputRows output(outDestination, isInPlace, scratch);
-    const MixRow mix = FindMixRow(outDestination.format, inAmount);
+    const OutputRows output(outDestination, scratch);
+    const MixRow mix = FindMixRow(outDestination.format);
     for (std::int32_t row = 0; row < outDestination.height; ++row) {
         output.Put(row, [&](std::byte* outRow) {
             mix(first.At(row), second.At(row), outRow, output.ByteCount(), inAmount);

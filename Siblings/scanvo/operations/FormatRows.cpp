@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "fast/Bytes.h"
-
 namespace scanvo {
 namespace {
 
@@ -13,7 +11,8 @@ constexpr std::size_t kAlignment = 64;
 }  // namespace
 
 std::byte* ScratchBytes(std::int64_t inCount, Scratch& ioScratch) {
-    void* const bytes = ioScratch.Resource()->allocate(static_cast<std::size_t>(inCount), kAlignment);
+    void* const bytes =
+        ioScratch.Resource()->allocate(static_cast<std::size_t>(inCount), kAlignment);
     return static_cast<std::byte*>(bytes);
 }
 
@@ -42,27 +41,12 @@ const std::byte* InputRows::At(std::int32_t inRow) const {
     return converted_.start;
 }
 
-OutputRows::OutputRows(const Destination& inPicture, bool inIsInPlace, Scratch& ioScratch)
+OutputRows::OutputRows(const Destination& inPicture, Scratch& ioScratch)
     : picture_(inPicture),
       byteCount_(static_cast<std::size_t>(UsedRowBytes(inPicture.format, inPicture.width))) {
-    const auto rowBytes = static_cast<std::int64_t>(byteCount_);
     const bool sharesLastWord = inPicture.format.component == Component::Unsigned10 &&
                                 V210Samples(inPicture.width) % 3 != 0;
-    isStreamed_ =
-        !inIsInPlace && !sharesLastWord && rowBytes >= kLargePictureBytes / inPicture.height;
-    if (isStreamed_ || sharesLastWord) staging_ = ScratchBytes(rowBytes, ioScratch);
-}
-
-OutputRows::~OutputRows() {
-    if (isStreamed_) FinishCopies();
-}
-
-void OutputRows::PutStaged(std::int32_t inRow) const {
-    if (isStreamed_) {
-        CopyPastCaches(RowAt(picture_, inRow), staging_, byteCount_);
-    } else {
-        CopyRow(picture_.format, picture_.width, staging_, RowAt(picture_, inRow));
-    }
+    if (sharesLastWord) staging_ = ScratchBytes(static_cast<std::int64_t>(byteCount_), ioScratch);
 }
 
 }  // namespace scanvo

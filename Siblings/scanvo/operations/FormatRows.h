@@ -32,15 +32,11 @@ class InputRows {
     PlanarRow fetched_{};
 };
 
-/// The rows of a picture to be written in whole words. Some are written elsewhere first: those of
-/// large pictures, to go past the caches, and those of v210 whose last word is not all their own.
+/// The rows of a picture to be written in whole words. Of a v210 row's last word that may be more
+/// than belongs to the picture; such rows are written elsewhere first.
 class OutputRows {
   public:
-    /// In place means that the picture is its own input.
-    OutputRows(const Destination& inPicture, bool inIsInPlace, Scratch& ioScratch);
-    ~OutputRows();
-    OutputRows(const OutputRows&) = delete;
-    OutputRows& operator=(const OutputRows&) = delete;
+    OutputRows(const Destination& inPicture, Scratch& ioScratch);
 
     /// Bytes of a row from its first to its last used word.
     std::size_t ByteCount() const { return byteCount_; }
@@ -48,17 +44,15 @@ class OutputRows {
     /// Calls inWrite with the place to write a row's bytes to.
     template <class Write>
     void Put(std::int32_t inRow, const Write& inWrite) const {
-        inWrite(staging_ != nullptr ? staging_ : RowAt(picture_, inRow));
-        if (staging_ != nullptr) PutStaged(inRow);
+        std::byte* const row = RowAt(picture_, inRow);
+        inWrite(staging_ != nullptr ? staging_ : row);
+        if (staging_ != nullptr) CopyRow(picture_.format, picture_.width, staging_, row);
     }
 
   private:
-    void PutStaged(std::int32_t inRow) const;
-
     Destination picture_;
     std::size_t byteCount_;
     std::byte* staging_ = nullptr;
-    bool isStreamed_ = false;
 };
 
 }  // namespace scanvo

@@ -131,9 +131,7 @@ void CompositeByMask(const Source& inFirst, const Source& inSecond, const BitMas
     Scratch scratch;
     const InputRows first(inFirst, outDestination.format, scratch);
     const InputRows second(inSecond, outDestination.format, scratch);
-    const bool isInPlace =
-        outDestination.start == inFirst.start || outDestination.start == inSecond.start;
-    const OutputRows output(outDestination, isInPlace, scratch);
+    const OutputRows output(outDestination, scratch);
     const auto [shape, select] = SelectionFor(outDestination.format);
     std::uint8_t* const pixels = MaskBytes(width, scratch);
     const auto rowBytes = static_cast<std::int64_t>(output.ByteCount());
