@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "VideoFrame/VideoFrameManipulators.h"
+#include "frames/PixelFormatProperties.h"
 #include "manipulators/FramePixels.h"
 
 namespace VF::VideoFrameManipulators {
@@ -40,15 +41,21 @@ struct Rows {
     std::int64_t rowBytes;
     std::int32_t width;
     std::int32_t height;
-    std::uint32_t pixelSize;
+    /// Of the pixels of a row, in whole units where two pixels share one.
+    std::size_t usedBytes;
     SV_PixelFormat format;
 
     std::byte* At(std::int32_t inRow) const { return data + rowBytes * inRow; }
-    std::size_t UsedBytes() const { return static_cast<std::size_t>(width) * pixelSize; }
 };
 
+std::size_t UsedRowBytes(const VideoFrameRef& inFrame, std::uint32_t inPixelSize) {
+    const std::int32_t width = inFrame->GetBounds().Width();
+    const std::int32_t beyond = IsSubsampled(inFrame->GetPixelType()) ? width % 2 : 0;
+    return static_cast<std::size_t>(width + beyond) * inPixelSize;
+}
+
 void CopyRow(const Rows& inRows, std::int32_t inFrom, std::int32_t inTo) {
-    SV_CopyMemory(inRows.At(inTo), inRows.At(inFrom), inRows.UsedBytes());
+    SV_CopyMemory(inRows.At(inTo), inRows.At(inFrom), inRows.usedBytes);
 }
 
 // Gives each of inCount rows, from inFirst on in steps of two, the mean of its two neighbours.
@@ -83,12 +90,12 @@ class SourceRows {
     SourceRows(const Rows& inRows, bool inIsOverwritten)
         : rows_(inRows), isOverwritten_(inIsOverwritten) {
         for (std::vector<std::byte>& row : kept_)
-            row.resize(isOverwritten_ ? rows_.UsedBytes() : 0);
+            row.resize(isOverwritten_ ? rows_.usedBytes : 0);
     }
 
     /// Must be called for each row before the destination's row of that number is written.
     void Keep(std::int32_t inRow) {
-        if (isOverwritten_) SV_CopyMemory(Slot(inRow).data(), rows_.At(inRow), rows_.UsedBytes());
+        if (isOverwritten_) SV_CopyMemory(Slot(inRow).data(), rows_.At(inRow), rows_.usedBytes);
     }
     const std::byte* Kept(std::int32_t inRow) {
         return isOverwritten_ ? Slot(inRow).data() : rows_.At(inRow);
@@ -106,7 +113,7 @@ class SourceRows {
 
 void Convolve(const Rows& inSource, const Rows& inDestination) {
     const std::int32_t last = inSource.height - 1;
-    std::vector<std::byte> outer(inSource.UsedBytes());
+    std::vector<std::byte> outer(inSource.usedBytes);
     SourceRows source(inSource, inSource.data == inDestination.data);
     source.Keep(last);
     MixRows(inDestination, source.Kept(last), inSource.At(last - 1), inDestination.At(last));
@@ -194,7 +201,7 @@ void DeinterlaceVideoFrame(VideoFrameRef inFrame, std::int32_t inField) {
         static_cast<std::int32_t>(view->GetFieldFirstRow(static_cast<std::uint32_t>(inField)));
     if (keptFirstRow >= bounds.Height()) return;
     RebuildField({static_cast<std::byte*>(memory->GetData()), view->GetRowBytes(), bounds.Width(),
-                  bounds.Height(), pixelSize, RendererFormat(inFrame)},
+                  bounds.Height(), UsedRowBytes(inFrame, pixelSize), RendererFormat(inFrame)},
                  keptFirstRow);
     inFrame->SetFieldType(0);
 }
@@ -221,7 +228,7 @@ void VerticalConvolve(VideoFrameRef inSource, VideoFrameRef inDestination) {
                     view->GetRowBytes(),
                     bounds.Width(),
                     bounds.Height(),
-                    pixelSize,
+                    UsedRowBytes(inSource, pixelSize),
                     RendererFormat(inDestination)};
     };
     Convolve(rowsOf(source), rowsOf(destination));

@@ -148,25 +148,27 @@ TEST(MergePulldown, TakesFieldOneOfTheSecond) {
     });
 }
 
-// Whatever the format, a plain picture stays plain.
+// Whatever the format, a plain picture stays plain, also where the last pixel has half a unit.
 TEST(EveryFormat, KeepsPlainPicturesPlain) {
     for (const tulomediatypes::NamedPixelFormat& named : tulomediatypes::NamedPixelFormats()) {
         if (!VF::PixelType2DMemoryAccessCapable(named.format)) continue;
         if (VF::BEToSVPixelFormat(named.format) == 0) continue;
         SCOPED_TRACE(std::string(named.name));
-        const VF::VideoFrameRef white = MakeFrame(48, 9, named.format);
-        const VF::VideoFrameRef frame = MakeFrame(48, 9, named.format);
-        const auto memory = Ask<VF::IVideoFrameMemoryAccess>(white);
-        std::memset(memory->GetData(), 0, memory->GetDataSize());
-        std::memset(Data(frame), 0, memory->GetDataSize());
-        Ask<OV::IVideoFrameClearable>(white)->FillWithOpaqueWhite();
-        const Brix::Rect whole = white->GetBounds();
-        EXPECT_EQ(CopyRect(white, whole, frame, whole, 4, 3), 0);
-        EXPECT_EQ(CopyField(white, frame, 0, 4), 0);
-        DeinterlaceVideoFrame(frame, 1);
-        SwapFields(frame, frame);
-        VerticalConvolve(frame, frame);
-        EXPECT_EQ(std::memcmp(Data(frame), Data(white), memory->GetDataSize()), 0);
+        for (const std::uint32_t width : {48u, 5u}) {
+            const VF::VideoFrameRef white = MakeFrame(width, 9, named.format);
+            const VF::VideoFrameRef frame = MakeFrame(width, 9, named.format);
+            const auto memory = Ask<VF::IVideoFrameMemoryAccess>(white);
+            std::memset(memory->GetData(), 0, memory->GetDataSize());
+            std::memset(Data(frame), 0, memory->GetDataSize());
+            Ask<OV::IVideoFrameClearable>(white)->FillWithOpaqueWhite();
+            const Brix::Rect whole = white->GetBounds();
+            EXPECT_EQ(CopyRect(white, whole, frame, whole, 4, 3), 0);
+            EXPECT_EQ(CopyField(white, frame, 0, 4), 0);
+            DeinterlaceVideoFrame(frame, 1);
+            SwapFields(frame, frame);
+            VerticalConvolve(frame, frame);
+            EXPECT_EQ(std::memcmp(Data(frame), Data(white), memory->GetDataSize()), 0);
+        }
     }
 }
 
