@@ -1,4 +1,5 @@
-// The library that declares the framework's frame interfaces.
+// The library that declares the framework's frame interfaces, and the media manager, which decides
+// what caches keep.
 #pragma once
 
 #include <cstdint>
@@ -110,5 +111,71 @@ class IVideoFrameClearable : public Brix::BrixUnknown {
   protected:
     ~IVideoFrameClearable() = default;
 };
+
+// ---------------------------------------------------------------------------------------------
+// The media manager
+
+/// What a cache gives the media manager: the way back to it.
+class IMediaMap : public Brix::BrixUnknown {
+  public:
+    /// 4. Drops the item, if it is still there. May come from any thread, also from inside a call
+    /// to the manager on the same thread; the manager holds no lock of its own meanwhile.
+    virtual void FlushItem(std::uint64_t inItem) = 0;
+    /// 5. The Guid that the manager gave the map.
+    virtual tulocore::utility::Guid GetMapGuid() = 0;
+    /// 6.
+    virtual Brix::InterfaceRef<IMediaMap> GetReference() = 0;
+
+  protected:
+    ~IMediaMap() = default;
+};
+
+/// Keeps caches within a budget of bytes: items are counted with their sizes, and while more than
+/// the budget is used, the least recently used one is dropped from the books and flushed. Bytes
+/// that maps retain outside their items count as used.
+///
+/// An item is known by its map and its number. Any thread may call any operation, with locks of its
+/// own held where that is said. A null map raises Brix::NullInterfaceException.
+class IMediaManager : public Brix::BrixUnknown {
+  public:
+    /// 4. A new Guid for a map.
+    virtual void GetMapGuid(tulocore::utility::Guid& outMap) = 0;
+    /// 5. Counts an item as just used; one that is known already is counted anew. When the budget
+    /// is passed, other items are flushed; this one stays, whatever its size. Items of the same map
+    /// are flushed by the calling thread, which may hold the map's lock if that is re-entrant;
+    /// items of other maps from the main thread. This manager makes no difference between values
+    /// of inManagerValue, nor between frames that can be published and others.
+    virtual void AddItem(std::uint64_t inItem, std::uint64_t inSize, std::uint32_t inManagerValue,
+                         bool inIsPublishable, const Brix::InterfaceRef<IMediaMap>& inMap) = 0;
+    /// 6. Counts the item as just used. An unknown one is ignored. May be called under the map's
+    /// lock.
+    virtual void UseItem(std::uint64_t inItem, const Brix::InterfaceRef<IMediaMap>& inMap) = 0;
+    /// 7. Takes the item from the books without flushing it. An unknown one is ignored. May be
+    /// called under the map's lock.
+    virtual void RemoveItem(std::uint64_t inItem, const Brix::InterfaceRef<IMediaMap>& inMap) = 0;
+    /// 8. and 9. The budget in bytes, 512 MiB at first. The setter flushes what is beyond it from
+    /// the calling thread, which must hold no map's lock.
+    virtual void SetBudget(std::uint64_t inBytes) = 0;
+    virtual std::uint64_t GetBudget() = 0;
+    /// 10. Bytes of all items and all bytes retained outside items, at the moment.
+    virtual std::uint64_t GetUsedBytes() = 0;
+    /// 11. What the map retains outside its items from now on. When that is more than before and
+    /// the budget is passed, items are flushed by the calling thread, which must hold no map's
+    /// lock then.
+    virtual void SetRetainedBytes(const tulocore::utility::Guid& inMap, std::uint64_t inBytes) = 0;
+    /// 12. Flushes every item, from the calling thread, which must hold no map's lock.
+    virtual void Purge() = 0;
+
+  protected:
+    ~IMediaManager() = default;
+};
+
+/// The media manager of the process.
+SIBLING_API Brix::InterfaceRef<IMediaManager> GetMediaManager();
+
+/// For hosts: puts another manager in its place, or none, and returns the one before. Maps that
+/// exist stay with the manager they began with.
+SIBLING_API Brix::InterfaceRef<IMediaManager> SetMediaManager(
+    Brix::InterfaceRef<IMediaManager> inManager);
 
 }  // namespace OV

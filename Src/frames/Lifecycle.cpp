@@ -6,6 +6,7 @@
 #include "contracts/Pellux.h"
 #include "contracts/Scanvo.h"
 #include "frames/VideoFrameUtilities.h"
+#include "sharing/SharedVideoFrameCache.h"
 
 namespace VF {
 namespace {
@@ -21,6 +22,29 @@ Library& State() {
     return library;
 }
 
+void StopServices() {
+    SV_Terminate();
+    Brix::Foundation::Terminate();
+}
+
+void StartOnce() {
+    // Without the service no frame can be shared; everything else works.
+    processcoordination::InitializeClient();
+    try {
+        SharedVideoFrameCache::CreateCache();
+    } catch (...) {
+        processcoordination::UninitializeClient();
+        StopServices();
+        throw;
+    }
+}
+
+void StopOnce() {
+    ReportAndForgetLeaks();
+    SharedVideoFrameCache::DestroyCache();
+    processcoordination::UninitializeClient();
+}
+
 }  // namespace
 
 void Initialize() {
@@ -28,21 +52,15 @@ void Initialize() {
     SV_Initialize();
     Library& library = State();
     const Brix::CriticalSectionLock lock(library.lock);
-    if (library.startCount++ == 0) {
-        // Without the service no frame can be shared; everything else works.
-        processcoordination::InitializeClient();
-    }
+    if (library.startCount == 0) StartOnce();
+    ++library.startCount;
 }
 
 void Shutdown() {
     Library& library = State();
     const Brix::CriticalSectionLock lock(library.lock);
-    if (library.startCount-- == 1) {
-        ReportAndForgetLeaks();
-        processcoordination::UninitializeClient();
-    }
-    SV_Terminate();
-    Brix::Foundation::Terminate();
+    if (library.startCount-- == 1) StopOnce();
+    StopServices();
 }
 
 }  // namespace VF

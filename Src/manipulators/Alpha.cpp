@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "VideoFrame/VideoFrameManipulators.h"
-#include "manipulators/FramePixels.h"
+#include "manipulators/Manipulators.h"
 
 namespace VF::VideoFrameManipulators {
 namespace {

@@ -4,7 +4,7 @@
 #include "VideoFrame/VideoFrameFactory.h"
 #include "VideoFrame/VideoFrameManipulators.h"
 #include "frames/PixelFormatProperties.h"
-#include "manipulators/FramePixels.h"
+#include "manipulators/Manipulators.h"
 
 namespace VF {
 namespace VideoFrameManipulators {

@@ -1,6 +1,6 @@
 // Whole pictures in and out of callers' buffers.
 #include "VideoFrame/VideoFrameManipulators.h"
-#include "manipulators/FramePixels.h"
+#include "manipulators/Manipulators.h"
 
 namespace VF::VideoFrameManipulators {
 namespace {

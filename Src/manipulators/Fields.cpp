@@ -6,7 +6,7 @@
 
 #include "VideoFrame/VideoFrameManipulators.h"
 #include "frames/PixelFormatProperties.h"
-#include "manipulators/FramePixels.h"
+#include "manipulators/Manipulators.h"
 
 namespace VF::VideoFrameManipulators {
 namespace {
