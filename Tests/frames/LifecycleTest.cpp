@@ -8,8 +8,10 @@
 #include "contracts/Scanvo.h"
 #include "frames/VideoFrameUtilities.h"
 #include "support/Frames.h"
+#include "support/RecordingMediaManager.h"
 
-// Services that note their calls, in the place of the real ones.
+// Services that note their calls, in the place of the real ones. The media manager's show when the
+// cache comes and goes.
 static std::string gCalls;
 
 namespace Brix::Foundation {
@@ -39,10 +41,12 @@ void UninitializeClient() {
 }  // namespace processcoordination
 
 TEST(Lifecycle, ServicesStartAndStopInOrderAndTheClientOnce) {
+    support::RecordingMediaManager manager;
+    manager.onCall = [](const std::string& inCall) { gCalls += inCall == "4" ? "M" : "m"; };
     VF::Initialize();
-    EXPECT_EQ(gCalls, "BSP");
+    EXPECT_EQ(gCalls, "BSPM");
     VF::Initialize();
-    EXPECT_EQ(gCalls, "BSPBS");
+    EXPECT_EQ(gCalls, "BSPMBS");
     gCalls.clear();
     VF::RegisterTPixFrame(reinterpret_cast<TPixHand>(0x10), support::MakeFrame(1, 1));
     VF::Shutdown();
@@ -50,11 +54,22 @@ TEST(Lifecycle, ServicesStartAndStopInOrderAndTheClientOnce) {
     EXPECT_EQ(VF::TPixFrameMap().frames.size(), 1U);
     gCalls.clear();
     VF::Shutdown();
-    EXPECT_EQ(gCalls, "psb");
+    EXPECT_EQ(gCalls, "mpsb");
     gCalls.clear();
     VF::Initialize();
     VF::Shutdown();
+    EXPECT_EQ(gCalls, "BSPMmpsb");
+}
+
+TEST(Lifecycle, WithoutAMediaManagerNothingIsStarted) {
+    gCalls.clear();
+    const auto before = OV::SetMediaManager(nullptr);
+    EXPECT_THROW(VF::Initialize(), Brix::NullInterfaceException);
     EXPECT_EQ(gCalls, "BSPpsb");
+    OV::SetMediaManager(before);
+    VF::Initialize();
+    VF::Shutdown();
+    EXPECT_EQ(gCalls, "BSPpsbBSPpsb");
 }
 
 // Runs last: the count does not recover from it.

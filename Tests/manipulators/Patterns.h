@@ -1,12 +1,10 @@
 // Frames whose pixels tell where they come from, in display coordinates.
 #pragma once
 
-#include <array>
-#include <cstring>
 #include <vector>
 
+#include "support/Canvas.h"
 #include "support/Contracts.h"
-#include "support/Frames.h"
 
 namespace manipulators_test {
 
@@ -16,45 +14,10 @@ using tulomediatypes::PixelFormat;
 
 constexpr const char* kFile = "VideoFrameManipulators";
 
-/// One 8-bit pixel of four bytes.
-using Pixel = std::array<std::uint8_t, 4>;
-
-/// 8-bit 4:4:4:4 frames.
-struct Canvas {
-    VF::VideoFrameRef frame;
-
-    std::int32_t Width() const { return frame->GetBounds().Width(); }
-    std::int32_t Height() const { return frame->GetBounds().Height(); }
-
-    std::byte* Place(std::int32_t inX, std::int32_t inY) const {
-        const auto rows = Ask<VF::IVideoFrame2DPixelMemoryAccess>(frame);
-        return Data(frame) + std::int64_t{rows->GetRowBytes()} * (Height() - 1 - inY) + 4 * inX;
-    }
-    Pixel At(std::int32_t inX, std::int32_t inY) const {
-        Pixel pixel;
-        std::memcpy(pixel.data(), Place(inX, inY), 4);
-        return pixel;
-    }
-    void Set(std::int32_t inX, std::int32_t inY, const Pixel& inPixel) const {
-        std::memcpy(Place(inX, inY), inPixel.data(), 4);
-    }
-};
-
 /// Every row and column differs from its neighbours.
 inline Pixel PatternAt(std::int32_t inX, std::int32_t inY) {
     return {static_cast<std::uint8_t>(3 * inX + 1), static_cast<std::uint8_t>(5 * inY + 2),
             static_cast<std::uint8_t>(inX + 11 * inY), 255};
-}
-
-template <class ColourAt>
-Canvas Paint(std::int32_t inWidth, std::int32_t inHeight, const ColourAt& inColourAt) {
-    const Canvas canvas{
-        MakeFrame(static_cast<std::uint32_t>(inWidth), static_cast<std::uint32_t>(inHeight))};
-    for (std::int32_t y = 0; y < inHeight; ++y) {
-        for (std::int32_t x = 0; x < inWidth; ++x)
-            canvas.Set(x, y, inColourAt(x, y));
-    }
-    return canvas;
 }
 
 inline Canvas PaintPattern(std::int32_t inWidth, std::int32_t inHeight) {
@@ -63,14 +26,6 @@ inline Canvas PaintPattern(std::int32_t inWidth, std::int32_t inHeight) {
 
 inline Canvas PaintPlain(std::int32_t inWidth, std::int32_t inHeight) {
     return Paint(inWidth, inHeight, [](std::int32_t, std::int32_t) { return Pixel{}; });
-}
-
-template <class ColourAt>
-void ExpectPixels(const Canvas& inCanvas, const ColourAt& inColourAt) {
-    for (std::int32_t y = 0; y < inCanvas.Height(); ++y) {
-        for (std::int32_t x = 0; x < inCanvas.Width(); ++x)
-            ASSERT_EQ(inCanvas.At(x, y), inColourAt(x, y)) << "at " << x << ", " << y;
-    }
 }
 
 }  // namespace manipulators_test

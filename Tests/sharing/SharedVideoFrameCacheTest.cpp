@@ -1,0 +1,245 @@
+#include "VideoFrame/SharedVideoFrameCache.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <sstream>
+
+#include "support/Contracts.h"
+#include "support/Frames.h"
+#include "support/RecordingMediaManager.h"
+#include "support/SharedFolder.h"
+
+using tulocore::utility::Guid;
+using namespace VF::SharedVideoFrameCache;
+
+namespace {
+
+constexpr unsigned kValue = 7;
+
+class CacheTest : public testing::Test {
+  protected:
+    CacheTest() {
+        VF::Initialize();
+        manager.TakeCalls();
+    }
+    ~CacheTest() override {
+        SetNotificationFunction(nullptr);
+        if (isStarted_) VF::Shutdown();
+        tulocore::threads::RunMainThreadCalls();
+    }
+    void Stop() {
+        VF::Shutdown();
+        isStarted_ = false;
+    }
+
+    const VF::VideoFrameRef& Frame(char inName) {
+        VF::VideoFrameRef& frame = frames_[inName];
+        if (!frame) frame = support::MakeFrame(32, 32);
+        return frame;
+    }
+    const Guid& GuidOf(char inName) {
+        Guid& guid = guids_[inName];
+        if (guid == Guid()) guid = Guid::Generate();
+        return guid;
+    }
+
+    // Steps, one word each: "+aX" inserts frame a under Guid X, "?X=a" finds it there ("?X=-"
+    // nothing), "dX" and "uX" register and unregister a dependency, "!1" flushes item 1. The main
+    // thread's calls run after every step.
+    void Do(const std::string& inSteps) {
+        std::istringstream steps(inSteps);
+        for (std::string step; steps >> step;) {
+            SCOPED_TRACE(step);
+            DoStep(step);
+            tulocore::threads::RunMainThreadCalls();
+        }
+    }
+
+    support::SharedFolder folder;
+    support::RecordingMediaManager manager;
+
+  private:
+    void DoStep(const std::string& inStep) {
+        switch (inStep[0]) {
+            case '+':
+                return InsertIntoCache(Frame(inStep[1]), GuidOf(inStep[2]), kValue);
+            case '?':
+                EXPECT_EQ(RetrieveFromCache(GuidOf(inStep[1])),
+                          inStep[3] == '-' ? nullptr : Frame(inStep[3]));
+                return;
+            case 'd':
+                return RegisterDependencyOnFrame(GuidOf(inStep[1]));
+            case 'u':
+                return UnregisterDependencyOnFrame(GuidOf(inStep[1]));
+            case '!':
+                return manager.map->FlushItem(std::stoull(inStep.substr(1)));
+            default:
+                FAIL() << "no such step";
+        }
+    }
+
+    std::map<char, VF::VideoFrameRef> frames_;
+    std::map<char, Guid> guids_;
+    bool isStarted_ = true;
+};
+
+// All frames have the same size, which the expectations call R.
+struct Sequence {
+    const char* what;
+    const char* steps;
+    const char* calls;  // of the manager, up to and with the end of the cache
+};
+class CacheSequenceTest : public CacheTest, public testing::WithParamInterface<Sequence> {};
+
+constexpr Sequence kSequences[] = {
+    {"a frame under two Guids is one item", "+aX +aY ?X=a ?Y=a !1 ?X=- ?Y=-",
+     "5:1/7 6:1 6:1 6:1 r:0"},
+    {"a Guid that is cached stays as it is", "+aX +bX ?X=a", "5:1/7 6:1 6:1 7:1 r:0"},
+    {"numbers of items are not used again", "+aX !1 !1 +aX ?X=a", "5:1/7 5:2/7 6:2 7:2 r:0"},
+    {"every item is removed in the end", "+aX +bY +cZ !2", "5:1/7 5:2/7 5:3/7 7:1 7:3 r:0"},
+    {"a dependency may come before the frame", "dX ?X=- +aX !1 ?X=a",
+     "5:1/7 r:R 5:2/5 r:0 7:2 r:0"},
+    {"dependencies are counted", "+aX dX dX uX !1 uX uX ?X=-", "5:1/7 6:1 r:R r:0 r:0"},
+    {"nobody depends any more", "+aX dX uX !1 ?X=-", "5:1/7 6:1 r:0"},
+    {"a frame is retained once, whatever depends on it", "+aX +aY dX dY !1 uX uY ?Y=-",
+     "5:1/7 6:1 6:1 6:1 r:R r:0 r:0"},
+    {"one Guid brings a frame back for all", "+aX +aY dX dY !1 ?X=a ?Y=a uX uY",
+     "5:1/7 6:1 6:1 6:1 r:R 5:2/5 r:0 6:2 7:2 r:0"},
+    {"retained again under fewer Guids", "+aX +aY dX dY !1 ?X=a !2 uX ?X=- uY",
+     "5:1/7 6:1 6:1 6:1 r:R 5:2/5 r:0 r:R r:0 r:0"},
+    {"retained bytes add up", "+aX +bY dX dY !1 !2 uX ?Y=b",
+     "5:1/7 5:2/7 6:1 6:2 r:R r:2R r:R 5:3/5 r:0 7:3 r:0"},
+    {"a retained Guid is served", "+aX dX !1 +bX ?X=a", "5:1/7 6:1 r:R 5:2/5 r:0 6:2 7:2 r:0"},
+    {"a retained frame under another Guid", "+aX dX !1 +aY ?X=a",
+     "5:1/7 6:1 r:R 5:2/7 r:0 6:2 7:2 r:0"},
+    {"what is not there", "uX ?X=- uX", "r:0"},
+    {"the end with dependencies and retained frames", "+aX dX !1 dY +bZ",
+     "5:1/7 6:1 r:R 5:2/7 7:2 r:0"},
+};
+
+TEST_P(CacheSequenceTest, CallsTheManager) {
+    Do(GetParam().steps);
+    Stop();
+    std::string expected = GetParam().calls;
+    const std::uint64_t bytes =
+        support::Ask<VF::IVideoFrameMemoryAccess>(Frame('a'))->GetAllocatedSize();
+    for (const auto& [name, count] : {std::pair{"2R", 2}, std::pair{"R", 1}}) {
+        for (std::size_t at; (at = expected.find(name)) != expected.npos;)
+            expected.replace(at, std::string(name).size(),
+                             std::to_string(bytes * static_cast<unsigned>(count)));
+    }
+    EXPECT_EQ(manager.calls, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cache, CacheSequenceTest, testing::ValuesIn(kSequences),
+                         [](const auto& inInfo) {
+                             std::string name = inInfo.param.what;
+                             for (char& c : name)
+                                 if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+                             return name;
+                         });
+
+TEST_F(CacheTest, TellsTheManagerWhatAnItemIs) {
+    InsertIntoCache(Frame('a'), GuidOf('X'), kValue);
+    EXPECT_EQ(manager.size,
+              support::Ask<VF::IVideoFrameMemoryAccess>(Frame('a'))->GetAllocatedSize());
+    EXPECT_FALSE(manager.isPublishable);
+    EXPECT_TRUE(Frame('a')->GetReadOnly());
+
+    VF::SetCreatePublishableVideoFrames(true);
+    InsertIntoCache(Frame('b'), GuidOf('Y'), kValue);
+    VF::SetCreatePublishableVideoFrames(false);
+    EXPECT_TRUE(manager.isPublishable);
+}
+
+TEST_F(CacheTest, FlushedFramesDie) {
+    const Brix::MemoryRecycler::Pointer recycler;
+    for (const bool isRetained : {false, true}) {
+        const Guid guid = Guid::Generate();
+        if (isRetained) RegisterDependencyOnFrame(guid);
+        InsertIntoCache(support::MakeFrame(32, 32), guid, kValue);
+        const std::size_t kept = recycler->KeptBytes();
+        manager.map->FlushItem(isRetained ? 2 : 1);
+        EXPECT_EQ(recycler->KeptBytes() > kept, !isRetained);
+        UnregisterDependencyOnFrame(guid);
+        EXPECT_GT(recycler->KeptBytes(), kept);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// The notification function
+
+std::string gNotified;
+
+void NoteAndUseTheCache(const Guid& inGuid) {
+    gNotified += RetrieveFromCache(inGuid) ? "+" : "-";
+    if (gNotified.size() < 3) InsertIntoCache(RetrieveFromCache(inGuid), Guid::Generate(), kValue);
+}
+
+TEST_F(CacheTest, NotifiesOfEveryInsertion) {
+    gNotified = "###";
+    SetNotificationFunction(&NoteAndUseTheCache);
+    Do("+aX +bX dX !1 ?X=a");  // coming back is no insertion
+    EXPECT_EQ(gNotified, "###++");
+    gNotified.clear();
+    Do("+aX");  // which inserts once more, and so on
+    EXPECT_EQ(gNotified, "+++");
+    SetNotificationFunction(nullptr);
+    Do("+bY");
+    EXPECT_EQ(gNotified, "+++");
+}
+
+// ---------------------------------------------------------------------------------------------
+// Bad input
+
+TEST_F(CacheTest, NeedsTheLibrary) {
+    Stop();
+    const auto expectNoCache = [&](auto inCall) {
+        support::ExpectBroken("sCache", "SharedVideoFrameCache", 0, inCall);
+    };
+    expectNoCache([&] { InsertIntoCache(Frame('a'), GuidOf('X'), kValue); });
+    EXPECT_FALSE(Frame('a')->GetReadOnly());
+    expectNoCache([&] { RetrieveFromCache(GuidOf('X')); });
+    expectNoCache([&] { RegisterDependencyOnFrame(GuidOf('X')); });
+    expectNoCache([&] { UnregisterDependencyOnFrame(GuidOf('X')); });
+    SetNotificationFunction(nullptr);
+}
+
+TEST_F(CacheTest, TakesNoNullFrame) {
+    EXPECT_THROW(InsertIntoCache(nullptr, GuidOf('X'), kValue), Brix::NullInterfaceException);
+    EXPECT_EQ(manager.TakeCalls(), "");
+    Do("?X=- +aX");
+    InsertIntoCache(nullptr, GuidOf('X'), kValue);
+    Do("?X=a");
+    EXPECT_EQ(manager.calls, "5:1/7 6:1 6:1");
+}
+
+TEST_F(CacheTest, TakesFlushesInsideTheManagersCalls) {
+    manager.flushDuringCalls = true;
+    Do("+aX ?X=- dY +bY ?Y=b ?Y=b");
+    manager.flushDuringCalls = false;
+    // The frame depended on is retained each time, and comes back once more.
+    Do("?Y=b uY !4");
+    Stop();
+    const std::string bytes = std::to_string(manager.size);
+    EXPECT_EQ(manager.calls, "5:1/7 5:2/7 r:" + bytes + " 5:3/5 r:0 r:" + bytes +
+                                 " 5:4/5 r:0 r:" + bytes + " 5:5/5 r:0 7:5 r:0");
+}
+
+TEST_F(CacheTest, ReportsNeedAManagerAndACache) {
+    Do("+aX dX");
+    manager.map->FlushItem(1);
+    const auto before = OV::SetMediaManager(nullptr);
+    EXPECT_THROW(tulocore::threads::RunMainThreadCalls(), Brix::NullInterfaceException);
+    OV::SetMediaManager(before);
+
+    UnregisterDependencyOnFrame(GuidOf('X'));
+    Stop();
+    manager.TakeCalls();
+    EXPECT_EQ(tulocore::threads::RunMainThreadCalls(), 1U);
+    manager.map->FlushItem(1);  // from a manager that is late
+    EXPECT_EQ(manager.calls, "");
+}
+
+}  // namespace
