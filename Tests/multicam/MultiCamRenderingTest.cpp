@@ -242,7 +242,7 @@ TEST(RenderMulticam, DrawsEveryFormatUpright) {
     using namespace tulomediatypes;
     for (const PixelFormat format :
          {kPixelFormat_V210_422_10u, kPixelFormat_NTSCDV25,
-          kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601, kPixelFormat_BGRA_4444_16u,
+          kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601, kPixelFormat_VUYA_4444_32f,
           kPixelFormat_BGRA_4444_32f_Linear}) {
         const VF::VideoFrameRef output =
             VF::RenderMulticam(Sources({{36, 24}, {36, 24}, {36, 24}, {36, 24}}), 0, false, true,
