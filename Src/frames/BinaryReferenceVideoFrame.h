@@ -1,6 +1,8 @@
 // Frames whose buffer is memory shared between processes.
 #pragma once
 
+#include <atomic>
+
 #include "contracts/Pellux.h"
 #include "frames/SharedMemoryVideoFrame.h"
 
@@ -35,7 +37,7 @@ class WritableBinaryReferenceVideoFrame final
     tulocore::utility::Guid publishedGuid_;                       // of the first publication
     Brix::CriticalSection lock_;                                  // guards the members
     void* data_;
-    bool readOnly_ = false;
+    std::atomic<bool> readOnly_ = false;  // the cache sets it while other threads read
 };
 
 /// A read-only frame over data that was published by this process or another.

@@ -1,6 +1,8 @@
 // The library's ordinary frame: its buffer comes from the memory recycler.
 #pragma once
 
+#include <atomic>
+
 #include "frames/RecyclerBuffer.h"
 #include "frames/SharedMemoryVideoFrame.h"
 
@@ -25,7 +27,7 @@ class MemoryRecyclerVideoFrame final : public SharedMemoryVideoFrameBase,
     explicit MemoryRecyclerVideoFrame(RecyclerBuffer inBuffer);
 
     RecyclerBuffer buffer_;
-    bool readOnly_ = false;
+    std::atomic<bool> readOnly_ = false;  // the cache sets it while other threads read
 };
 
 }  // namespace VF
