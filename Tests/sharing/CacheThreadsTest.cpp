@@ -135,16 +135,19 @@ TEST(CacheThreads, KeepsItsPromisesAndItsBooks) {
 TEST(CacheThreads, EndsWhileItIsFlushed) {
     const support::SharedFolder folder;
     const auto manager = OV::GetMediaManager();
-    const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
-    for (int round = 0; round < 200; ++round) {
+    std::atomic<bool> isOver = false;
+    std::jthread purge([&] {
+        while (!isOver)
+            manager->Purge();
+    });
+    for (int round = 0; round < 300; ++round) {
         VF::Initialize();
         for (int i = 0; i < 20; ++i)
             InsertIntoCache(support::MakeFrame(8, 8), Guid::Generate(), 0);
-        std::jthread purge([&] { manager->Purge(); });
         VF::Shutdown();
-        purge.join();
         EXPECT_EQ(manager->GetUsedBytes(), 0U);
     }
+    isOver = true;
 }
 
 }  // namespace
