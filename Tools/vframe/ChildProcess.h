@@ -25,6 +25,9 @@ class ChildProcess {
 
     pid_t Id() const { return id_; }
 
+    /// Its standard output's descriptor, to wait for the first line with others'.
+    int Output() const { return fileno(output_.get()); }
+
     /// The next line without its end; nothing when there are no more.
     std::optional<std::string> ReadLine();
 

@@ -9,6 +9,7 @@ namespace vframe {
 void AddFormatsCommand(CLI::App& inApp);
 void AddInfoCommand(CLI::App& inApp);
 void AddConvertCommand(CLI::App& inApp);
+void AddMulticamCommand(CLI::App& inApp);
 void AddPublishCommand(CLI::App& inApp);
 void AddReceiveCommand(CLI::App& inApp);
 void AddDemoCommand(CLI::App& inApp);

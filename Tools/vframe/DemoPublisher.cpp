@@ -2,10 +2,13 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <cstdio>
+#include <future>
 #include <sstream>
 
+#include "Composite.h"
 #include "Failure.h"
 #include "LibrarySession.h"
 #include "PictureSource.h"
@@ -15,22 +18,62 @@
 namespace vframe {
 namespace {
 
+using tulomediatypes::PixelFormat;
+
 constexpr char kErrorMark[] = "error";
+
+/// As if the angles came from cameras and programs of different makers.
+constexpr std::array<PixelFormat, kMostAngles> kAngleFormats = {
+    tulomediatypes::kPixelFormat_UYVY_422_8u_709, tulomediatypes::kPixelFormat_V210_422_10u_709,
+    tulomediatypes::kPixelFormat_VUYA_4444_8u_709, tulomediatypes::kPixelFormat_BGRA_4444_8u};
+
+/// 4:2:2 takes even widths only.
+PixelFormat FormatFor(std::size_t inAngle, const PictureView& inPicture) {
+    const PixelFormat format = kAngleFormats.at(inAngle);
+    const Brix::Rect bounds{0, 0, inPicture.size.width, inPicture.size.height};
+    return VF::RectIsValidForPixelFormat(format, bounds, inPicture.aspectRatio)
+               ? format
+               : tulomediatypes::kPixelFormat_BGRA_4444_8u;
+}
 
 void Say(const std::string& inLine) {
     std::printf("%s\n", inLine.c_str());
     std::fflush(stdout);
 }
 
-/// The frame lives in the list for as long as it is to stay published.
-DemoFrame PublishInput(const std::string& inInput, std::vector<VF::VideoFrameRef>& ioFrames) {
-    const auto source = OpenSource({.path = inInput, .rawFormat = {}, .rawSize = {}});
-    ioFrames.push_back(MakePublishableFrameOf(FirstPicture(*source, inInput), {}));
-    DemoFrame published{.input = inInput, .guid = tulocore::utility::Guid::Generate()};
-    const Stopwatch stopwatch;
-    PublishFrame(ioFrames.back(), published.guid);
-    published.publishMilliseconds = stopwatch.Milliseconds();
-    return published;
+std::string ToLine(const PublishedAngle& inAngle) {
+    std::ostringstream line;
+    line << inAngle.guid.ToString() << ' ' << inAngle.readMilliseconds << ' '
+         << inAngle.convertMilliseconds << ' ' << inAngle.publishMilliseconds;
+    return line.str();
+}
+
+/// The frame stays published for as long as it lives.
+VF::VideoFrameRef PublishInput(std::size_t inAngle, const std::string& inInput) {
+    PublishedAngle published{.guid = tulocore::utility::Guid::Generate()};
+    const Stopwatch reading;
+    const auto source = OpenMedia(inInput);
+    const PictureView picture = FirstPicture(*source, inInput);
+    published.readMilliseconds = reading.Milliseconds();
+    const Stopwatch converting;
+    VF::VideoFrameRef frame =
+        MakePublishableFrameOf(picture, {.format = FormatFor(inAngle, picture)});
+    published.convertMilliseconds = converting.Milliseconds();
+    const Stopwatch publishing;
+    PublishFrame(frame, published.guid);
+    published.publishMilliseconds = publishing.Milliseconds();
+    Say(ToLine(published));
+    return frame;
+}
+
+/// Null when it fails; the compositing process tells the user, once.
+VF::VideoFrameRef TryToPublish(std::size_t inAngle, const std::string& inInput) {
+    try {
+        return PublishInput(inAngle, inInput);
+    } catch (const std::exception& error) {
+        Say(std::string(kErrorMark) + " " + error.what());
+        return nullptr;
+    }
 }
 
 void WaitForEndOfInput() {
@@ -41,15 +84,10 @@ void WaitForEndOfInput() {
 
 }  // namespace
 
-std::string ToLine(const DemoFrame& inFrame) {
-    return inFrame.guid.ToString() + " " + std::to_string(inFrame.publishMilliseconds) + " " +
-           inFrame.input;
-}
-
-DemoFrame ParseLine(const std::string& inLine) {
+PublishedAngle ParseLine(const std::string& inLine) {
     std::istringstream line(inLine);
     std::string guid;
-    DemoFrame frame;
+    PublishedAngle angle;
     line >> guid;
     if (guid == kErrorMark) {
         // The text is made of a "what: why" already.
@@ -58,25 +96,19 @@ DemoFrame ParseLine(const std::string& inLine) {
         if (colon == text.npos) throw Failure("publisher", text);
         throw Failure(text.substr(0, colon), text.substr(colon + 2));
     }
-    frame.guid = ParseGuid(guid);
-    line >> frame.publishMilliseconds;
-    line.get();
-    std::getline(line, frame.input);
-    return frame;
+    angle.guid = ParseGuid(guid);
+    line >> angle.readMilliseconds >> angle.convertMilliseconds >> angle.publishMilliseconds;
+    return angle;
 }
 
-void RunDemoPublisher(const std::vector<std::string>& inInputs) {
+void RunDemoPublisher(std::size_t inAngle, const std::string& inInput) {
     const LibrarySession session;
     const SharingSession sharing;
-    std::vector<VF::VideoFrameRef> frames;
-    try {
-        for (const std::string& input : inInputs)
-            Say(ToLine(PublishInput(input, frames)));
-    } catch (const std::exception& error) {
-        // The receiving process tells the user, once.
-        Say(std::string(kErrorMark) + " " + error.what());
-    }
+    const auto published = std::async(std::launch::async, TryToPublish, inAngle, inInput);
     WaitForEndOfInput();
+    // Reading can take for ever, for instance from a pipe; nobody waits for it any more.
+    if (published.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        _exit(kExitFailure);
 }
 
 }  // namespace vframe

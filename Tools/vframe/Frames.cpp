@@ -37,18 +37,6 @@ std::string SizeAdvice(tulomediatypes::PixelFormat inFormat) {
     return "; its width and height have to be even";
 }
 
-void CheckSize(tulomediatypes::PixelFormat inFormat, Size inSize,
-               tulomediatypes::PixelAspectRatio inAspectRatio) {
-    const std::string name = FormatName(inFormat);
-    if (!VF::RectIsValidForPixelFormat(inFormat, {0, 0, inSize.width, inSize.height},
-                                       inAspectRatio)) {
-        throw Failure(name, "cannot hold a picture of " + ToText(inSize) + SizeAdvice(inFormat));
-    }
-    if (IsMoreThanTheMachineHas(
-            tulomediatypes::PixelFormatSize(inFormat, inSize.width, inSize.height)))
-        throw Failure(ToText(inSize) + " " + name, "there is not enough memory for such a frame");
-}
-
 SV_PixelFormat RendererBgra() {
     return VF::BEPixelFormatToSVPixelFormat(tulomediatypes::kPixelFormat_BGRA_4444_8u);
 }
@@ -96,6 +84,18 @@ std::optional<Size> FindUsualSize(tulomediatypes::PixelFormat inFormat) {
             return size;
     }
     return std::nullopt;
+}
+
+void CheckSize(tulomediatypes::PixelFormat inFormat, Size inSize,
+               tulomediatypes::PixelAspectRatio inAspectRatio) {
+    const std::string name = FormatName(inFormat);
+    if (!VF::RectIsValidForPixelFormat(inFormat, {0, 0, inSize.width, inSize.height},
+                                       inAspectRatio)) {
+        throw Failure(name, "cannot hold a picture of " + ToText(inSize) + SizeAdvice(inFormat));
+    }
+    if (IsMoreThanTheMachineHas(
+            tulomediatypes::PixelFormatSize(inFormat, inSize.width, inSize.height)))
+        throw Failure(ToText(inSize) + " " + name, "there is not enough memory for such a frame");
 }
 
 VF::VideoFrameRef MakeFrame(tulomediatypes::PixelFormat inFormat, Size inSize,

@@ -36,8 +36,13 @@ std::string Describe(const VF::VideoFrameRef& inFrame);
 /// The first of a few usual sizes that the format can hold.
 std::optional<Size> FindUsualSize(tulomediatypes::PixelFormat inFormat);
 
-/// A frame whose pixels are undefined. Raises Failure when the format cannot hold that size or
-/// there is no memory for it.
+/// Raises Failure when the format cannot hold a picture of that size or there cannot be memory for
+/// it.
+void CheckSize(tulomediatypes::PixelFormat inFormat, Size inSize,
+               tulomediatypes::PixelAspectRatio inAspectRatio);
+
+/// A frame whose pixels are undefined. Raises Failure as CheckSize does, or when there is no
+/// memory.
 VF::VideoFrameRef MakeFrame(tulomediatypes::PixelFormat inFormat, Size inSize,
                             tulomediatypes::PixelAspectRatio inAspectRatio);
 

@@ -163,6 +163,10 @@ std::optional<std::int64_t> MediaReader::Count() const {
     return av_rescale(input_->duration, rate.num, std::int64_t{rate.den} * AV_TIME_BASE);
 }
 
+bool MediaReader::IsStill() const {
+    return IsPictureFile(*input_->iformat);
+}
+
 FrameRate MediaReader::Rate() const {
     const AVRational rate = av_guess_frame_rate(input_.get(), stream_, nullptr);
     return rate.num > 0 && rate.den > 0 ? FrameRate{rate.num, rate.den} : FrameRate{};

@@ -18,6 +18,7 @@ class MediaReader : public PictureSource {
     tulomediatypes::PixelFormat Format() const override;
     std::optional<std::int64_t> Count() const override;
     FrameRate Rate() const override;
+    bool IsStill() const override;
 
   private:
     void OpenFile();

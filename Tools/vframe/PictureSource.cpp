@@ -27,14 +27,20 @@ void InputArguments::AddTo(CLI::App& inCommand) {
     inCommand.add_option("--input-size", rawSize, "Size of a .raw input")->type_name("WxH");
 }
 
+std::unique_ptr<PictureSource> OpenMedia(const std::string& inPath) {
+    if (IsRawPath(inPath))
+        throw UsageFailure(inPath, "frame memory says nothing of its format; convert it first");
+    CheckReadable(inPath);
+    return std::make_unique<MediaReader>(inPath);
+}
+
 std::unique_ptr<PictureSource> OpenSource(const InputArguments& inArguments) {
     if (!IsRawPath(inArguments.path)) {
         if (!inArguments.rawFormat.empty() || !inArguments.rawSize.empty()) {
             throw UsageFailure(inArguments.path,
                                "--input-format and --input-size are for .raw files");
         }
-        CheckReadable(inArguments.path);
-        return std::make_unique<MediaReader>(inArguments.path);
+        return OpenMedia(inArguments.path);
     }
     if (inArguments.rawFormat.empty() || inArguments.rawSize.empty()) {
         throw UsageFailure(inArguments.path,

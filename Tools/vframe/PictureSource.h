@@ -31,6 +31,9 @@ class PictureSource {
     virtual std::optional<std::int64_t> Count() const = 0;
 
     virtual FrameRate Rate() const { return {}; }
+
+    /// Whether it is one picture, not a clip.
+    virtual bool IsStill() const { return false; }
 };
 
 /// The arguments that name an input.
@@ -41,6 +44,9 @@ struct InputArguments {
 
     void AddTo(CLI::App& inCommand);
 };
+
+/// A picture or clip; raises UsageFailure for a .raw file.
+std::unique_ptr<PictureSource> OpenMedia(const std::string& inPath);
 
 std::unique_ptr<PictureSource> OpenSource(const InputArguments& inArguments);
 

@@ -38,6 +38,7 @@ void DescribeProgram(CLI::App& inApp) {
     AddFormatsCommand(inApp);
     AddInfoCommand(inApp);
     AddConvertCommand(inApp);
+    AddMulticamCommand(inApp);
     AddPublishCommand(inApp);
     AddReceiveCommand(inApp);
     AddDemoCommand(inApp);
