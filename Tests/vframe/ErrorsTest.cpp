@@ -57,6 +57,16 @@ TEST_F(ErrorsTest, AreOneLineAndLeaveNothingBehind) {
         {"publish good.png --guid 12", 2, "'12' is no Guid"},
         {"receive out.png --guid " + guid + "0", 2, "is no Guid"},
         {"receive out.png --guid " + guid + " --timeout soon", 2, "--timeout"},
+        {"multicam good.png", 2, "not 0"},
+        {"multicam good.png good.png good.png good.png good.png out.png", 2, "not 5"},
+        {"multicam good.png out.png --selected 2", 2, "no angle 2 among 1"},
+        {"multicam good.png out.png --selected 5", 2, "--selected"},
+        {"multicam good.png out.png --size 9", 2, "'9' is no size"},
+        {"multicam good.png out.png --size 2147483647x2147483647", 1, "memory"},
+        {"multicam good.png out.jpg", 2, "the ending says nothing"},
+        {"multicam good.png absent.png out.png", 1, "absent.png: No such file"},
+        {"multicam good.png three.raw out.png", 2, "three.raw: "},
+        {"demo new good.png good.png good.png good.png good.png", 2, "not 5"},
         {"demo good.png/folder", 1, "the folder cannot be made"},
     };
     const std::set<std::string> before = Files();

@@ -161,6 +161,12 @@ inline Picture MakeGradient(int inWidth, int inHeight) {
     return picture;
 }
 
+/// A picture of one colour.
+inline Picture MakeSolid(int inWidth, int inHeight, Rgba inColour) {
+    return {inWidth, inHeight,
+            std::vector<Rgba>(static_cast<std::size_t>(inWidth * inHeight), inColour)};
+}
+
 /// The largest difference of any component; the sizes must be equal.
 inline int LargestDifference(const Picture& inLeft, const Picture& inRight) {
     EXPECT_EQ(inLeft.width, inRight.width);

@@ -96,8 +96,8 @@ void PrintProcesses(const Publishers& inPublishers) {
         ids += std::to_string(publisher->Id()) + " ";
     const std::string own = std::to_string(getpid());
     const int width = static_cast<int>(std::max(ids.size(), own.size() + 1));
-    Print("publishers  %-*s one angle each: read it, convert it into shared memory, publish it\n",
-          width, ids.c_str());
+    Print("publishers  %-*s one angle each: read, convert into shared memory, publish\n", width,
+          ids.c_str());
     Print("compositor  %-*s receives the frames without a copy, caches and composes them\n\n",
           width, own.c_str());
 }
@@ -238,6 +238,7 @@ void WriteComposites(const CachedAngles& inAngles, const std::string& inFolder) 
                                .selected = std::min<std::size_t>(1, inAngles.size() - 1)};
     PrintCompositeHeading();
     WriteComposite(inAngles, settings, "multicam", inFolder);
+    settings.size.height /= 2;  // two views beside each other
     settings.sideBySide = settings.redOutline = true;
     WriteComposite(inAngles, settings, "side-by-side", inFolder);
 }

@@ -1,0 +1,132 @@
+// vframe multicam.
+
+#include "Tool.h"
+
+namespace vframe_test {
+namespace {
+
+const struct {
+    char letter;
+    Rgba colour;
+} kColours[] = {{'.', {0, 0, 0, 255}},       {'r', {255, 0, 0, 255}}, {'y', {255, 255, 0, 255}},
+                {'P', {200, 100, 120, 255}}, {'G', {0, 128, 0, 255}}, {'B', {0, 0, 200, 255}},
+                {'W', {255, 255, 255, 255}}};
+
+Rgba Colour(char inLetter) {
+    return std::ranges::find(kColours, inLetter, [](const auto& c) { return c.letter; })->colour;
+}
+
+/// A letter for the colour of every fifth pixel; red and yellow are those of outlines.
+std::string ToLetters(const Picture& inPicture) {
+    std::string letters;
+    for (int y = 2; y < inPicture.height; y += 5) {
+        letters += "\n";
+        for (int x = 2; x < inPicture.width; x += 5) {
+            const auto* const found = std::ranges::find(kColours, inPicture.At(x, y),
+                                                        [](const auto& c) { return c.colour; });
+            letters += found == std::end(kColours) ? '?' : found->letter;
+        }
+    }
+    return letters;
+}
+
+class MulticamTest : public ToolTest {
+  protected:
+    MulticamTest() {
+        WritePng("pink.png", MakeSolid(40, 20, Colour('P')));
+        WritePng("green.png", MakeSolid(20, 40, Colour('G')));
+        WritePng("blue.png", MakeSolid(30, 20, Colour('B')));
+        WritePng("white.png", MakeSolid(10, 10, Colour('W')));
+    }
+};
+
+TEST_F(MulticamTest, FitsAnglesIntoCellsAndOutlinesOne) {
+    const std::string all = "pink.png green.png blue.png white.png out.png --size 80x60 ";
+    const struct {
+        std::string arguments, letters;
+    } kCases[] = {
+        {all, R"(
+yyyyyyyy..GGG...
+yPPPPPPy..GGG...
+yPPPPPPy..GGG...
+yPPPPPPy..GGG...
+yPPPPPPy..GGG...
+yyyyyyyy..GGG...
+BBBBBBBB.WWWWWW.
+BBBBBBBB.WWWWWW.
+BBBBBBBB.WWWWWW.
+BBBBBBBB.WWWWWW.
+BBBBBBBB.WWWWWW.
+BBBBBBBB.WWWWWW.)"},
+        {all + "--selected 3 --red", R"(
+..........GGG...
+PPPPPPPP..GGG...
+PPPPPPPP..GGG...
+PPPPPPPP..GGG...
+PPPPPPPP..GGG...
+..........GGG...
+rrrrrrrr.WWWWWW.
+rBBBBBBr.WWWWWW.
+rBBBBBBr.WWWWWW.
+rBBBBBBr.WWWWWW.
+rBBBBBBr.WWWWWW.
+rrrrrrrr.WWWWWW.)"},
+        {all + "--selected 2 --side-by-side", R"(
+....yyyy.GGGGGG.
+....yGGy.GGGGGG.
+PPPPyGGy.GGGGGG.
+PPPPyGGy.GGGGGG.
+....yGGy.GGGGGG.
+....yyyy.GGGGGG.
+.........GGGGGG.
+....WWWW.GGGGGG.
+BBBBWWWW.GGGGGG.
+BBBBWWWW.GGGGGG.
+....WWWW.GGGGGG.
+.........GGGGGG.)"},
+        {"pink.png white.png out.png --selected 0", R"(
+PPPP.WW.
+PPPP.WW.
+........
+........)"},
+    };
+    for (const auto& [arguments, letters] : kCases) {
+        SCOPED_TRACE(arguments);
+        ExpectRuns("multicam " + arguments);
+        EXPECT_EQ(ToLetters(ReadPng("out.png")), letters);
+        const std::string bytes = ReadFile("out.png");
+        ExpectRuns("multicam --all-processors " + arguments);
+        EXPECT_TRUE(ReadFile("out.png") == bytes);
+    }
+}
+
+/// A lossless clip of 16x16 frames, with other colours than black.
+void WriteClip(const std::string& inPath, int inFrames, char inGrey) {
+    WriteFile("in.raw", std::string(static_cast<std::size_t>(inFrames) * 16 * 16 * 4, inGrey));
+    ExpectRuns("convert in.raw " + inPath +
+               " --opaque --input-format BGRA_4444_8u --input-size 16x16");
+}
+
+TEST_F(MulticamTest, RunsClipsBesideEachOtherUntilTheLongestEnds) {
+    WriteClip("short.mkv", 3, 50);
+    WriteClip("long.mkv", 5, 90);
+    ExpectRuns("multicam white.png short.mkv long.mkv out.mkv --selected 0 --size 32x32");
+    ExpectRuns("convert out.mkv out.raw");
+    const std::string frames = ReadFile("out.raw");
+    constexpr std::size_t kFrameBytes = 32 * 32 * 4;
+    ASSERT_EQ(frames.size(), 5 * kFrameBytes);
+    for (std::size_t frame = 0; frame < 5; ++frame) {
+        const auto blueAt = [&](std::size_t x, std::size_t y) {
+            return static_cast<std::uint8_t>(frames[frame * kFrameBytes + ((31 - y) * 32 + x) * 4]);
+        };
+        EXPECT_EQ(blueAt(8, 8), 255) << frame;
+        EXPECT_EQ(blueAt(24, 8), frame < 3 ? 50 : 0) << frame;
+        EXPECT_EQ(blueAt(8, 24), 90) << frame;
+        EXPECT_EQ(blueAt(24, 24), 0) << frame;
+    }
+    ExpectRuns("multicam short.mkv white.png first.png --selected 0 --size 32x32");
+    EXPECT_EQ(ReadPng("first.png").At(8, 8), (Rgba{50, 50, 50, 255}));
+}
+
+}  // namespace
+}  // namespace vframe_test
