@@ -15,8 +15,8 @@ struct CompositeSettings {
     Size size{};
     tulomediatypes::PixelAspectRatio aspectRatio{1, 1};
     std::optional<std::size_t> selected{};  ///< counted from 0
-    bool sideBySide = false;              ///< the selected angle once more, large
-    bool redOutline = false;              ///< otherwise yellow
+    bool sideBySide = false;                ///< the selected angle once more, large
+    bool redOutline = false;                ///< otherwise yellow
     bool allProcessors = false;
 };
 

@@ -143,7 +143,7 @@ class CachedAngle {
 using CachedAngles = std::vector<std::unique_ptr<CachedAngle>>;
 
 void PrintAngleHeading() {
-    Print("%75s ---------- milliseconds ----------\n", "");
+    Print("%75s---------- milliseconds ----------\n", "");
     Print("%-5s  %7s  %-*s  %-9s  %-16s  %10s  %7s  %7s  %7s  %7s\n", "angle", "process",
           kNameWidth, "picture", "size", "format", "bytes", "read", "convert", "publish",
           "receive");
@@ -213,8 +213,8 @@ Composed Compose(const CachedAngles& inAngles, const CompositeSettings& inSettin
 void PrintCompositeHeading() {
     const std::string processors =
         "all " + std::to_string(std::max(std::thread::hardware_concurrency(), 1u));
-    Print("\n%29s -------- milliseconds --------\n", "");
-    Print("%-12s  %-15s  %12s  %8s  %6s  %s\n", "composite", "size", "1 processor",
+    Print("\n%25s-------- milliseconds --------\n", "");
+    Print("%-12s  %-9s  %11s  %8s  %6s  %s\n", "composite", "size", "1 processor",
           processors.c_str(), "write", "written to");
 }
 
@@ -227,7 +227,7 @@ void WriteComposite(const CachedAngles& inAngles, CompositeSettings inSettings,
     const std::string output = (fs::path(inFolder) / (inName + ".png")).string();
     const Stopwatch writing;
     WritePicture(output, composed.frame);
-    Print("%-12s  %-15s  %12.2f  %8.2f  %6.0f  %s\n", inName.c_str(),
+    Print("%-12s  %-9s  %11.2f  %8.2f  %6.0f  %s\n", inName.c_str(),
           ToText(inSettings.size).c_str(), oneTime, composed.milliseconds, writing.Milliseconds(),
           output.c_str());
     ShowPreview(composed.frame);
@@ -251,8 +251,8 @@ void PrintMemory(const CachedAngles& inAngles) {
     });
     const double time = 1000 * retrieving.Milliseconds() / static_cast<double>(inAngles.size());
     Print(
-        "\nframe cache    %td frames, %s of %s bytes; taking one out again takes %.2f "
-        "microseconds\n",
+        "\nframe cache    %td frames, %s of %s bytes; %.2f microseconds to take one "
+        "out\n",
         held, Grouped(manager->GetUsedBytes()).c_str(), Grouped(manager->GetBudget()).c_str(),
         time);
     Print("shared memory  %s bytes, all processes together\n",
@@ -293,7 +293,8 @@ void AddDemoCommand(CLI::App& inApp) {
     command->add_option("FOLDER", arguments->folder,
                         "Where the two pictures go; made if need be [demo-output]");
     command->add_option("INPUT", arguments->inputs,
-                        "One to four pictures; otherwise the sample pictures");
+                        "One to four pictures, or clips, of which the first picture is taken; "
+                        "otherwise the sample pictures");
     command->footer(
         "A process for each angle reads it, converts it into shared memory and publishes it\n"
         "there. This process receives the frames, puts them into the shared frame cache, takes\n"
