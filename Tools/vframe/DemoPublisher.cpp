@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -36,8 +37,10 @@ PixelFormat FormatFor(std::size_t inAngle, const PictureView& inPicture) {
                : tulomediatypes::kPixelFormat_BGRA_4444_8u;
 }
 
-void Say(const std::string& inLine) {
-    std::printf("%s\n", inLine.c_str());
+/// One line, whatever the text holds.
+void Say(std::string inText) {
+    std::replace(inText.begin(), inText.end(), '\n', ' ');
+    std::printf("%s\n", inText.c_str());
     std::fflush(stdout);
 }
 
