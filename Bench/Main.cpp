@@ -1,3 +1,4 @@
+#include <VideoFrame/VideoFrame.h>
 #include <benchmark/benchmark.h>
 
 #include <CLI/CLI.hpp>
@@ -22,12 +23,19 @@ int main(int inCount, char** inArguments) {
     int count = 2;
     benchmark::Initialize(&count, arguments);
 
-    bench::AddSharingRows();  // first: it starts a process, while this one is still small
+    // These two start processes, so they come before the library and its threads.
+    bench::AddSharingRows();
+    bench::AddLiveRows();
+    VF::Initialize();
     bench::AddFrameRows();
     bench::AddConvertRows();
     bench::AddDepthRows();
     bench::AddScaleRows();
     bench::AddBlendRows();
     bench::AddManipulatorRows();
-    return bench::RunTable(only, csv) ? 0 : 1;
+    bench::AddMulticamRows();
+    bench::AddCacheRows();
+    const bool done = bench::RunTable(only, csv);
+    VF::Shutdown();
+    return done ? 0 : 1;
 }

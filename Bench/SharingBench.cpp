@@ -1,14 +1,11 @@
 // Frames between two processes.
 #include <VideoFrame/VideoFrame.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
+#include "Processes.h"
 #include "Table.h"
 
 namespace bench {
@@ -19,12 +16,6 @@ using tulocore::utility::Guid;
 constexpr std::uint32_t kWidth = 1920;
 constexpr std::uint32_t kHeight = 1080;
 constexpr std::size_t kFrameBytes = std::size_t{kWidth} * kHeight * 4;
-
-std::size_t ResidentBytes() {
-    std::size_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages >> pages;
-    return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-}
 
 // ---------------------------------------------------------------------------------------------
 // The receiving process: for every Guid it is sent it receives, wraps and drops the frame, and
@@ -38,68 +29,26 @@ bool ReceiveAndDrop(const Guid& inGuid) {
            frame->GetBounds().right != 0;
 }
 
-[[noreturn]] void Receive(int inQuestions, int inAnswers) {
+void Receive(int inQuestions, int inAnswers) {
     VF::Initialize();
     Guid guid;
     while (read(inQuestions, &guid, sizeof(guid)) == sizeof(guid)) {
-        std::size_t answer = guid == Guid() ? ResidentBytes() : ReceiveAndDrop(guid);
+        const std::size_t answer = guid == Guid() ? ResidentBytes() : ReceiveAndDrop(guid);
         if (write(inAnswers, &answer, sizeof(answer)) != sizeof(answer)) break;
     }
     VF::Shutdown();
-    _exit(0);
 }
 
-class Receiver {
-  public:
-    Receiver() {
-        std::string folder = "/dev/shm/videoframe-bench-XXXXXX";
-        if (!mkdtemp(folder.data())) std::abort();
-        folder_ = folder;
-        setenv("PELLUX_FOLDER", folder.c_str(), 1);
-        int questions[2];
-        int answers[2];
-        if (pipe(questions) != 0 || pipe(answers) != 0) std::abort();
-        process_ = fork();
-        if (process_ == 0) {
-            close(questions[1]);
-            close(answers[0]);
-            Receive(questions[0], answers[1]);
-        }
-        close(questions[0]);
-        close(answers[1]);
-        questions_ = questions[1];
-        answers_ = answers[0];
-        VF::Initialize();
-    }
-    ~Receiver() {
-        close(questions_);
-        waitpid(process_, nullptr, 0);
-        close(answers_);
-        VF::Shutdown();
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
-    }
-
-    // The two halves of a question; the other process answers in order. 0 when something went
-    // wrong.
-    bool Send(const Guid& inGuid) {
-        return write(questions_, &inGuid, sizeof(inGuid)) == sizeof(inGuid);
-    }
-    std::size_t TakeAnswer() {
-        std::size_t answer = 0;
-        return read(answers_, &answer, sizeof(answer)) == sizeof(answer) ? answer : 0;
-    }
-
-  private:
-    std::filesystem::path folder_;
-    pid_t process_ = -1;
-    int questions_ = -1;
-    int answers_ = -1;
-};
-
-Receiver& TheReceiver() {
-    static Receiver receiver;
+// Answers in the order of the questions.
+Process& TheReceiver() {
+    static Process receiver(Receive);
     return receiver;
+}
+
+// 0 when something went wrong.
+std::size_t TakeAnswer() {
+    std::size_t answer = 0;
+    return TheReceiver().Take(answer) ? answer : 0;
 }
 
 VF::VideoFrameRef MakeFrame(std::uint32_t inScale = 1) {
@@ -134,7 +83,7 @@ class CopyStream {
 
     bool TakeOne() {
         --onTheRoad_;
-        return TheReceiver().TakeAnswer() != 0;
+        return TakeAnswer() != 0;
     }
 
     int onTheRoad_ = 0;
@@ -166,7 +115,6 @@ void CopyWarmSharedMemory(benchmark::State& inState) {
 
 Run PublishInPlace(std::uint32_t inScale) {
     return [inScale](benchmark::State& inState) {
-        TheReceiver();
         VF::SetCreatePublishableVideoFrames(true);
         for (auto _ : inState) {
             inState.PauseTiming();
@@ -185,7 +133,6 @@ Run PublishInPlace(std::uint32_t inScale) {
 }
 
 void ReceiveMapped(benchmark::State& inState) {
-    TheReceiver();
     const Guid guid = Guid::Generate();
     VF::PublishVideoFrame(MakeFrame(), guid);
     for (auto _ : inState) {
@@ -197,14 +144,11 @@ void ReceiveMapped(benchmark::State& inState) {
 }
 
 std::string DescribeMemory(int inFrames) {
-    const auto mebibytes = [](std::size_t inBytes) {
-        return std::to_string(inBytes >> 20) + " MiB";
-    };
     const bool asked = TheReceiver().Send(Guid());
-    const std::size_t receivers = asked ? TheReceiver().TakeAnswer() : 0;
+    const std::size_t receivers = asked ? TakeAnswer() : 0;
     return "after " + std::to_string(inFrames) + " frames: publisher " +
-           mebibytes(ResidentBytes()) + ", receiver " + mebibytes(receivers) + ", shared folder " +
-           mebibytes(processcoordination::CountSharedBytes());
+           MebibyteText(ResidentBytes()) + ", receiver " + MebibyteText(receivers) +
+           ", shared folder " + MebibyteText(processcoordination::CountSharedBytes());
 }
 
 std::vector<std::string> StreamTenThousandFrames() {

@@ -36,5 +36,8 @@ void AddDepthRows();
 void AddScaleRows();
 void AddBlendRows();
 void AddManipulatorRows();
+void AddMulticamRows();
+void AddCacheRows();
+void AddLiveRows();
 
 }  // namespace bench
