@@ -41,7 +41,7 @@ struct Job {
 };
 
 Job GridJob(const Size& inFrom, const Size& inTo, tulomediatypes::PixelFormat inFormat) {
-    Job job{std::string("grid ") + inTo.name + " of four " + inFrom.name +
+    Job job{std::string(inTo.name) + " grid of " + inFrom.name +
                 (inFormat == kBgra ? " BGRA" : " UYVY"),
             inFrom,
             inTo,
@@ -58,7 +58,7 @@ Job GridJob(const Size& inFrom, const Size& inTo, tulomediatypes::PixelFormat in
 
 // Cells twice as high as the angles in them, and the same to the right at twice the size.
 Job SideBySideJob(const Size& inSize) {
-    Job job{std::string("side by side ") + inSize.name + " of four " + inSize.name + " BGRA",
+    Job job{std::string(inSize.name) + " side by side of " + inSize.name + " BGRA",
             inSize,
             inSize,
             kBgra,
