@@ -3,11 +3,11 @@
 #include <time.h>
 
 #include <algorithm>
-#include <array>
+#include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <list>
-#include <optional>
 
 #include "Processes.h"
 #include "Table.h"
@@ -33,9 +33,9 @@ Clock::time_point TimeOf(Clock::time_point inStart, std::uint32_t inTick) {
     return inStart + std::chrono::nanoseconds(1'000'000'000ULL * inTick / kTicksASecond);
 }
 
-/// An opaque one that no other camera and no other tick nearby has.
+/// An opaque one, not black, that no other camera and no other tick has.
 std::uint32_t ColourOf(std::uint32_t inCamera, std::uint32_t inTick) {
-    return 0xFF000000 | (inTick * 4 + inCamera) * 0x010307;
+    return 0xFF000000 | (inTick * kCameras + inCamera + 1) * 0x010307;
 }
 
 // ---------------------------------------------------------------------------------------------

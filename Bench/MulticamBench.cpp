@@ -25,12 +25,12 @@ struct View {
 
 /// What one output is made of. Four sources of one size and one format.
 struct Job {
-    std::string name;
+    std::string name = {};
     Size from, to;
     tulomediatypes::PixelFormat format;
-    bool isSideBySide;
-    std::vector<View> views;  // where each source goes, for the peers
-    std::vector<Place> bars;
+    bool isSideBySide = false;
+    std::vector<View> views = {};  // where each source goes, for the peers
+    std::vector<Place> bars = {};  // what is left of the cells, for them as well
 
     std::size_t SourceBytes() const { return PixelsOf(from) * (format == kBgra ? 4 : 2); }
     std::size_t OutputBytes() const { return PixelsOf(to) * 4; }
@@ -41,14 +41,9 @@ struct Job {
 };
 
 Job GridJob(const Size& inFrom, const Size& inTo, tulomediatypes::PixelFormat inFormat) {
-    Job job{std::string(inTo.name) + " grid of " + inFrom.name +
-                (inFormat == kBgra ? " BGRA" : " UYVY"),
-            inFrom,
-            inTo,
-            inFormat,
-            false,
-            {},
-            {}};
+    Job job{.from = inFrom, .to = inTo, .format = inFormat};
+    job.name = std::string(inTo.name) + " grid of " + inFrom.name +
+               (inFormat == kBgra ? " BGRA" : " UYVY");
     const std::int32_t width = inTo.width / 2;
     const std::int32_t height = inTo.height / 2;
     for (std::size_t i = 0; i < kAngles; ++i)
@@ -58,13 +53,8 @@ Job GridJob(const Size& inFrom, const Size& inTo, tulomediatypes::PixelFormat in
 
 // Cells twice as high as the angles in them, and the same to the right at twice the size.
 Job SideBySideJob(const Size& inSize) {
-    Job job{std::string(inSize.name) + " side by side of " + inSize.name + " BGRA",
-            inSize,
-            inSize,
-            kBgra,
-            true,
-            {},
-            {}};
+    Job job{.from = inSize, .to = inSize, .format = kBgra, .isSideBySide = true};
+    job.name = std::string(inSize.name) + " side by side of " + inSize.name + " BGRA";
     const auto add = [&](std::size_t inSource, const Place& inCell) {
         const std::int32_t height = inCell.height / 2;
         const std::int32_t above = height / 2;
