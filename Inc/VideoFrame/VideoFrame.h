@@ -1,6 +1,7 @@
 // Everything that a host includes.
 #pragma once
 
+#include "EffectWorld.h"
 #include "FrameInterfaces.h"
 #include "FrameLayout.h"
 #include "Lifecycle.h"
@@ -8,6 +9,8 @@
 #include "PixelFormatUtilities.h"
 #include "SharedVideoFrameCache.h"
 #include "Status.h"
+#include "TPix.h"
+#include "TPixBridge.h"
 #include "VideoFrameFactory.h"
 #include "VideoFrameManipulators.h"
 #include "VideoFrameSharing.h"

@@ -26,6 +26,8 @@ struct PixelAspectRatio {
     friend constexpr bool operator==(const PixelAspectRatio&, const PixelAspectRatio&) = default;
 };
 
+inline constexpr PixelAspectRatio kPixelAspectRatio_Square{1, 1};
+
 /// How the rows of a frame belong to fields: 0 one progressive picture, 1 the upper field first,
 /// 2 the lower field first, 3 not set.
 using FieldType = std::uint32_t;

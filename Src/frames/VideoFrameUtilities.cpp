@@ -20,27 +20,15 @@ FrameMap<GF_Pixel*>& EffectWorldFrameMap() {
     return map;
 }
 
-namespace {
-
-template <class Key>
-void Register(FrameMap<Key>& inMap, Key inKey, Brix::InterfaceRef<Brix::BrixUnknown> inFrame) {
-    // What stood there before is let go with inFrame, after the lock: its end is its own business.
-    const Brix::CriticalSectionLock lock(inMap.lock);
-    Brix::InterfaceRef<Brix::BrixUnknown>& registered = inMap.frames[inKey];
-    std::swap(registered, inFrame);
-}
-
-}  // namespace
-
 void RegisterTPixFrame(TPixHand inHandle, const Brix::InterfaceRef<Brix::BrixUnknown>& inFrame) {
     Require(static_cast<bool>(inFrame), "videoFrame != 0", "VideoFrameUtilities", 113);
-    Register(TPixFrameMap(), inHandle, inFrame);
+    TPixFrameMap().Register(inHandle, inFrame);
 }
 
 void RegisterEffectWorldFrame(GF_Pixel* inWorld,
                               const Brix::InterfaceRef<Brix::BrixUnknown>& inFrame) {
     Require(static_cast<bool>(inFrame), "videoFrame != 0", "VideoFrameUtilities", 139);
-    Register(EffectWorldFrameMap(), inWorld, inFrame);
+    EffectWorldFrameMap().Register(inWorld, inFrame);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -96,14 +84,14 @@ void ReportTPixFrame(TPixHand inHandle, const Brix::InterfaceRef<Brix::BrixUnkno
 }  // namespace
 
 void ReportAndForgetLeaks() {
-    if (auto& frames = TPixFrameMap().frames; !frames.empty()) {
+    if (auto& frames = TPixFrameMap().Frames(); !frames.empty()) {
         static TraceLine countLine;
         countLine.Write(std::to_string(frames.size()) + " TPix frames were leaked at shutdown!");
         for (const auto& [handle, frame] : frames)
             ReportTPixFrame(handle, frame);
         frames.clear();
     }
-    if (auto& frames = EffectWorldFrameMap().frames; !frames.empty()) {
+    if (auto& frames = EffectWorldFrameMap().Frames(); !frames.empty()) {
         static TraceLine worldsLine;
         worldsLine.Write(std::to_string(frames.size()) + " GFWorlds were leaked at shutdown!");
         frames.clear();

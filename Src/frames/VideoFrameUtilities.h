@@ -4,22 +4,51 @@
 
 #include <map>
 
+#include "VideoFrame/EffectWorld.h"
+#include "VideoFrame/TPix.h"
 #include "contracts/BrixFoundation.h"
-
-struct TPix;
-using TPixHand = TPix**;
-struct GF_Pixel;
 
 namespace VF {
 
-/// From a handle or world, compared as an address, to its frame. Every access holds the lock.
+/// From a handle or world, compared as an address, to its frame. Any thread may call any function;
+/// frames are let go after the lock.
 template <class Key>
-struct FrameMap {
+class FrameMap {
+  public:
     using Frame = Brix::InterfaceRef<Brix::BrixUnknown>;
-    using Node = std::pair<const Key, Frame>;
 
-    Brix::CriticalSection lock;
-    std::map<Key, Frame, std::less<Key>, tulocore::utility::SmallBlockAllocator<Node>> frames;
+    /// A frame registered before under the same key is let go.
+    void Register(Key inKey, Frame inFrame) {
+        const Brix::CriticalSectionLock lock(lock_);
+        std::swap(frames_[inKey], inFrame);
+    }
+
+    /// The frame, or null. A key that is not there is there from then on, without a frame.
+    Frame Find(Key inKey) {
+        const Brix::CriticalSectionLock lock(lock_);
+        return frames_[inKey];
+    }
+
+    bool Contains(Key inKey) const {
+        const Brix::CriticalSectionLock lock(lock_);
+        return frames_.contains(inKey);
+    }
+
+    void Forget(Key inKey) {
+        typename Map::node_type forgotten;
+        const Brix::CriticalSectionLock lock(lock_);
+        forgotten = frames_.extract(inKey);
+    }
+
+    using Node = std::pair<const Key, Frame>;
+    using Map = std::map<Key, Frame, std::less<Key>, tulocore::utility::SmallBlockAllocator<Node>>;
+
+    /// What the map holds, without its lock: no other thread may use it.
+    Map& Frames() { return frames_; }
+
+  private:
+    mutable Brix::CriticalSection lock_;
+    Map frames_;
 };
 
 FrameMap<TPixHand>& TPixFrameMap();

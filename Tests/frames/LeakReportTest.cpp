@@ -54,7 +54,7 @@ TEST_F(LeakReport, LinesInOrderOfTheHandlesEmptyEntriesCounted) {
     ASSERT_EQ(raw->AllocateMemory(1000, 16), 0);
     VF::RegisterTPixFrame(Handle(0x1F3A0), support::MakeFrame(720, 480));
     VF::RegisterTPixFrame(Handle(0xABC), raw);
-    VF::TPixFrameMap().frames[Handle(0x10)];  // as a lookup leaves it behind
+    VF::TPixFrameMap().Find(Handle(0x10));  // as a lookup leaves it behind
     VF::RegisterEffectWorldFrame(World(0x20), support::MakeFrame(8, 8));
     VF::RegisterEffectWorldFrame(World(0x30), raw);
     EXPECT_EQ(Report(),
@@ -62,8 +62,8 @@ TEST_F(LeakReport, LinesInOrderOfTheHandlesEmptyEntriesCounted) {
               "<TPix> <0> <Leaked Video frame,0xabc> data size:1000\r\n"
               "<TPix> <0> <Leaked Video frame,0x1f3a0> row bytes:2880, data size:1382400\r\n"
               "<TPix> <0> 2 GFWorlds were leaked at shutdown!\r\n");
-    EXPECT_TRUE(VF::TPixFrameMap().frames.empty());
-    EXPECT_TRUE(VF::EffectWorldFrameMap().frames.empty());
+    EXPECT_TRUE(VF::TPixFrameMap().Frames().empty());
+    EXPECT_TRUE(VF::EffectWorldFrameMap().Frames().empty());
     EXPECT_EQ(Report(), "");
 }
 
@@ -92,7 +92,7 @@ TEST_F(LeakReport, RegisteringAgainReplacesTheFrame) {
     EXPECT_EQ(recycler->KeptBytes(), 0U);
     VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(200, 200));
     EXPECT_GT(recycler->KeptBytes(), 0U);
-    EXPECT_EQ(VF::TPixFrameMap().frames.size(), 1U);
+    EXPECT_EQ(VF::TPixFrameMap().Frames().size(), 1U);
 }
 
 TEST_F(LeakReport, NullFramesBreakTheContract) {
@@ -100,5 +100,5 @@ TEST_F(LeakReport, NullFramesBreakTheContract) {
                           [] { VF::RegisterTPixFrame(Handle(0x10), nullptr); });
     support::ExpectBroken("videoFrame != 0", "VideoFrameUtilities", 139,
                           [] { VF::RegisterEffectWorldFrame(World(0x10), nullptr); });
-    EXPECT_TRUE(VF::TPixFrameMap().frames.empty());
+    EXPECT_TRUE(VF::TPixFrameMap().Frames().empty());
 }

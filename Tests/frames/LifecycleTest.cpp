@@ -36,7 +36,7 @@ bool InitializeClient() {
     return false;  // is not looked at
 }
 void UninitializeClient() {
-    gCalls += VF::TPixFrameMap().frames.empty() ? "p" : "!";
+    gCalls += VF::TPixFrameMap().Frames().empty() ? "p" : "!";
 }
 }  // namespace processcoordination
 
@@ -51,7 +51,7 @@ TEST(Lifecycle, ServicesStartAndStopInOrderAndTheClientOnce) {
     VF::RegisterTPixFrame(reinterpret_cast<TPixHand>(0x10), support::MakeFrame(1, 1));
     VF::Shutdown();
     EXPECT_EQ(gCalls, "sb");
-    EXPECT_EQ(VF::TPixFrameMap().frames.size(), 1U);
+    EXPECT_EQ(VF::TPixFrameMap().Frames().size(), 1U);
     gCalls.clear();
     VF::Shutdown();
     EXPECT_EQ(gCalls, "mpsb");

@@ -11,9 +11,11 @@ class FrameWithoutMemory final : public OV::IVideoFrame {
     void AddRef() override {}
     void Release() override {}
     void Destroy() override {}
-    std::int32_t QueryInterface(const tulocore::utility::Guid&, void** outView) override {
-        *outView = nullptr;
-        return Brix::kInterfaceNotCarried;
+    std::int32_t QueryInterface(const tulocore::utility::Guid& inId, void** outView) override {
+        const bool isCarried =
+            inId == Brix::BrixUnknown::kInterfaceId || inId == OV::IVideoFrame::kInterfaceId;
+        *outView = isCarried ? this : nullptr;
+        return isCarried ? 0 : Brix::kInterfaceNotCarried;
     }
     Brix::Rect GetBounds() override { return {0, 0, 10, 10}; }
     bool IsRectNative(const Brix::Rect&) override { return false; }

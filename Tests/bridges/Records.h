@@ -1,0 +1,54 @@
+// Records in tests.
+#pragma once
+
+#include <cstring>
+#include <vector>
+
+#include "VideoFrame/TPixBridge.h"
+#include "frames/VideoFrameUtilities.h"
+#include "support/Contracts.h"
+#include "support/Frames.h"
+
+namespace bridges_test {
+
+using namespace support;
+
+constexpr tagRECT Bounds(std::int32_t inWidth, std::int32_t inHeight) {
+    return {0, 0, inWidth, inHeight};
+}
+
+/// Bytes of a record or world, put together field by field.
+class Bytes {
+  public:
+    Bytes(std::size_t inSize, std::uint8_t inFill) : bytes_(inSize, inFill) {}
+
+    template <class Value>
+    Bytes& Put(std::size_t inOffset, Value inValue) {
+        std::memcpy(bytes_.data() + inOffset, &inValue, sizeof inValue);
+        return *this;
+    }
+
+    std::vector<std::uint8_t> bytes_;
+};
+
+inline std::vector<std::uint8_t> BytesAt(const void* inStart, std::size_t inSize) {
+    const auto* const start = static_cast<const std::uint8_t*>(inStart);
+    return {start, start + inSize};
+}
+
+/// What must be as before when a test ends.
+class BridgeTest : public testing::Test {
+  protected:
+    ~BridgeTest() override {
+        EXPECT_EQ(hoardex::CountBlocks(), blocks_);
+        EXPECT_EQ(VF::TPixFrameMap().Frames().size(), 0U);
+        EXPECT_EQ(VF::EffectWorldFrameMap().Frames().size(), 0U);
+        VF::TPixFrameMap().Frames().clear();
+        VF::EffectWorldFrameMap().Frames().clear();
+    }
+
+  private:
+    const std::int64_t blocks_ = hoardex::CountBlocks();
+};
+
+}  // namespace bridges_test

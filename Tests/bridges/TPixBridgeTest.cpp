@@ -1,0 +1,291 @@
+#include "VideoFrame/TPixBridge.h"
+
+#include <tuple>
+
+#include "Records.h"
+#include "support/FrameWithoutMemory.h"
+
+namespace bridges_test {
+namespace {
+
+using TPixBridge = BridgeTest;
+
+constexpr std::uint32_t kWidth = 5;
+
+/// Where a record points, in rows of the frame.
+struct Place {
+    std::int32_t bottom;
+    int pixels, field0, field1;
+    int rowStep;
+    std::uint64_t fieldbase;
+};
+
+std::vector<std::uint8_t> Expected(const VF::VideoFrameRef& inFrame, const Place& inPlace,
+                                   std::uint64_t inAspectRatio) {
+    constexpr std::int32_t kRowBytes = 4 * kWidth;
+    std::byte* const base = Data(inFrame);
+    return Bytes(288, 0)
+        .Put(8, std::int32_t{kWidth})
+        .Put(12, inPlace.bottom)
+        .Put(16, inPlace.rowStep * kRowBytes)
+        .Put(20, 32)
+        .Put(24, base + inPlace.pixels * kRowBytes)
+        .Put(32, base + inPlace.pixels * kRowBytes)
+        .Put(40, base + inPlace.field0 * kRowBytes)
+        .Put(48, base + inPlace.field1 * kRowBytes)
+        .Put(56, inPlace.fieldbase)
+        .Put(104, inAspectRatio)
+        .bytes_;
+}
+
+TEST_F(TPixBridge, PointsIntoFrames) {
+    struct Case {
+        std::uint32_t height;
+        bool asField;
+        tulomediatypes::FieldType fieldType;
+        int whichField;
+        Place place;
+    };
+    constexpr Case kCases[] = {
+        {10, false, 4, 0, {10, 0, 0, 0, 1, 0}}, {11, false, 2, 1, {11, 0, 0, 0, 1, 0}},
+        {10, true, 2, 0, {5, 0, 0, 1, 2, 1}},   {10, true, 2, 1, {5, 1, 0, 1, 2, 2}},
+        {10, true, 1, 0, {5, 1, 1, 0, 2, 1}},   {10, true, 1, 1, {5, 0, 1, 0, 2, 2}},
+        {10, true, 0, 0, {5, 1, 1, 0, 2, 1}},   {10, true, 3, 1, {5, 1, 1, 0, 2, 2}},
+        {11, true, 2, 0, {6, 0, 0, 1, 2, 1}},   {11, true, 2, 1, {5, 1, 0, 1, 2, 2}},
+        {11, true, 1, 0, {5, 1, 1, 0, 2, 1}},   {11, true, 1, 1, {6, 0, 1, 0, 2, 2}},
+        {11, true, 0, 1, {5, 1, 1, 0, 2, 2}},   {11, true, 3, 0, {5, 1, 1, 0, 2, 1}},
+        {10, true, 2, 7, {5, 1, 0, 1, 2, 2}},   {1, true, 2, 0, {1, 0, 0, 1, 2, 1}},
+    };
+    for (const Case& one : kCases) {
+        SCOPED_TRACE(&one - kCases);
+        const VF::VideoFrameRef frame = MakeFrame(kWidth, one.height);
+        const TPixHand handle =
+            VF::NewTPixFromVideoFrame(frame, one.asField, one.fieldType, one.whichField);
+        EXPECT_EQ(BytesAt(*handle, 288), Expected(frame, one.place, 1000U << 16 | 1000U));
+        EXPECT_EQ(VF::GetVideoFrameFromTPix(handle), frame);
+        VF::DisposeTPixFromVideoFrame(handle);
+    }
+}
+
+TEST_F(TPixBridge, MakesFrames) {
+    struct Case {
+        std::int32_t height;
+        bool asField;
+        int firstField;
+        Place place;
+        tulomediatypes::FieldType fieldType;
+    };
+    constexpr Case kCases[] = {
+        {10, false, 0, {10, 0, 0, 0, 1, 0}, 0}, {11, false, 1, {11, 0, 0, 0, 1, 0}, 0},
+        {10, true, 1, {5, 0, 0, 1, 2, 2}, 2},   {10, true, 0, {5, 1, 0, 1, 2, 1}, 1},
+        {11, true, 1, {6, 1, 1, 0, 2, 2}, 2},   {11, true, 0, {5, 0, 1, 0, 2, 1}, 1},
+    };
+    for (const Case& one : kCases) {
+        SCOPED_TRACE(&one - kCases);
+        const tagRECT bounds{3, -4, 3 + static_cast<int>(kWidth), one.height - 4};
+        const TPixHand handle =
+            VF::NewTPixWithVideoFrame(&bounds, OV::kPixelFormat_BGRA_4444_8u, one.asField,
+                                      one.firstField, {0x8001, 0x12345}, 0, 0, 0);
+        const VF::VideoFrameRef frame = VF::GetVideoFrameFromTPix(handle);
+        // 0x8001 << 16 meets the upper bits of the denominator; nothing reaches the upper word.
+        EXPECT_EQ(BytesAt(*handle, 288), Expected(frame, one.place, 0x80012345U));
+        EXPECT_EQ(frame->GetFieldType(), one.fieldType);
+        EXPECT_EQ(VF::GetUnderlyingVideoFrameFieldType(handle), one.fieldType);
+        VF::DisposeTPixFromVideoFrame(handle);
+    }
+}
+
+TEST_F(TPixBridge, PacksAspectRatiosInThousandthsWithTheirSign) {
+    for (const auto& [numerator, denominator, packed] : {std::tuple{9U, 10U, 0x0384'03E8UL},
+                                                         {32768U, 1000U, 0xFFFF'FFFF'8000'03E8UL},
+                                                         {65539U, 1000U, 0x0003'03E8UL},
+                                                         {1U, 0U, 1000UL},
+                                                         {4000000000U, 1U, 1000UL}}) {
+        const VF::VideoFrameRef frame = MakeFrame(kWidth, 2);
+        frame->SetPixelAspectRatio({numerator, denominator});
+        const TPixHand handle = VF::NewTPixFromVideoFrame(frame);
+        EXPECT_EQ((*handle)->pixelAspectRatio, packed) << numerator;
+        // The legacy query packs the ratio itself, without a sign.
+        EXPECT_EQ(tpixGetPixelAspectRatio(handle), numerator << 16 | denominator);
+        EXPECT_EQ((*handle)->pixelAspectRatio, numerator << 16 | denominator);
+        tpixDispose(handle);
+    }
+}
+
+TEST_F(TPixBridge, LegacyRecordsAreWholeAnd32Bit) {
+    const tagRECT bounds = Bounds(100, 50);
+    const TPixHand handle = tpixNew(&bounds);
+    const TPix& record = **handle;
+    EXPECT_EQ(record.bounds.bottom, 50);
+    EXPECT_EQ(record.rowbytes, 400);
+    EXPECT_EQ(record.depth, 32U);
+    EXPECT_EQ(record.fieldbase, 0U);
+    EXPECT_EQ(tpixDispose(handle), 0);
+}
+
+// Frames and bytes without two-dimensional rows.
+TEST_F(TPixBridge, RecordsWithoutGeometry) {
+    FrameWithoutMemory bare;
+    const VF::VideoFrameRef bareFrame(&bare);
+    const VF::VideoFrameRef dv = MakeFrame(720, 480, OV::kPixelFormat_NTSCDV25);
+    const tagRECT bounds = Bounds(8, 6);
+    struct Case {
+        TPixHand handle;
+        std::int32_t bottom;
+        void* pixels;
+        std::uint64_t fieldbase;
+    };
+    const Case cases[] = {
+        {VF::NewTPixFromVideoFrame(bareFrame, true, 2, 0), 10, nullptr, 0},
+        {VF::NewTPixFromVideoFrame(dv, true, 2, 1), 480, Data(dv), 2},
+        {VF::NewCustomTPixWithVideoFrame(&bounds, kCustomFormat, 100, {1, 1}), 6, nullptr, 0},
+        {VF::NewTPixWithRawFrame(1000, 256), 0, nullptr, 0},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(&one - cases);
+        const TPix& record = **one.handle;
+        EXPECT_EQ(record.bounds.bottom, one.bottom);
+        EXPECT_EQ(record.rowbytes, 0);
+        EXPECT_EQ(record.depth, 0U);
+        EXPECT_EQ(record.fieldbase, one.fieldbase);
+        EXPECT_EQ(record.pixels, record.fullPixels);
+        if (&one < cases + 2) {
+            EXPECT_EQ(record.pixels, one.pixels);
+        } else {
+            EXPECT_NE(record.pixels, nullptr);
+        }
+        VF::DisposeTPixFromVideoFrame(one.handle);
+    }
+}
+
+TEST_F(TPixBridge, TakesMemoryOfAnyOwner) {
+    const TPixHand raw = VF::NewTPixWithRawFrame(1000, 256);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>((*raw)->pixels) % 256, 0U);
+    const auto bytes =
+        Brix::QueryInterface<VF::IVideoFrameMemoryAccess>(VF::GetTPixHandFrameMapping(raw));
+    const TPixHand again = VF::NewTPixFromVideoMemoryAccess(bytes);
+    EXPECT_EQ((*again)->pixels, (*raw)->pixels);
+    EXPECT_FALSE(VF::GetUnderlyingVideoFrameReadOnly(again));
+    EXPECT_FALSE(VF::GetVideoFrameFromTPix(again));
+
+    const VF::VideoFrameRef frame = MakeFrame(kWidth, 4);
+    const TPixHand ofFrame =
+        VF::NewTPixFromVideoMemoryAccess(Ask<VF::IVideoFrameMemoryAccess>(frame));
+    EXPECT_EQ(VF::GetVideoFrameFromTPix(ofFrame), frame);
+    EXPECT_EQ(VF::NewTPixFromVideoMemoryAccess(nullptr), nullptr);
+    for (const TPixHand handle : {raw, again, ofFrame})
+        VF::DisposeTPixFromVideoFrame(handle);
+}
+
+TEST_F(TPixBridge, KeepsTheFrameUntilTheRecordGoes) {
+    const Brix::MemoryRecycler::Pointer recycler;
+    const TPixHand handle = VF::NewTPixFromVideoFrame(MakeFrame(100, 100));
+    (*handle)->pixels[0] = 1;
+    const std::size_t kept = recycler->KeptBytes();
+    VF::DisposeTPixFromVideoFrame(handle);
+    EXPECT_GT(recycler->KeptBytes(), kept);
+    EXPECT_EQ(*handle, nullptr);
+    VF::DisposeTPixFromVideoFrame(handle);  // nothing happens any more
+}
+
+// ---------------------------------------------------------------------------------------------
+// Questions
+
+TEST_F(TPixBridge, AnswersForTheFrame) {
+    const VF::VideoFrameRef frame = MakeFrame(kWidth, 4, OV::kPixelFormat_VUYA_4444_8u);
+    frame->SetPixelAspectRatio({16, 15});
+    frame->SetRenderTime(77);
+    frame->SetFieldType(1);
+    frame->SetReadOnly(true);
+    const TPixHand handle = VF::NewTPixFromVideoFrame(frame);
+    std::uint32_t numerator = 0;
+    std::uint32_t denominator = 0;
+    VF::GetUnderlyingVideoFrameAspectRatio(handle, &numerator, &denominator);
+    EXPECT_EQ(numerator, 16U);
+    EXPECT_EQ(denominator, 15U);
+    EXPECT_EQ(VF::GetUnderlyingVideoFrameRenderTime(handle), 77U);
+    EXPECT_EQ(VF::GetUnderlyingVideoFrameFieldType(handle), 1U);
+    EXPECT_EQ(VF::GetUnderlyingVideoFramePixelFormat(handle), OV::kPixelFormat_VUYA_4444_8u);
+    EXPECT_TRUE(VF::GetUnderlyingVideoFrameReadOnly(handle));
+    VF::DisposeTPixFromVideoFrame(handle);
+}
+
+TEST_F(TPixBridge, UnknownHandlesLeaveAnEntryOrNone) {
+    TPix record{};
+    TPix* master = &record;
+    std::uint32_t one = 9;
+    std::uint32_t other = 9;
+    auto& frames = VF::TPixFrameMap().Frames();
+    EXPECT_EQ(VF::GetUnderlyingVideoFramePixelFormat(&master), OV::kPixelFormat_BGRA_4444_8u);
+    EXPECT_EQ(VF::GetUnderlyingVideoFrameFieldType(&master), 3U);
+    EXPECT_EQ(frames.size(), 0U);
+    const std::function<void()> questions[] = {
+        [&] { EXPECT_TRUE(VF::GetUnderlyingVideoFrameReadOnly(&master)); },
+        [&] { EXPECT_EQ(VF::GetUnderlyingVideoFrameRenderTime(&master), 0U); },
+        [&] { VF::GetUnderlyingVideoFrameAspectRatio(&master, &one, &other); },
+        [&] { EXPECT_FALSE(VF::GetVideoFrameFromTPix(&master)); },
+        [&] { EXPECT_FALSE(VF::GetTPixHandFrameMapping(&master)); },
+        [&] { EXPECT_EQ(tpixGetPixelAspectRatio(&master), 0U); },
+    };
+    for (const auto& ask : questions) {
+        ask();
+        EXPECT_EQ(frames.size(), 1U);
+        frames.clear();
+    }
+    EXPECT_EQ(one + other, 0U);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Bad input
+
+TEST_F(TPixBridge, BreaksContracts) {
+    const auto expect = [](const char* inCondition, auto inCall) {
+        ExpectBroken(inCondition, "TPixBridge", 0, inCall);
+    };
+    std::uint32_t number = 0;
+    const auto format = OV::kPixelFormat_BGRA_4444_8u;
+    expect("inVideoFrame != NULL", [] { VF::NewTPixFromVideoFrame(nullptr); });
+    expect("bounds", [] { tpixNew(nullptr); });
+    expect("bounds", [&] { VF::NewCustomTPixWithVideoFrame(nullptr, kCustomFormat, 1, {1, 1}); });
+    expect("inSize", [] { VF::NewTPixWithRawFrame(0, 16); });
+    expect("tpixHandle != NULL", [] { tpixDispose(nullptr); });
+    expect("inTPix != NULL", [] { VF::GetVideoFrameFromTPix(nullptr); });
+    expect("inTPixHand != NULL", [] { VF::GetUnderlyingVideoFrameReadOnly(nullptr); });
+    expect("inTPixHand != NULL", [] { VF::GetUnderlyingVideoFrameRenderTime(nullptr); });
+    expect("inTPixHand != NULL", [] { VF::GetUnderlyingVideoFramePixelFormat(nullptr); });
+    expect("inTPixHand != NULL", [] { VF::GetUnderlyingVideoFrameFieldType(nullptr); });
+    expect("inTPixHand != NULL",
+           [&] { VF::GetUnderlyingVideoFrameAspectRatio(nullptr, &number, &number); });
+    TPix record{};
+    TPix* master = &record;
+    expect("outAspectNum != NULL && outAspectDen != NULL",
+           [&] { VF::GetUnderlyingVideoFrameAspectRatio(&master, &number, nullptr); });
+    const tagRECT empty = Bounds(0, 5);
+    ExpectBroken("inWidth != 0", "VideoFrameFactory", 79, [&] { tpixNew(&empty); });
+    const tagRECT huge = Bounds(0x7FFFFFFF, 0x7FFFFFFF);  // no frame, though no failure either
+    expect("memoryAccesibleVideoFrame != NULL", [&] {
+        VF::NewTPixWithVideoFrame(&huge, format, false, 0, {1, 1}, 0, 0, 0);
+    });
+}
+
+TEST_F(TPixBridge, GivesNothingWithoutMemory) {
+    const VF::VideoFrameRef frame = MakeFrame(kWidth, 4);
+    const tagRECT bounds = Bounds(800, 800);
+    hoardex::FailAllocationsAfter(0);
+    EXPECT_EQ(VF::NewTPixFromVideoFrame(frame), nullptr);
+    EXPECT_EQ(tpixNew(&bounds), nullptr);
+    EXPECT_EQ(VF::NewTPixWithRawFrame(1000, 0), nullptr);
+    EXPECT_EQ(VF::NewCustomTPixWithVideoFrame(&bounds, kCustomFormat, 10, {1, 1}), nullptr);
+    hoardex::FailAllocationsAfter(-1);
+
+    const auto before = Brix::MemoryRecycler::SetBlockSource(
+        {[](std::size_t) -> void* { throw std::bad_alloc(); }, [](void*, std::size_t) {}});
+    EXPECT_EQ(tpixNew(&bounds), nullptr);
+    EXPECT_EQ(VF::NewTPixWithRawFrame(1 << 20, 0), nullptr);
+    EXPECT_EQ(VF::NewCustomTPixWithVideoFrame(&bounds, kCustomFormat, 1 << 20, {1, 1}), nullptr);
+    Brix::MemoryRecycler::SetBlockSource(before);
+    EXPECT_EQ(VF::NewTPixWithRawFrame(1000, 3), nullptr);  // no power of two
+}
+
+}  // namespace
+}  // namespace bridges_test

@@ -1,0 +1,93 @@
+#include "VideoFrame/TPix.h"
+
+#include "Records.h"
+
+namespace bridges_test {
+namespace {
+
+using TPixRecord = BridgeTest;
+
+TEST_F(TPixRecord, RowsOfEveryDepth) {
+    struct Case {
+        std::uint32_t width;
+        std::int32_t depth;
+        std::uint32_t bytes;
+    };
+    for (const auto& [width, depth, bytes] : std::initializer_list<Case>{{5, 1, 4},
+                                                                         {33, 1, 8},
+                                                                         {3, 4, 4},
+                                                                         {9, 4, 8},
+                                                                         {5, 8, 8},
+                                                                         {4, 8, 4},
+                                                                         {3, 16, 8},
+                                                                         {10, 24, 32},
+                                                                         {100, 32, 400},
+                                                                         {100, 12, 0},
+                                                                         {100, 0, 0},
+                                                                         {100, -1, 0},
+                                                                         {100, 33, 0},
+                                                                         {30000, 24, 24464},
+                                                                         {65535, 8, 65536},
+                                                                         {65536, 8, 0},
+                                                                         {0x80000001U, 16, 4},
+                                                                         {0x40000001U, 32, 4},
+                                                                         {0xFFFFFFFFU, 4, 0},
+                                                                         {0xFFFFFFFFU, 1, 0}}) {
+        EXPECT_EQ(CalcRowBytes(width, depth), bytes) << width << " " << depth;
+    }
+}
+
+TEST_F(TPixRecord, LinesRunDownwardsThroughMemory) {
+    char memory[64];
+    EXPECT_EQ(tpixTopLine(memory, 16, 4), memory + 48);
+    EXPECT_EQ(tpixNextLine(memory + 48, 16), memory + 32);
+    EXPECT_EQ(tpixCalcNextSkip(16, 3), -28);
+    EXPECT_EQ(tpixTopLine(memory, 0x10000, 0x10001), memory);  // the product keeps 32 bits
+}
+
+// Three lines of two pixels, rows of twelve bytes.
+TEST_F(TPixRecord, ReadsPixelsAndFillsAlpha) {
+    std::uint32_t lines[3][3] = {{0xFF040506, 0xFF070809, 0x11111111},
+                                 {0x80101112, 0x80131415, 0x22222222},
+                                 {0x00202122, 0x00232425, 0x33333333}};
+    TPix record{};
+    record.bounds = {0, 0, 2, 3};
+    record.rowbytes = 12;
+    record.pixels = reinterpret_cast<std::uint8_t*>(lines);
+    TPix* master = &record;
+
+    EXPECT_EQ(tpixGetPixel(&master, 0, 0), 0x202122U);
+    EXPECT_EQ(tpixGetPixel(&master, 1, 2), 0x070809U);
+    for (const auto& [x, y] : {std::pair{-1, 0}, {2, 0}, {0, -1}, {0, 3}})
+        EXPECT_EQ(tpixGetPixel(&master, x, y), 0xFFFFFFU);
+
+    tpixFillAlpha(&master, 0x7E);
+    const std::uint32_t filled[3][3] = {{0x7E040506, 0x7E070809, 0x11111111},
+                                        {0x7E101112, 0x7E131415, 0x22222222},
+                                        {0x7E202122, 0x7E232425, 0x33333333}};
+    EXPECT_EQ(std::memcmp(lines, filled, sizeof lines), 0);
+
+    tagRECT bounds{};
+    tpixGetBounds(&master, &bounds);
+    EXPECT_EQ(bounds.bottom, 3);
+    EXPECT_EQ(tpixGetRowbytes(&master), 12);
+    EXPECT_EQ(tpixGetPixels(&master), lines);
+    EXPECT_EQ(tpixLockPixels(&master) + tpixUnlockPixels(&master), 0);
+}
+
+TEST_F(TPixRecord, DescribesTheScreen) {
+    struct Case {
+        win32::Screen screen;
+        int colours, depth;
+    };
+    for (const auto& [screen, colours, depth] : std::initializer_list<Case>{
+             {{}, -1, 32}, {{8, 1, 256}, 256, 8}, {{1, 4, 0}, 16, 4}, {{8, 1, 0}, 256, 8}}) {
+        win32::SetScreen(screen);
+        EXPECT_EQ(GetScreenColors(), colours);
+        EXPECT_EQ(GetScreenDepth(), depth);
+    }
+    win32::SetScreen({});
+}
+
+}  // namespace
+}  // namespace bridges_test
