@@ -1,0 +1,16 @@
+# Writes the C++ examples of a page into one source file:
+#   cmake -D PAGE=<page.md> -D SOURCE=<file.cpp> -P examples.cmake
+file(READ ${PAGE} text)
+set(source "// From ${PAGE}.\n")
+string(FIND "${text}" "\n```cpp\n" start)
+while(NOT start EQUAL -1)
+    math(EXPR start "${start} + 8")
+    string(SUBSTRING "${text}" ${start} -1 text)
+    string(FIND "${text}" "\n```\n" end)
+    math(EXPR end "${end} + 1")
+    string(SUBSTRING "${text}" 0 ${end} example)
+    string(APPEND source "\n${example}")
+    string(SUBSTRING "${text}" ${end} -1 text)
+    string(FIND "${text}" "\n```cpp\n" start)
+endwhile()
+file(WRITE ${SOURCE} "${source}")
