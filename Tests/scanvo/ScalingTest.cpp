@@ -207,22 +207,53 @@ TEST(Scale, GivesBytesWhatFloatsGive) {
     });
 }
 
-TEST(Scale, HalvesToExactMeans) {
-    Area source(0x008, 86, 14);
-    source.Scatter();
-    ForEachTarget([&] {
-        const Area scaled = Scaled(source, 0x008, {43, 7}, 2);
-        for (std::int32_t i = 0; i < 43 * 7; ++i) {
-            const std::int32_t x = i % 43;
-            const std::int32_t y = i / 43;
-            for (std::size_t c = 0; c < 4; ++c) {
-                const double sum = source.At(2 * x, 2 * y)[c] + source.At(2 * x + 1, 2 * y)[c] +
-                                   source.At(2 * x, 2 * y + 1)[c] +
-                                   source.At(2 * x + 1, 2 * y + 1)[c];
-                ASSERT_EQ(scaled.At(x, y)[c], std::floor(sum / 4 + 0.5)) << x << ", " << y;
+TEST(Scale, ShrinksToMeans) {
+    for (const std::int32_t factor : {2, 4}) {
+        Area source(0x008, 43 * factor, 7 * factor);
+        source.Scatter();
+        ForEachTarget([&] {
+            const Area scaled = Scaled(source, 0x008, {43, 7}, 2);
+            for (std::int32_t i = 0; i < 43 * 7; ++i) {
+                const std::int32_t x = i % 43;
+                const std::int32_t y = i / 43;
+                for (std::size_t c = 0; c < 4; ++c) {
+                    double sum = 0;
+                    for (std::int32_t part = 0; part < factor * factor; ++part) {
+                        sum += source.At(factor * x + part % factor, factor * y + part / factor)[c];
+                    }
+                    // The general road may round a half down.
+                    ASSERT_NEAR(scaled.At(x, y)[c], sum / (factor * factor), 0.5)
+                        << x << ", " << y;
+                }
+            }
+        });
+    }
+}
+
+// 8-bit 4:2:2 has a road of its own to half the size.
+TEST(Scale, Halves422ToWhatFloatsGive) {
+    for (const FormatCode format : {0x011, 0x1011, 0x211}) {
+        const std::uint32_t matrix = format.bits & 0x200;
+        const std::pair<FormatCode, FormatCode> kFormats[] = {
+            {0x004, 0x104}, {0x100C, 0x110C}, {0x005 | matrix, 0x105 | matrix}};
+        for (const std::int32_t width : {1, 2, 15, 16, 33, 100}) {
+            Area source(format, 2 * width, 6);
+            source.Scatter();
+            for (const auto& [bytes, floats] : kFormats) {
+                Area exact = Scaled(source, floats, {width, 3}, 2);
+                const std::vector<Codes> expected = Converted(exact, bytes).Pixels();
+                ForEachTarget([&] {
+                    const std::vector<Codes> actual = Scaled(source, bytes, {width, 3}, 2).Pixels();
+                    for (std::size_t i = 0; i < expected.size(); ++i) {
+                        for (std::size_t c = 0; c < 4; ++c) {
+                            ASSERT_NEAR(actual[i][c], expected[i][c], 1.001)
+                                << format.bits << " to " << bytes.bits << ", pixel " << i;
+                        }
+                    }
+                });
             }
         }
-    });
+    }
 }
 
 // Of whole pictures and of fields, whose rows lie between one another's.

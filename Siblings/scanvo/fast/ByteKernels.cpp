@@ -31,6 +31,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 constexpr hn::ScalableTag<std::uint8_t> kBytes;
 constexpr hn::ScalableTag<std::int16_t> kShorts;
+constexpr hn::ScalableTag<std::uint16_t> kHalves;
 constexpr hn::ScalableTag<std::int32_t> kInts;
 constexpr hn::ScalableTag<float> kFloats;
 constexpr hn::ScalableTag<std::uint32_t> kPixels;
@@ -497,6 +498,72 @@ bool HalveRows(const std::byte* inFirst, const std::byte* inSecond, std::uint32_
     return Hold(common, inAlpha);
 }
 
+// Sums of components 0 and 2 of each pixel, and of 1 and 3, in the halves of its lane.
+struct PairSums {
+    Pixels even, odd;
+};
+
+// Over a vector of pixels of four rows.
+HWY_INLINE PairSums SumRows(const std::byte* const* inRows, std::size_t inX, Bytes& ioCommon) {
+    const Pixels evenBytes = hn::Set(kPixels, 0x00FF00FFU);
+    const auto add = [&](Pixels left, Pixels right) {
+        return hn::BitCast(kPixels,
+                           hn::Add(hn::BitCast(kHalves, left), hn::BitCast(kHalves, right)));
+    };
+    PairSums sums{hn::Zero(kPixels), hn::Zero(kPixels)};
+    for (std::int32_t row = 0; row < 4; ++row) {
+        const Pixels pixels = LoadPixels(inRows[row] + 4 * inX);
+        ioCommon = hn::And(ioCommon, hn::BitCast(kBytes, pixels));
+        sums.even = add(sums.even, hn::And(pixels, evenBytes));
+        sums.odd =
+            add(sums.odd, hn::BitCast(kPixels, hn::ShiftRight<8>(hn::BitCast(kHalves, pixels))));
+    }
+    return sums;
+}
+
+// The sums of neighbours.
+HWY_INLINE Pixels AddNeighbours(Pixels inLow, Pixels inHigh) {
+    return hn::BitCast(kPixels,
+                       hn::Add(hn::BitCast(kHalves, hn::ConcatEven(kPixels, inHigh, inLow)),
+                               hn::BitCast(kHalves, hn::ConcatOdd(kPixels, inHigh, inLow))));
+}
+
+// Four by four means; inX counts source pixels.
+HWY_INLINE Pixels QuarterPixels(const std::byte* const* inRows, std::size_t inX, Bytes& ioCommon) {
+    const PairSums sums[] = {SumRows(inRows, inX, ioCommon),
+                             SumRows(inRows, inX + kPixelsAtOnce, ioCommon),
+                             SumRows(inRows, inX + 2 * kPixelsAtOnce, ioCommon),
+                             SumRows(inRows, inX + 3 * kPixelsAtOnce, ioCommon)};
+    const auto mean = [](Pixels sum) {
+        return hn::ShiftRight<4>(
+            hn::Add(hn::BitCast(kHalves, sum), hn::Set(kHalves, std::uint16_t{8})));
+    };
+    const auto even = mean(AddNeighbours(AddNeighbours(sums[0].even, sums[1].even),
+                                         AddNeighbours(sums[2].even, sums[3].even)));
+    const auto odd = mean(AddNeighbours(AddNeighbours(sums[0].odd, sums[1].odd),
+                                        AddNeighbours(sums[2].odd, sums[3].odd)));
+    return hn::BitCast(kPixels, hn::Or(even, hn::ShiftLeft<8>(odd)));
+}
+
+bool QuarterRows(const std::byte* const* inRows, std::uint32_t inAlpha, std::uint32_t inOpaque,
+                 std::byte* outRow, std::int32_t inWidth) {
+    const Pixels opaque = hn::Set(kPixels, inOpaque);
+    const auto width = static_cast<std::size_t>(inWidth);
+    const std::byte* const whole[] = {inRows[0], inRows[1], inRows[2], inRows[3]};
+    Bytes common = AllBits();
+    std::size_t x = 0;
+    for (; x + kPixelsAtOnce <= width; x += kPixelsAtOnce)
+        StorePixels(hn::Or(QuarterPixels(whole, 4 * x, common), opaque), outRow + 4 * x);
+    if (x == width) return Hold(common, inAlpha);
+    std::byte rest[4][16 * kPixelsAtOnce];
+    std::memset(rest, 0xFF, sizeof(rest));
+    for (std::size_t row = 0; row < 4; ++row)
+        std::memcpy(rest[row], inRows[row] + 16 * x, 16 * (width - x));
+    const std::byte* const rests[] = {rest[0], rest[1], rest[2], rest[3]};
+    StoreSomePixels(hn::Or(QuarterPixels(rests, 0, common), opaque), width - x, outRow + 4 * x);
+    return Hold(common, inAlpha);
+}
+
 // Places near one another are looked up in one vector of pixels.
 HWY_INLINE Pixels TakeVector(const std::byte* inRow, const std::int32_t* inPlaces,
                              std::int32_t inPlacesEnd) {
@@ -537,8 +604,8 @@ void TakePixels(const std::byte* inRow, const std::int32_t* inPlaces, std::uint3
 }
 
 const ByteKernels* TheKernels() {
-    static constexpr ByteKernels kKernels = {MakeByteWeights, MixRows, MixIntoStraightRow,
-                                             HalveRows, TakePixels};
+    static constexpr ByteKernels kKernels = {MakeByteWeights, MixRows,     MixIntoStraightRow,
+                                             HalveRows,       QuarterRows, TakePixels};
     return &kKernels;
 }
 

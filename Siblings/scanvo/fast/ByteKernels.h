@@ -62,6 +62,10 @@ struct ByteKernels {
     bool (*halveRows)(const std::byte* inFirst, const std::byte* inSecond, std::uint32_t inAlpha,
                       std::uint32_t inOpaque, std::byte* outRow, std::int32_t inWidth);
 
+    /// The same of four by four pixels, from four rows.
+    bool (*quarterRows)(const std::byte* const* inRows, std::uint32_t inAlpha,
+                        std::uint32_t inOpaque, std::byte* outRow, std::int32_t inWidth);
+
     /// The pixels at inPlaces.
     void (*takePixels)(const std::byte* inRow, const std::int32_t* inPlaces, std::uint32_t inOpaque,
                        std::byte* outRow, std::int32_t inWidth);

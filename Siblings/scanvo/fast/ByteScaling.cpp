@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "fast/ByteKernels.h"
+#include "fast/ColourRows.h"
 #include "fast/FastRows.h"
 #include "rows/KeptTables.h"
 #include "rows/Scratch.h"
@@ -120,7 +121,7 @@ class PixelRows {
     std::array<std::byte*, kFilteredTogether> converted_{};
 };
 
-// ---- The three ways -----------------------------------------------------------------------------
+// ---- The ways -----------------------------------------------------------------------------
 
 bool TakeNearest(const Job& inJob, const Axis& inAlong, const Axis& inDown) {
     Scratch scratch;
@@ -139,9 +140,10 @@ bool TakeNearest(const Job& inJob, const Axis& inAlong, const Axis& inDown) {
     return true;
 }
 
-bool IsHalved(const SampleGrid& inSource, const SampleGrid& inDestination) {
-    return inSource.pitch == 1 && inDestination.pitch == 1 &&
-           inSource.count == 2 * std::int64_t{inDestination.count};
+/// Whether each destination pixel is the mean of inFactor whole source pixels.
+bool IsShrunkBy(std::int32_t inFactor, const Axis& inAxis) {
+    return inAxis.source.pitch == 1 && inAxis.destination.pitch == 1 &&
+           inAxis.source.count == inFactor * std::int64_t{inAxis.destination.count};
 }
 
 bool Halve(const Job& inJob) {
@@ -155,6 +157,31 @@ bool Halve(const Job& inJob) {
                                      inJob.destination.width)) {
             return false;
         }
+    }
+    return true;
+}
+
+bool Quarter(const Job& inJob) {
+    Scratch scratch;
+    const PixelRows rows(inJob, scratch);
+    for (std::int32_t row = 0; row < inJob.destination.height; ++row) {
+        const std::byte* const four[] = {rows.Get(4 * row), rows.Get(4 * row + 1),
+                                         rows.Get(4 * row + 2), rows.Get(4 * row + 3)};
+        if (!inJob.kernels.quarterRows(four, inJob.mixture.straightAlpha, inJob.mixture.opaque,
+                                       RowAt(inJob.destination, row), inJob.destination.width)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Half the picture of a format that converts faster then; false when it is not one.
+bool HalveAndConvert(const Source& inSource, const Destination& outDestination) {
+    const HalveRow halve = FindHalvingColourRow(inSource.format, outDestination.format);
+    if (halve == nullptr) return false;
+    for (std::int32_t row = 0; row < outDestination.height; ++row) {
+        halve(RowAt(inSource, 2 * row), RowAt(inSource, 2 * row + 1), RowAt(outDestination, row),
+              outDestination.width);
     }
     return true;
 }
@@ -337,9 +364,11 @@ bool ScaleBytes(const Source& inSource, const Destination& outDestination, const
                      static_cast<double>(inSource.width) / outDestination.width,
                      quality};
     if (quality <= 1) return TakeNearest(job, along, inDown);
-    const bool isHalved = quality == 2 && IsHalved(along.source, along.destination) &&
-                          IsHalved(inDown.source, inDown.destination);
-    if (isHalved && Halve(job)) return true;
+    const auto isShrunkBy = [&](std::int32_t inFactor) {
+        return quality == 2 && IsShrunkBy(inFactor, along) && IsShrunkBy(inFactor, inDown);
+    };
+    if (isShrunkBy(2) && (HalveAndConvert(inSource, outDestination) || Halve(job))) return true;
+    if (isShrunkBy(4) && Quarter(job)) return true;
     return Filter(job, along, inDown);
 }
 

@@ -25,6 +25,10 @@ ConvertRow FindRoad(const Format&, const Format&) {
     return nullptr;
 }
 
+HalveRow FindHalvingRoad(const Format&, const Format&) {
+    return nullptr;
+}
+
 #else
 
 // ---- Between the two orders of 8-bit 4:2:2 ------------------------------------------------------
@@ -162,6 +166,37 @@ ConvertRow FindRoad(const Format& inSource, const Format& inDestination) {
     return withMatrix.matrix == Matrix::Bt709 ? road->bt709 : road->bt601;
 }
 
+// ---- Halving ------------------------------------------------------------------------------------
+
+template <class Loader>
+HalveRow HalvingRoadTo(Shape inDestination, Matrix inMatrix) {
+    const bool is709 = inMatrix == Matrix::Bt709;
+    switch (inDestination) {
+        case Shape::Bgra:
+            return is709 ? RowsToHalfPixels<Loader, To709, PixelForm::Opaque>
+                         : RowsToHalfPixels<Loader, To601, PixelForm::Opaque>;
+        case Shape::Argb:
+            return is709 ? RowsToHalfPixels<Loader, To709, PixelForm::OpaqueFirst>
+                         : RowsToHalfPixels<Loader, To601, PixelForm::OpaqueFirst>;
+        case Shape::Vuya:
+            return RowsToHalfPixels<Loader, ToCodes, PixelForm::Opaque>;
+        default:
+            return nullptr;
+    }
+}
+
+HalveRow FindHalvingRoad(const Format& inSource, const Format& inDestination) {
+    const Shape destination = ShapeOf(inDestination);
+    switch (ShapeOf(inSource)) {
+        case Shape::Uyvy:
+            return HalvingRoadTo<HalvingLoader<false>>(destination, inSource.matrix);
+        case Shape::Yuyv:
+            return HalvingRoadTo<HalvingLoader<true>>(destination, inSource.matrix);
+        default:
+            return nullptr;
+    }
+}
+
 #endif
 
 }  // namespace scanvo::HWY_NAMESPACE
@@ -173,6 +208,7 @@ namespace scanvo {
 namespace {
 
 HWY_EXPORT(FindRoad);
+HWY_EXPORT(FindHalvingRoad);
 
 // Alpha of one form is no other form without a multiplication.
 bool MixesForms(const Format& inSource, const Format& inDestination) {
@@ -193,6 +229,11 @@ ConvertRow FindColourRow(const Format& inSource, const Format& inDestination) {
         return nullptr;
     }
     return HWY_DYNAMIC_DISPATCH(FindRoad)(inSource, inDestination);
+}
+
+HalveRow FindHalvingColourRow(const Format& inSource, const Format& inDestination) {
+    if (ChangesMatrix(inSource, inDestination)) return nullptr;
+    return HWY_DYNAMIC_DISPATCH(FindHalvingRoad)(inSource, inDestination);
 }
 
 }  // namespace scanvo

@@ -195,6 +195,64 @@ class UnitLoader {
     const std::uint8_t* row_;
 };
 
+/// Reads two rows of UYVY or YUYV, and gives the means of two by two pixels, one for each unit.
+/// Reads one unit more than that. Chroma is spread first: half of what a unit's second pixel has is
+/// that of the next unit.
+template <bool isLumaFirst>
+class HalvingLoader {
+  public:
+    static constexpr std::size_t kUnitBytes = 4;
+    static constexpr std::size_t kUnitPixels = 1;
+    static constexpr std::size_t kUnitsBeyond = 1;
+
+    HalvingLoader(const std::uint8_t* inFirst, const std::uint8_t* inSecond)
+        : first_(inFirst), second_(inSecond) {}
+
+    HWY_INLINE CodeLanes At(std::size_t inX) const {
+        const Sum low = SumAt(4 * inX);
+        const Sum high = SumAt(4 * inX + hn::Lanes(kBytes));
+        const Words cb = hn::ConcatEven(kWords, high.chroma, low.chroma);
+        const Words cr = hn::ConcatOdd(kWords, high.chroma, low.chroma);
+        const Words luma = hn::Add(hn::ConcatEven(kWords, high.luma, low.luma),
+                                   hn::ConcatOdd(kWords, high.luma, low.luma));
+        return {ToLaneOrder(hn::ShiftLeft<6>(luma)), ToLaneOrder(hn::ShiftLeft<5>(cb)),
+                ToLaneOrder(hn::ShiftLeft<5>(cr)), hn::Set(kWords, 0xFF)};
+    }
+
+  private:
+    /// Of both rows: luma pixel by pixel, and eight times the mean chroma of each unit.
+    struct Sum {
+        Words luma, chroma;
+    };
+
+    HWY_INLINE Sum SumAt(std::size_t inByte) const {
+        const Words first = WordsAt(first_ + inByte);
+        const Words second = WordsAt(second_ + inByte);
+        const Words nextFirst = WordsAt(first_ + inByte + kUnitBytes);
+        const Words nextSecond = WordsAt(second_ + inByte + kUnitBytes);
+        const Words chroma = hn::Add(Chroma(first), Chroma(second));
+        const Words nextChroma = hn::Add(Chroma(nextFirst), Chroma(nextSecond));
+        return {hn::Add(Luma(first), Luma(second)),
+                hn::Add(hn::Add(chroma, nextChroma), hn::Add(chroma, chroma))};
+    }
+
+    static HWY_INLINE Words WordsAt(const std::uint8_t* inBytes) {
+        return hn::BitCast(kWords, hn::LoadU(kBytes, inBytes));
+    }
+    static HWY_INLINE Words LowBytes(Words inWords) {
+        return hn::And(inWords, hn::Set(kWords, 0x00FF));
+    }
+    static HWY_INLINE Words Luma(Words inWords) {
+        return isLumaFirst ? LowBytes(inWords) : hn::ShiftRight<8>(inWords);
+    }
+    static HWY_INLINE Words Chroma(Words inWords) {
+        return isLumaFirst ? hn::ShiftRight<8>(inWords) : LowBytes(inWords);
+    }
+
+    const std::uint8_t* first_;
+    const std::uint8_t* second_;
+};
+
 /// Reads V, U, Y', A pixels.
 class VuyaLoader {
   public:
@@ -312,23 +370,55 @@ HWY_INLINE void SpreadPart(const Loader& inLoader, std::size_t inCount, std::uin
     std::memcpy(outPixels + 4 * x, pixels, 4 * (inCount - x));
 }
 
+/// The end of a row, from pixel inFirst on, going on with its last unit.
+template <class Loader>
+class RowEnd {
+  public:
+    RowEnd(const std::byte* inRow, std::size_t inFirst, std::size_t inWidth) {
+        constexpr std::size_t kUnitBytes = Loader::kUnitBytes;
+        constexpr std::size_t kUnitPixels = Loader::kUnitPixels;
+        const std::size_t bytes = (inWidth - inFirst + kUnitPixels - 1) / kUnitPixels * kUnitBytes;
+        std::memcpy(units_, inRow + inFirst / kUnitPixels * kUnitBytes, bytes);
+        std::memcpy(units_ + bytes, units_ + bytes - kUnitBytes, kUnitBytes);
+    }
+
+    const std::uint8_t* Units() const { return units_; }
+
+  private:
+    std::uint8_t units_[(kMostPixels / Loader::kUnitPixels + 1) * Loader::kUnitBytes] = {};
+};
+
+/// Pixels that can be read from the row itself: it has units for all that is read with them.
+template <class Loader>
+HWY_INLINE std::size_t DirectPixels(std::size_t inWidth) {
+    return (inWidth - Loader::kUnitsBeyond) / PixelsAtATime() * PixelsAtATime();
+}
+
 template <class Loader, class Colour, PixelForm kForm>
 void RowToPixels(const std::byte* inRow, std::byte* outRow, std::int32_t inWidth) {
-    constexpr std::size_t kUnitBytes = Loader::kUnitBytes;
-    const auto* in = reinterpret_cast<const std::uint8_t*>(inRow);
-    auto* out = reinterpret_cast<std::uint8_t*>(outRow);
-    const std::size_t step = PixelsAtATime();
+    auto* const out = reinterpret_cast<std::uint8_t*>(outRow);
     const auto width = static_cast<std::size_t>(inWidth);
-    // All that the row has units for, then the rest from a copy that goes on with its last unit.
-    const std::size_t direct = (width - Loader::kUnitsBeyond) / step * step;
-    SpreadPart<Colour, kForm>(Loader(in), direct, out);
+    const std::size_t direct = DirectPixels<Loader>(width);
+    SpreadPart<Colour, kForm>(Loader(reinterpret_cast<const std::uint8_t*>(inRow)), direct, out);
     if (direct == width) return;
-    std::uint8_t units[(kMostPixels / Loader::kUnitPixels + 1) * kUnitBytes] = {};
-    const std::size_t unitCount = (width - direct + Loader::kUnitPixels - 1) / Loader::kUnitPixels;
-    const std::size_t bytes = unitCount * kUnitBytes;
-    std::memcpy(units, in + direct / Loader::kUnitPixels * kUnitBytes, bytes);
-    std::memcpy(units + bytes, units + bytes - kUnitBytes, kUnitBytes);
-    SpreadPart<Colour, kForm>(Loader(units), width - direct, out + 4 * direct);
+    const RowEnd<Loader> end(inRow, direct, width);
+    SpreadPart<Colour, kForm>(Loader(end.Units()), width - direct, out + 4 * direct);
+}
+
+template <class Loader, class Colour, PixelForm kForm>
+void RowsToHalfPixels(const std::byte* inFirst, const std::byte* inSecond, std::byte* outRow,
+                      std::int32_t inWidth) {
+    auto* const out = reinterpret_cast<std::uint8_t*>(outRow);
+    const auto width = static_cast<std::size_t>(inWidth);
+    const std::size_t direct = DirectPixels<Loader>(width);
+    SpreadPart<Colour, kForm>(Loader(reinterpret_cast<const std::uint8_t*>(inFirst),
+                                     reinterpret_cast<const std::uint8_t*>(inSecond)),
+                              direct, out);
+    if (direct == width) return;
+    const RowEnd<Loader> first(inFirst, direct, width);
+    const RowEnd<Loader> second(inSecond, direct, width);
+    SpreadPart<Colour, kForm>(Loader(first.Units(), second.Units()), width - direct,
+                              out + 4 * direct);
 }
 
 }  // namespace scanvo::HWY_NAMESPACE
