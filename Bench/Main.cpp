@@ -33,6 +33,7 @@ int main(int inCount, char** inArguments) {
     bench::AddScaleRows();
     bench::AddBlendRows();
     bench::AddManipulatorRows();
+    bench::AddBridgeRows();
     bench::AddMulticamRows();
     bench::AddCacheRows();
     const bool done = bench::RunTable(only, csv);

@@ -36,6 +36,7 @@ void AddDepthRows();
 void AddScaleRows();
 void AddBlendRows();
 void AddManipulatorRows();
+void AddBridgeRows();
 void AddMulticamRows();
 void AddCacheRows();
 void AddLiveRows();

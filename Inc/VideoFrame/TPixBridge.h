@@ -26,7 +26,8 @@ VF_EXPORT TPixHand NewTPixFromVideoFrame(VideoFrameRef inFrame);
 /// A record over a new frame of the rectangle's size, whose pixels are undefined; the three numbers
 /// are those of CreateDiskAlignedVideoFrame. With inAsField the record shows field 0 when
 /// inFirstField is not 0 and field 1 otherwise, and the frame's field type becomes 2 or 1; else it
-/// becomes 0. A null rectangle and an empty one are input contract violations.
+/// becomes 0. Of an odd height, field 0 counts one line more than the frame has: leave the one at
+/// the highest address alone. A null rectangle and an empty one are input contract violations.
 VF_EXPORT TPixHand NewTPixWithVideoFrame(const tagRECT* inBounds,
                                          tulomediatypes::PixelFormat inFormat, bool inAsField,
                                          int inFirstField,
