@@ -229,7 +229,8 @@ SIBLING_API BOOL DrawDibClose(HDRAWDIB inDraw);
 /// the context, cut to its bitmap. Source coordinates count from the top of the picture, whichever
 /// way it is stored. False when it cannot: another kind of bitmap, a source rectangle that is not
 /// in the picture, sides that are not positive. Sizes of -1 stand for the picture's own (source)
-/// and for the source's (destination). inFlags must be 0.
+/// and for the source's (destination). Every byte of a pixel is scaled for itself, and copied as it
+/// is when the sizes are equal. inFlags must be 0.
 SIBLING_API BOOL DrawDibDraw(HDRAWDIB inDraw, HDC inContext, int inX, int inY, int inWidth,
                              int inHeight, BITMAPINFOHEADER* inHeader, LPVOID inBits, int inSourceX,
                              int inSourceY, int inSourceWidth, int inSourceHeight, UINT inFlags);
@@ -253,11 +254,12 @@ SIBLING_API void SetScreen(const Screen& inScreen);
 SIBLING_API HMODULE RegisterModule(const char* inFolder);
 SIBLING_API void UnregisterModule(HMODULE inModule);
 
-/// For tests: lets inCount further blocks, contexts, bitmaps and regions of this thread be made and
-/// refuses all later ones; -1 ends that.
+/// For tests: lets inCount further objects of this thread be made (blocks, contexts, bitmaps,
+/// regions, what DrawDibOpen opens, loaded resources) and refuses all later ones; -1 ends that.
 SIBLING_API void FailAllocationsAfter(std::int64_t inCount);
 
-/// For hosts that look for leaks: blocks, contexts, bitmaps and regions that are there.
+/// For hosts that look for leaks: blocks, contexts, bitmaps, regions and what DrawDibOpen opened,
+/// as far as they are there.
 SIBLING_API std::int64_t CountObjects();
 
 }  // namespace win32
