@@ -43,14 +43,13 @@ TEST(Bitmaps, HaveTheirLinesInOrder) {
 }
 
 TEST(Bitmaps, AreMadeOfKnownKindsOnly) {
-    constexpr int kMost = std::numeric_limits<int>::max();
     const std::int64_t before = win32::CountObjects();
     struct Case {
         int width, height;
         UINT planes, bits;
     };
-    for (const auto& [width, height, planes, bits] : std::initializer_list<Case>{
-             {0, 1, 1, 1}, {1, -1, 1, 1}, {1, 1, 2, 1}, {1, 1, 1, 8}, {kMost, kMost, 1, 32}})
+    for (const auto& [width, height, planes, bits] :
+         std::initializer_list<Case>{{0, 1, 1, 1}, {1, -1, 1, 1}, {1, 1, 2, 1}, {1, 1, 1, 8}})
         EXPECT_EQ(CreateBitmap(width, height, planes, bits, nullptr), nullptr) << width;
     const HDC screen = GetDC(nullptr);
     void* bits = nullptr;
