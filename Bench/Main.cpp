@@ -34,6 +34,7 @@ int main(int inCount, char** inArguments) {
     bench::AddBlendRows();
     bench::AddManipulatorRows();
     bench::AddBridgeRows();
+    bench::AddRasterRows();
     bench::AddMulticamRows();
     bench::AddCacheRows();
     const bool done = bench::RunTable(only, csv);

@@ -37,6 +37,7 @@ void AddScaleRows();
 void AddBlendRows();
 void AddManipulatorRows();
 void AddBridgeRows();
+void AddRasterRows();
 void AddMulticamRows();
 void AddCacheRows();
 void AddLiveRows();

@@ -7,6 +7,7 @@
 #include "Lifecycle.h"
 #include "MultiCamRendering.h"
 #include "PixelFormatUtilities.h"
+#include "Raster.h"
 #include "SharedVideoFrameCache.h"
 #include "Status.h"
 #include "TPix.h"

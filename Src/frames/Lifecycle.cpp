@@ -6,6 +6,7 @@
 #include "contracts/Pellux.h"
 #include "contracts/Scanvo.h"
 #include "frames/VideoFrameUtilities.h"
+#include "raster/BaseSuite.h"
 #include "sharing/SharedVideoFrameCache.h"
 
 namespace VF {
@@ -30,6 +31,7 @@ void StopServices() {
 void StartOnce() {
     // Without the service no frame can be shared; everything else works.
     processcoordination::InitializeClient();
+    SetCurrentSuite();
     try {
         SharedVideoFrameCache::CreateCache();
     } catch (...) {

@@ -1,0 +1,390 @@
+#include <cmath>
+#include <functional>
+
+#include "Pictures.h"
+#include "support/SharedFolder.h"
+
+namespace raster_test {
+namespace {
+
+class CopyPix : public testing::Test {
+  protected:
+    CopyPix() { VF::Initialize(); }  // puts the table of functions in place
+    ~CopyPix() override { VF::Shutdown(); }
+
+    std::int32_t Random(std::int32_t inFrom, std::int32_t inTo) {
+        return inFrom +
+               static_cast<std::int32_t>(random_() % static_cast<std::uint32_t>(inTo - inFrom + 1));
+    }
+    LocalRecord RandomRecord() { return {Random(1, 40), Random(1, 30), 4 * Random(0, 2), random_}; }
+
+    support::SharedFolder folder_;
+    std::mt19937 random_{11};
+};
+
+// ---------------------------------------------------------------------------------------------
+// The rules, pixel by pixel
+
+enum class Masking { None, Region, Bits, Picture };
+
+/// What the mask says of a pixel of the source rectangle: 0 leaves, 255 copies.
+using MaskAt = std::function<int(std::int32_t, std::int32_t)>;
+
+std::uint8_t BlendByte(int inSource, int inDestination, int inOpacity, int inRounding) {
+    return static_cast<std::uint8_t>((inOpacity * inSource + inRounding) / 255 +
+                                     (inDestination * (255 - inOpacity) + inRounding) / 255);
+}
+
+Pixel ThroughByte(const Pixel& inSource, const Pixel& inDestination, int inMask) {
+    if (inMask == 0 || inMask == 255) return inMask == 0 ? inDestination : inSource;
+    Pixel result;
+    for (std::size_t c = 0; c < 3; ++c) {
+        const int difference = (inDestination[c] - inSource[c]) * (255 - inMask);
+        result[c] = static_cast<std::uint8_t>(inSource[c] + std::floor(difference / 256.0));
+    }
+    const int product = (255 - inDestination[3]) * inSource[3] * (255 - inMask);
+    result[3] = static_cast<std::uint8_t>(inDestination[3] + (product >> 16));
+    return result;
+}
+
+struct Copy {
+    tagRECT from, to;
+    Masking masking;
+    int opacity;
+};
+
+/// Where a pixel of the source rectangle goes; calls inSet for those that are copied.
+void CopyByTheRules(const LocalRecord& inSource, LocalRecord& ioDestination, const Copy& inCopy,
+                    const MaskAt& inMaskAt, int inRounding) {
+    for (std::int32_t y = 0; y < inCopy.from.bottom - inCopy.from.top; ++y) {
+        for (std::int32_t x = 0; x < inCopy.from.right - inCopy.from.left; ++x) {
+            const std::int32_t fromX = inCopy.from.left + x;
+            const std::int32_t fromY = inCopy.from.top + y;
+            const std::int32_t toX = inCopy.to.left + x;
+            const std::int32_t toY = inCopy.to.top + y;
+            if (!IsIn(inSource.Record()->bounds, fromX, fromY) ||
+                !IsIn(ioDestination.Record()->bounds, toX, toY))
+                continue;
+            const Pixel source = inSource.At(fromX, fromY);
+            const Pixel destination = ioDestination.At(toX, toY);
+            const int mask = inMaskAt(x, y);
+            Pixel result = ThroughByte(source, destination, mask);
+            if (inCopy.masking != Masking::Picture && mask != 0 && inCopy.opacity < 255) {
+                for (std::size_t c = 0; c < 4; ++c)
+                    result[c] = BlendByte(source[c], destination[c], inCopy.opacity, inRounding);
+            }
+            ioDestination.Set(toX, toY, result);
+        }
+    }
+}
+
+/// Mixtures without a mask come from the renderer, which may round otherwise.
+void ExpectSame(const LocalRecord& inActual, const LocalRecord& inExpected, int inTolerance) {
+    for (std::size_t i = 0; i < inActual.Memory().size(); ++i)
+        ASSERT_NEAR(inActual.Memory()[i], inExpected.Memory()[i], inTolerance) << "byte " << i;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Masks
+
+std::size_t LineBytes(std::int32_t inWidth) {
+    return static_cast<std::size_t>((inWidth + 15) / 16 * 2);
+}
+
+/// In every form that a caller can give.
+class AnyMask {
+  public:
+    AnyMask(Masking inMasking, std::int32_t inWidth, std::int32_t inHeight, std::mt19937& ioRandom)
+        : masking_(inMasking),
+          bits_(LineBytes(inWidth) * static_cast<std::size_t>(inHeight)),
+          lineBytes_(LineBytes(inWidth)) {
+        for (std::uint8_t& byte : bits_)
+            byte = static_cast<std::uint8_t>(ioRandom() >> 8);
+        if (masking_ == Masking::Bits) {
+            block_ = GlobalAlloc(GMEM_MOVEABLE, bits_.size());
+            std::memcpy(GlobalLock(block_), bits_.data(), bits_.size());
+            GlobalUnlock(block_);
+        } else if (masking_ == Masking::Region) {
+            // A ring that is cut off below.
+            region_ = CreateEllipticRgn(-3, 0, inWidth, inHeight + 9);
+            const HRGN hole = CreateRectRgn(4, 3, 11, 9);
+            CombineRgn(region_, region_, hole, RGN_DIFF);
+            DeleteObject(hole);
+        } else if (masking_ == Masking::Picture) {
+            // Smaller than what it is laid on, now and then.
+            width_ = std::max(1, inWidth - static_cast<std::int32_t>(ioRandom() % 3));
+            height_ = std::max(1, inHeight - static_cast<std::int32_t>(ioRandom() % 3));
+            picture_.bounds = {0, 0, width_, height_};
+            picture_.depth = 8;
+            picture_.rowbytes = width_ + 3;
+            bytes_.resize(static_cast<std::size_t>(picture_.rowbytes * height_));
+            for (std::uint8_t& byte : bytes_)
+                byte = static_cast<std::uint8_t>(std::min(ioRandom() % 300, 255UL));
+            picture_.pixels = bytes_.data();
+        }
+    }
+    ~AnyMask() {
+        GlobalFree(block_);
+        DeleteObject(region_);
+    }
+    AnyMask(const AnyMask&) = delete;
+    AnyMask& operator=(const AnyMask&) = delete;
+
+    void* Argument() {
+        void* const arguments[] = {nullptr, region_, block_, &master_};
+        return arguments[static_cast<std::size_t>(masking_)];
+    }
+    std::uint16_t Mode() const {
+        constexpr std::uint16_t kModes[] = {0, 0, kCopyMaskIs1Bit, kCopyMaskIs8Bit};
+        return kModes[static_cast<std::size_t>(masking_)];
+    }
+    const std::uint8_t* Bits() const { return bits_.data(); }
+
+    int At(std::int32_t inX, std::int32_t inY) const {
+        switch (masking_) {
+            case Masking::None:
+                return 255;
+            case Masking::Region:
+                return IsInRegion(inX, inY) ? 255 : 0;
+            case Masking::Bits: {
+                const std::size_t place =
+                    lineBytes_ * static_cast<std::size_t>(inY) + static_cast<std::size_t>(inX / 8);
+                return (bits_[place] >> (7 - inX % 8) & 1) != 0 ? 255 : 0;
+            }
+            case Masking::Picture:
+                if (inX >= width_ || inY >= height_) return 0;
+                return bytes_[static_cast<std::size_t>((height_ - 1 - inY) * picture_.rowbytes +
+                                                       inX)];
+        }
+        return 0;
+    }
+
+  private:
+    /// Asked of the region layer itself: what it draws is tested there.
+    bool IsInRegion(std::int32_t inX, std::int32_t inY) const {
+        const HRGN pixel = CreateRectRgn(inX, inY, inX + 1, inY + 1);
+        const bool isIn = CombineRgn(pixel, pixel, region_, RGN_AND) != NULLREGION;
+        DeleteObject(pixel);
+        return isIn;
+    }
+
+    Masking masking_;
+    std::vector<std::uint8_t> bits_;
+    std::size_t lineBytes_;
+    HGLOBAL block_ = nullptr;
+    HRGN region_ = nullptr;
+    std::int32_t width_ = 0;
+    std::int32_t height_ = 0;
+    std::vector<std::uint8_t> bytes_;
+    TPix picture_{};
+    TPix* master_ = &picture_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Tests
+
+TEST_F(CopyPix, RandomRectanglesMasksAndOpacities) {
+    for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(round);
+        LocalRecord source = RandomRecord();
+        LocalRecord actual = RandomRecord();
+        LocalRecord expected = actual;
+        const std::int32_t width = Random(1, 45);
+        const std::int32_t height = Random(1, 35);
+        Copy copy{};
+        copy.from.left = Random(-20, 30);
+        copy.from.top = Random(-20, 30);
+        copy.to.left = Random(-20, 30);
+        copy.to.top = Random(-20, 30);
+        copy.from.right = copy.from.left + width;
+        copy.from.bottom = copy.from.top + height;
+        copy.to.right = copy.to.left + width;
+        copy.to.bottom = copy.to.top + height;
+        copy.masking = static_cast<Masking>(Random(0, 3));
+        const bool isMixed = Random(0, 1) == 1;
+        copy.opacity = isMixed ? std::min(Random(0, 300), 255) : 255;
+        AnyMask mask(copy.masking, width, height, random_);
+        const auto mode = static_cast<std::uint16_t>(
+            mask.Mode() | (isMixed ? kCopyWithOpacity | copy.opacity : copy.opacity & 0));
+        if (copy.opacity > 0) {
+            CopyByTheRules(
+                source, expected, copy,
+                [&](std::int32_t x, std::int32_t y) { return mask.At(x, y); }, 127);
+        }
+        tpixCopyRgn(source.Handle(), actual.Handle(), &copy.from, &copy.to, mode, mask.Argument());
+        const bool isMixedByRenderer = copy.masking == Masking::None && copy.opacity < 255;
+        ExpectSame(actual, expected, isMixedByRenderer ? 1 : 0);
+        if (HasFailure()) return;
+    }
+}
+
+TEST_F(CopyPix, WholePictures) {
+    for (const std::int32_t padding : {0, 8}) {
+        const LocalRecord source(33, 17, padding, random_);
+        LocalRecord actual(33, 17, padding, random_);
+        LocalRecord expected = actual;
+        const tagRECT all = source.Record()->bounds;
+        CopyByTheRules(
+            source, expected, {all, all, Masking::None, 255},
+            [](std::int32_t, std::int32_t) { return 255; }, 0);
+        MyCopyPix(source.Record(), actual.Record(), &all, &all, 0x80FF, nullptr);
+        ExpectSame(actual, expected, 0);
+    }
+}
+
+// Every byte of a source against every byte of a destination.
+TEST_F(CopyPix, BothBlendTables) {
+    LocalRecord source(256, 256, 0, random_);
+    LocalRecord destination = source;
+    for (std::int32_t y = 0; y < 256; ++y) {
+        for (std::int32_t x = 0; x < 256; ++x) {
+            source.Set(x, y, Pixel{}), destination.Set(x, y, Pixel{});
+            const auto s = static_cast<std::uint8_t>(x);
+            const auto d = static_cast<std::uint8_t>(y);
+            source.Set(x, y, {s, s, s, s});
+            destination.Set(x, y, {d, d, d, d});
+        }
+    }
+    const tagRECT all = {0, 0, 256, 256};
+    const std::vector<std::uint8_t> bits(32 * 256, 0xFF);
+    const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, bits.size());
+    std::memcpy(GlobalLock(block), bits.data(), bits.size());
+    for (const int opacity : {1, 2, 100, 127, 128, 253, 254}) {
+        const auto mode = static_cast<std::uint16_t>(kCopyWithOpacity | opacity);
+        const Copy copy{all, all, Masking::Bits, opacity};
+        const auto everything = [](std::int32_t, std::int32_t) { return 255; };
+        for (const int rounding : {0, 127}) {
+            LocalRecord actual = destination;
+            LocalRecord expected = destination;
+            CopyByTheRules(source, expected, copy, everything, rounding);
+            if (rounding == 0) {
+                CopyMaskTPix(source.Record(), actual.Record(), &all, &all, mode, bits.data());
+            } else {
+                MyCopyPix(source.Record(), actual.Record(), &all, &all, mode | kCopyMaskIs1Bit,
+                          block);
+            }
+            ExpectSame(actual, expected, 0);
+        }
+    }
+    GlobalFree(block);
+}
+
+TEST_F(CopyPix, MaskedCopiesOfPartsOfPictures) {
+    for (int round = 0; round < 500; ++round) {
+        SCOPED_TRACE(round);
+        const std::int32_t width = Random(1, 40);
+        const std::int32_t height = Random(1, 9);
+        const LocalRecord source(width + 5, height + 4, 4, random_);
+        LocalRecord actual(width + 3, height + 2, 0, random_);
+        LocalRecord expected = actual;
+        const AnyMask mask(Masking::Bits, width, height, random_);
+        const int opacity = std::min(Random(0, 400), 255);
+        const tagRECT from = {4, 3, 4 + width, 3 + height};
+        const tagRECT to = {1, 2, 1 + width, 2 + height};
+        if (opacity > 0) {
+            CopyByTheRules(
+                source, expected, {from, to, Masking::Bits, opacity},
+                [&](std::int32_t x, std::int32_t y) { return mask.At(x, y); }, 0);
+        }
+        CopyMaskTPix(source.Record(), actual.Record(), &from, &to,
+                     static_cast<std::uint16_t>(kCopyWithOpacity | opacity), mask.Bits());
+        ExpectSame(actual, expected, 0);
+        tagRECT narrower = to;
+        --narrower.right;
+        CopyMaskTPix(source.Record(), actual.Record(), &from, &narrower, 0, mask.Bits());
+        ExpectSame(actual, expected, 0);
+    }
+}
+
+// What hangs out is taken off the other rectangle in proportion.
+TEST_F(CopyPix, ScaledRectanglesAreCutInProportion) {
+    struct Case {
+        tagRECT from, to, drawn;
+    };
+    constexpr Case kCases[] = {
+        {{-10, 0, 90, 100}, {0, 0, 50, 50}, {5, 0, 50, 50}},
+        {{0, 0, 100, 100}, {-10, 0, 40, 50}, {0, 0, 40, 50}},
+        {{0, 60, 100, 160}, {10, 0, 60, 50}, {10, 0, 60, 20}},
+        {{0, 0, 50, 100}, {20, 20, 120, 120}, {20, 20, 120, 120}},
+        {{100, 0, 200, 100}, {0, 0, 50, 50}, {0, 0, 0, 0}},
+        {{-3, 0, 1, 4}, {0, 0, 2, 4}, {1, 0, 2, 4}},
+        {{-1, 0, 1, 4}, {0, 0, 1, 2}, {0, 0, 1, 2}},
+    };
+    LocalRecord source(100, 100, 4, random_);
+    for (std::int32_t i = 0; i < 100 * 100; ++i)
+        source.Set(i % 100, i / 100, {1, 2, 3, 255});
+    for (const Case& one : kCases) {
+        SCOPED_TRACE(&one - kCases);
+        LocalRecord actual(120, 120, 0, random_);
+        LocalRecord expected = actual;
+        for (std::int32_t y = one.drawn.top; y < one.drawn.bottom; ++y) {
+            for (std::int32_t x = one.drawn.left; x < one.drawn.right; ++x)
+                expected.Set(x, y, {1, 2, 3, 255});
+        }
+        tpixCopy(source.Handle(), actual.Handle(), &one.from, &one.to, 0x8000 | 77);
+        ExpectSame(actual, expected, 0);
+    }
+    // A share that does not fit 16 bits moves the source's left edge out of its record.
+    LocalRecord wide(70000, 1, 0, random_);
+    LocalRecord actual(120, 1, 0, random_);
+    const LocalRecord expected = actual;
+    const tagRECT all = {0, 0, 70000, 1};
+    const tagRECT half = {-50, 0, 50, 1};
+    tpixCopy(wide.Handle(), actual.Handle(), &all, &half, 0);
+    ExpectSame(actual, expected, 0);
+}
+
+TEST_F(CopyPix, MaskOfBytes) {
+    // Every colour byte of the example, and every mask over a few pairs of bytes.
+    for (int mask = 0; mask < 256; ++mask) {
+        const auto m = static_cast<std::uint8_t>(mask);
+        for (const auto& [s, d] : {std::pair{200, 100}, {0, 255}, {255, 0}, {13, 14}, {90, 90}}) {
+            const auto source = static_cast<std::uint8_t>(s);
+            const auto destination = static_cast<std::uint8_t>(d);
+            const Pixel from = {source, source, source, source};
+            Pixel to = {destination, destination, destination, destination};
+            const Pixel expected = ThroughByte(from, to, mask);
+            CopyMask8(from.data(), to.data(), 1, 1, 4, 4, 1, &m);
+            ASSERT_EQ(to, expected) << mask << ", " << s << " over " << d;
+        }
+    }
+    EXPECT_EQ((ThroughByte({200, 0, 0, 0}, {100, 0, 0, 0}, 128)[0]), 150);
+}
+
+TEST_F(CopyPix, BadInputDrawsNothing) {
+    LocalRecord source(8, 8, 0, random_);
+    LocalRecord actual(8, 8, 0, random_);
+    const LocalRecord expected = actual;
+    const tagRECT all = {0, 0, 8, 8};
+    constexpr std::int32_t kFar = std::numeric_limits<std::int32_t>::max();
+    for (const tagRECT& rect :
+         {tagRECT{4, 4, 4, 8}, tagRECT{5, 0, 3, 8}, tagRECT{0, 8, 8, 16}, tagRECT{-8, 0, 0, 8},
+          tagRECT{-kFar - 1, 0, kFar, 8}, tagRECT{kFar - 8, 0, kFar, 8}}) {
+        MyCopyPix(source.Record(), actual.Record(), &rect, &all, 0, nullptr);
+        MyCopyPix(source.Record(), actual.Record(), &all, &rect, 0, nullptr);
+        const tagRECT moved = {rect.left, rect.top, rect.right, rect.bottom};
+        MyCopyPix(source.Record(), actual.Record(), &rect, &moved, 0, nullptr);
+    }
+    MyCopyPix(source.Record(), actual.Record(), &all, &all, 0x8000, nullptr);
+    const HGLOBAL small = GlobalAlloc(GMEM_MOVEABLE, 3);
+    const HGLOBAL freed = GlobalAlloc(GMEM_MOVEABLE, 16);
+    GlobalFree(freed);
+    TPix* disposed = nullptr;
+    MyCopyPix(source.Record(), actual.Record(), &all, &all, kCopyMaskIs1Bit, small);
+    MyCopyPix(source.Record(), actual.Record(), &all, &all, kCopyMaskIs1Bit, freed);
+    MyCopyPix(source.Record(), actual.Record(), &all, &all, kCopyMaskIs8Bit, &disposed);
+    CopyMaskTPix(source.Record(), actual.Record(), &all, &all, 0, nullptr);
+    ExpectSame(actual, expected, 0);
+    GlobalFree(small);
+
+    // Without memory for a region's mask there is none.
+    const HRGN corner = CreateRectRgn(0, 0, 1, 1);
+    hoardex::FailAllocationsAfter(0);
+    MyCopyPix(source.Record(), actual.Record(), &all, &all, 0, corner);
+    hoardex::FailAllocationsAfter(-1);
+    EXPECT_EQ(actual.At(7, 7), source.At(7, 7));
+    DeleteObject(corner);
+}
+
+}  // namespace
+}  // namespace raster_test

@@ -1,0 +1,71 @@
+// Records over memory of a test, with bytes around the pixels that nobody may touch.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "VideoFrame/VideoFrame.h"
+
+namespace raster_test {
+
+/// Blue, green, red, alpha.
+using Pixel = std::array<std::uint8_t, 4>;
+
+class LocalRecord {
+  public:
+    /// Noise everywhere, also in the inPadding bytes at the end of each line.
+    LocalRecord(std::int32_t inWidth, std::int32_t inHeight, std::int32_t inPadding,
+                std::mt19937& ioRandom)
+        : memory_(kGuard + static_cast<std::size_t>((4 * inWidth + inPadding) * inHeight) +
+                  kGuard) {
+        for (std::uint8_t& byte : memory_)
+            byte = static_cast<std::uint8_t>(ioRandom() >> 8);
+        record_.bounds = {0, 0, inWidth, inHeight};
+        record_.rowbytes = 4 * inWidth + inPadding;
+        record_.depth = 32;
+        Point();
+    }
+    LocalRecord(const LocalRecord& inOther) : record_(inOther.record_), memory_(inOther.memory_) {
+        Point();
+    }
+    LocalRecord& operator=(const LocalRecord&) = delete;
+
+    const TPix* Record() const { return &record_; }
+    TPixHand Handle() { return &master_; }
+    std::int32_t Width() const { return record_.bounds.right; }
+    std::int32_t Height() const { return record_.bounds.bottom; }
+
+    Pixel At(std::int32_t inX, std::int32_t inY) const {
+        Pixel pixel;
+        std::memcpy(pixel.data(), Place(inX, inY), 4);
+        return pixel;
+    }
+    void Set(std::int32_t inX, std::int32_t inY, const Pixel& inPixel) {
+        std::memcpy(Place(inX, inY), inPixel.data(), 4);
+    }
+
+    /// Pixels, paddings and guards.
+    const std::vector<std::uint8_t>& Memory() const { return memory_; }
+
+  private:
+    static constexpr std::size_t kGuard = 64;
+
+    void Point() { record_.pixels = memory_.data() + kGuard; }
+    std::uint8_t* Place(std::int32_t inX, std::int32_t inY) const {
+        return record_.pixels + (Height() - 1 - inY) * record_.rowbytes + 4 * inX;
+    }
+
+    TPix record_{};
+    TPix* master_ = &record_;
+    std::vector<std::uint8_t> memory_;
+};
+
+inline bool IsIn(const tagRECT& inRect, std::int32_t inX, std::int32_t inY) {
+    return inX >= inRect.left && inX < inRect.right && inY >= inRect.top && inY < inRect.bottom;
+}
+
+}  // namespace raster_test
