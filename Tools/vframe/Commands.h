@@ -10,6 +10,7 @@ void AddFormatsCommand(CLI::App& inApp);
 void AddInfoCommand(CLI::App& inApp);
 void AddConvertCommand(CLI::App& inApp);
 void AddMulticamCommand(CLI::App& inApp);
+void AddShowCommand(CLI::App& inApp);
 void AddPublishCommand(CLI::App& inApp);
 void AddReceiveCommand(CLI::App& inApp);
 void AddDemoCommand(CLI::App& inApp);

@@ -63,4 +63,9 @@ void WaitForInterrupt(std::optional<std::chrono::milliseconds> inTime) {
     }
 }
 
+void WaitForInput(int inDescriptor) {
+    std::array<pollfd, 2> wakes{{{inDescriptor, POLLIN, 0}, {wakePipe[0], POLLIN, 0}}};
+    poll(wakes.data(), wakes.size(), -1);
+}
+
 }  // namespace vframe

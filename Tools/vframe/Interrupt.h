@@ -18,4 +18,8 @@ void ThrowIfInterrupted();
 /// Sleeps until the program is asked to end or the time, where one is given, has passed.
 void WaitForInterrupt(std::optional<std::chrono::milliseconds> inTime);
 
+/// Sleeps until there is something to read from the descriptor or the program is asked to end; it
+/// may wake earlier.
+void WaitForInput(int inDescriptor);
+
 }  // namespace vframe

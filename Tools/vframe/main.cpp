@@ -39,6 +39,7 @@ void DescribeProgram(CLI::App& inApp) {
     AddInfoCommand(inApp);
     AddConvertCommand(inApp);
     AddMulticamCommand(inApp);
+    AddShowCommand(inApp);
     AddPublishCommand(inApp);
     AddReceiveCommand(inApp);
     AddDemoCommand(inApp);

@@ -1,0 +1,250 @@
+// vframe show: what is in its window, by a client of the same X server.
+
+#include <X11/keysym.h>
+
+#include "Tool.h"
+#include "XServer.h"
+
+namespace vframe_test {
+namespace {
+
+constexpr Rgba kBlack{0, 0, 0, 255};
+constexpr Rgba kRed{250, 10, 20, 255};
+constexpr Rgba kGreen{30, 240, 40, 255};
+constexpr Rgba kBlue{50, 60, 230, 255};
+constexpr Rgba kGrey{90, 100, 110, 255};
+
+/// A colour in each quarter, with one pixel in a corner that differs.
+Picture MakeQuarters(int inWidth, int inHeight) {
+    Picture picture = MakeSolid(inWidth, inHeight, kRed);
+    for (int y = 0; y < inHeight; ++y) {
+        for (int x = 0; x < inWidth; ++x) {
+            const bool isRight = x >= inWidth / 2, isLower = y >= inHeight / 2;
+            picture.pixels[static_cast<std::size_t>(y * inWidth + x)] =
+                isLower ? (isRight ? kGrey : kBlue) : (isRight ? kGreen : kRed);
+        }
+    }
+    picture.pixels.front() = {1, 2, 3, 255};
+    return picture;
+}
+
+/// A lossless clip of 16x16 frames, each of one grey.
+void WriteClip(const std::string& inPath, const std::vector<std::uint8_t>& inGreys) {
+    std::string bytes;
+    for (const std::uint8_t grey : inGreys)
+        bytes += std::string(16 * 16 * 4, static_cast<char>(grey));
+    WriteFile("in.raw", bytes);
+    ExpectRuns("convert in.raw " + inPath +
+               " --opaque --input-format BGRA_4444_8u --input-size 16x16");
+}
+
+bool IsSame(const Picture& inLeft, const Picture& inRight) {
+    return inLeft.width == inRight.width && inLeft.pixels == inRight.pixels;
+}
+
+void ExpectSoon(const ShownWindow& inWindow, const Picture& inExpected) {
+    EXPECT_TRUE(Eventually([&] { return IsSame(inWindow.Look(), inExpected); }));
+}
+
+class ShowTest : public ToolTest {
+  protected:
+    static void SetUpTestSuite() { server_ = std::make_unique<XServer>(); }
+    static void TearDownTestSuite() { server_.reset(); }
+
+  private:
+    static std::unique_ptr<XServer> server_;
+};
+std::unique_ptr<XServer> ShowTest::server_;
+
+void ExpectEnds(RunningTool& inTool, int inStatus, const std::string& inErrors) {
+    const Result result = inTool.Wait();
+    EXPECT_EQ(result.status, inStatus);
+    EXPECT_EQ(result.errors, inErrors);
+}
+
+TEST_F(ShowTest, ShowsEveryPixelAsItIsAndAgainWhenItWasCovered) {
+    const Picture picture = MakeQuarters(161, 91);
+    WritePng("in.png", picture);
+    RunningTool tool("show in.png");
+    ShownWindow window;
+    ExpectSoon(window, picture);
+    EXPECT_EQ(window.Title(), "in.png, frame 1, 161x91");
+    window.Spoil();
+    ExpectSoon(window, picture);
+    window.Press(XK_Escape);
+    ExpectEnds(tool, 0, "");
+}
+
+// Away from the edges between the quarters, which scaling may blur.
+TEST_F(ShowTest, FitsThePictureBetweenBars) {
+    WritePng("in.png", MakeQuarters(200, 100));
+    RunningTool tool("show in.png");
+    ShownWindow window;
+    const struct {
+        int width, height;             // of the window
+        int left, top, right, bottom;  // the picture in it
+    } kCases[] = {{400, 100, 100, 0, 300, 100},
+                  {200, 300, 0, 100, 200, 200},
+                  {500, 200, 50, 0, 450, 200},
+                  {100, 80, 0, 15, 100, 65}};
+    for (const auto& [width, height, left, top, right, bottom] : kCases) {
+        SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+        window.Resize(width, height);
+        const int middle = (left + right) / 2, centre = (top + bottom) / 2;
+        const auto colourAt = [&](int x, int y) {
+            if (x < left || x >= right || y < top || y >= bottom) return kBlack;
+            if (y < centre) return x < middle ? kRed : kGreen;
+            return x < middle ? kBlue : kGrey;
+        };
+        const auto isRight = [&](const Picture& inPicture) {
+            if (inPicture.width != width || inPicture.height != height) return false;
+            for (int y = 0; y < height; ++y) {
+                for (int x = 0; x < width; ++x) {
+                    const bool isEdge = std::abs(x - middle) < 6 || std::abs(y - centre) < 6;
+                    const bool isCorner = x - left < 6 && y - top < 6;
+                    if (isEdge || (isCorner && x >= left && y >= top)) continue;
+                    if (inPicture.At(x, y) != colourAt(x, y)) return false;
+                }
+            }
+            return true;
+        };
+        EXPECT_TRUE(Eventually([&] { return isRight(window.Look()); }));
+    }
+    window.AskToClose();
+    ExpectEnds(tool, 0, "");
+}
+
+TEST_F(ShowTest, ShowsLargePicturesInASizeThatGoesOntoTheScreen) {
+    WritePng("in.png", MakeSolid(2560, 1000, kGreen));
+    RunningTool tool("show in.png");
+    ShownWindow window;
+    ExpectSoon(window, MakeSolid(1280, 500, kGreen));
+    window.Press(XK_q);
+    ExpectEnds(tool, 0, "");
+}
+
+TEST_F(ShowTest, ShowsPixelsInTheirShape) {
+    WriteFile("wide.y4m", "YUV4MPEG2 W16 H16 F25:1 A5:2 Cmono\nFRAME\n" + std::string(256, '\x14'));
+    const RunningTool tool("show wide.y4m");
+    const ShownWindow window;
+    ExpectSoon(window, MakeSolid(40, 16, {20, 20, 20, 255}));
+    EXPECT_EQ(window.Title(), "wide.y4m, frame 1, 16x16");
+}
+
+TEST_F(ShowTest, ShowsWhatIsTranslucentOnBlack) {
+    WritePng("in.png", MakeSolid(20, 20, {200, 100, 50, 0x33}));
+    const RunningTool tool("show in.png");
+    ExpectSoon(ShownWindow(), MakeSolid(20, 20, {40, 20, 10, 255}));
+}
+
+// Without memory every frame but the last has to be read again.
+TEST_F(ShowTest, StepsThroughAClipBothWays) {
+    const std::vector<std::uint8_t> greys{10, 40, 70, 100, 130, 160};
+    WriteClip("clip.mkv", greys);
+    const struct {
+        KeySym key;
+        std::size_t frame;
+    } kSteps[] = {{XK_Left, 0},  {XK_Right, 1}, {XK_Down, 2},  {XK_Left, 1}, {XK_space, 2},
+                  {XK_Home, 0},  {XK_End, 5},   {XK_Right, 5}, {XK_Up, 4},   {XK_Left, 3},
+                  {XK_Right, 4}, {XK_Home, 0},  {XK_Right, 1}, {XK_End, 5}};
+    for (const std::string options : {"", " --memory 0"}) {
+        RunningTool tool("show clip.mkv" + options);
+        ShownWindow window;
+        for (const auto& [key, frame] : kSteps) {
+            SCOPED_TRACE(options + " " + XKeysymToString(key) + " " + std::to_string(frame));
+            window.Press(key);
+            const std::uint8_t grey = greys[frame];
+            ExpectSoon(window, MakeSolid(16, 16, {grey, grey, grey, 255}));
+            EXPECT_EQ(window.Title(), "clip.mkv, frame " + std::to_string(frame + 1) + ", 16x16");
+        }
+        window.Press(XK_Escape);
+        ExpectEnds(tool, 0, "");
+    }
+}
+
+TEST_F(ShowTest, StepsSeveralInputsTogetherInAGrid) {
+    WriteClip("short.mkv", {50, 60});
+    WriteClip("long.mkv", {150, 160, 170});
+    WritePng("still.png", MakeSolid(16, 16, kRed));
+    RunningTool tool("show short.mkv still.png long.mkv");
+    ShownWindow window;
+    const auto expectCells = [&](std::uint8_t inShort, std::uint8_t inLong) {
+        Picture grid = MakeSolid(16, 16, kBlack);
+        for (int y = 0; y < 16; ++y) {
+            for (int x = 0; x < 16; ++x) {
+                Rgba& pixel = grid.pixels[static_cast<std::size_t>(y * 16 + x)];
+                if (x >= 8 && y < 8) pixel = kRed;
+                if (x < 8 && y < 8) pixel = {inShort, inShort, inShort, 255};
+                if (x < 8 && y >= 8) pixel = {inLong, inLong, inLong, 255};
+            }
+        }
+        ExpectSoon(window, grid);
+    };
+    expectCells(50, 150);
+    window.Press(XK_End);
+    expectCells(0, 170);
+    window.Press(XK_Left);
+    expectCells(60, 160);
+    EXPECT_EQ(window.Title(), "short.mkv, still.png, long.mkv, frame 2, 16x16");
+    window.Press(XK_Escape);
+    ExpectEnds(tool, 0, "");
+}
+
+TEST_F(ShowTest, ShowsWhatCanBeReadOfABrokenClipAndSaysSoInTheEnd) {
+    std::string bytes = "YUV4MPEG2 W16 H16 F25:1 Cmono\n";
+    for (const char grey : {'\x14', '\x28', '\x3C'})
+        bytes += "FRAME\n" + std::string(16 * 16, grey);
+    WriteFile("broken.y4m", bytes + std::string(9999, '?'));
+    RunningTool tool("show broken.y4m");
+    ShownWindow window;
+    window.Press(XK_End);
+    ExpectSoon(window, MakeSolid(16, 16, {60, 60, 60, 255}));
+    EXPECT_EQ(window.Title(), "broken.y4m, frame 3, 16x16");
+    window.Press(XK_Home);
+    ExpectSoon(window, MakeSolid(16, 16, {20, 20, 20, 255}));
+    window.Press(XK_Escape);
+    ExpectEnds(tool, 1, "vframe: broken.y4m: Invalid data found when processing input\n");
+}
+
+TEST_F(ShowTest, EndsWhenItIsAskedTo) {
+    WritePng("in.png", MakeSolid(20, 20, kBlue));
+    for (const int signal : {SIGINT, SIGTERM}) {
+        RunningTool tool("show in.png");
+        ExpectSoon(ShownWindow(), MakeSolid(20, 20, kBlue));
+        const Result result = tool.End(signal);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.errors, "");
+    }
+}
+
+TEST_F(ShowTest, FailsWithOneLine) {
+    WritePng("in.png", MakeSolid(20, 20, kBlue));
+    WriteFile("three.raw", "123");
+    ExpectFails("show", 2, "INPUT");
+    ExpectFails("show in.png in.png in.png in.png in.png", 2, "not 5");
+    ExpectFails("show in.png three.raw", 2, "three.raw: ");
+    ExpectFails("show in.png absent.png", 1, "absent.png: No such file");
+    ExpectFails("show in.png --memory -1", 2, "--memory");
+}
+
+// Each with a server of its own, or none.
+TEST(ShowWithoutDisplayTest, FailsWithOneLine) {
+    const std::string show = "show " SAMPLES_FOLDER "/angle-1.png";
+    unsetenv("DISPLAY");
+    ExpectFails(show, 1, "vframe: display: there is none");
+    setenv("DISPLAY", ":98765", 1);
+    ExpectFails(show, 1, "vframe: display: ':98765' cannot be reached");
+    const XServer fewColours("640x480x8");
+    ExpectFails(show, 1, "vframe: display: its colours are not 24 bits");
+}
+
+TEST(ShowWithoutDisplayTest, EndsWithItsServer) {
+    XServer server;
+    RunningTool tool("show " SAMPLES_FOLDER "/angle-1.png");
+    { const ShownWindow window; }
+    server.End();
+    ExpectEnds(tool, 1, "vframe: display: the connection was lost\n");
+}
+
+}  // namespace
+}  // namespace vframe_test
