@@ -14,17 +14,18 @@ constexpr Rgba kGreen{30, 240, 40, 255};
 constexpr Rgba kBlue{50, 60, 230, 255};
 constexpr Rgba kGrey{90, 100, 110, 255};
 
-/// A colour in each quarter, with one pixel in a corner that differs.
+Rgba QuarterColour(bool inIsLeft, bool inIsUpper) {
+    if (inIsUpper) return inIsLeft ? kRed : kGreen;
+    return inIsLeft ? kBlue : kGrey;
+}
+
+/// A colour in each quarter.
 Picture MakeQuarters(int inWidth, int inHeight) {
-    Picture picture = MakeSolid(inWidth, inHeight, kRed);
+    Picture picture{inWidth, inHeight, {}};
     for (int y = 0; y < inHeight; ++y) {
-        for (int x = 0; x < inWidth; ++x) {
-            const bool isRight = x >= inWidth / 2, isLower = y >= inHeight / 2;
-            picture.pixels[static_cast<std::size_t>(y * inWidth + x)] =
-                isLower ? (isRight ? kGrey : kBlue) : (isRight ? kGreen : kRed);
-        }
+        for (int x = 0; x < inWidth; ++x)
+            picture.pixels.push_back(QuarterColour(x < inWidth / 2, y < inHeight / 2));
     }
-    picture.pixels.front() = {1, 2, 3, 255};
     return picture;
 }
 
@@ -63,7 +64,9 @@ void ExpectEnds(RunningTool& inTool, int inStatus, const std::string& inErrors) 
 }
 
 TEST_F(ShowTest, ShowsEveryPixelAsItIsAndAgainWhenItWasCovered) {
-    const Picture picture = MakeQuarters(161, 91);
+    Picture picture = MakeQuarters(161, 91);
+    picture.pixels.front() = {1, 2, 3, 255};
+    picture.pixels.back() = {4, 5, 6, 255};
     WritePng("in.png", picture);
     RunningTool tool("show in.png");
     ShownWindow window;
@@ -75,43 +78,51 @@ TEST_F(ShowTest, ShowsEveryPixelAsItIsAndAgainWhenItWasCovered) {
     ExpectEnds(tool, 0, "");
 }
 
-// Away from the edges between the quarters, which scaling may blur.
-TEST_F(ShowTest, FitsThePictureBetweenBars) {
-    WritePng("in.png", MakeQuarters(200, 100));
-    RunningTool tool("show in.png");
-    ShownWindow window;
-    const struct {
-        int width, height;             // of the window
-        int left, top, right, bottom;  // the picture in it
-    } kCases[] = {{400, 100, 100, 0, 300, 100},
-                  {200, 300, 0, 100, 200, 200},
-                  {500, 200, 50, 0, 450, 200},
-                  {100, 80, 0, 15, 100, 65}};
-    for (const auto& [width, height, left, top, right, bottom] : kCases) {
-        SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
-        window.Resize(width, height);
-        const int middle = (left + right) / 2, centre = (top + bottom) / 2;
-        const auto colourAt = [&](int x, int y) {
-            if (x < left || x >= right || y < top || y >= bottom) return kBlack;
-            if (y < centre) return x < middle ? kRed : kGreen;
-            return x < middle ? kBlue : kGrey;
-        };
-        const auto isRight = [&](const Picture& inPicture) {
-            if (inPicture.width != width || inPicture.height != height) return false;
-            for (int y = 0; y < height; ++y) {
-                for (int x = 0; x < width; ++x) {
-                    const bool isEdge = std::abs(x - middle) < 6 || std::abs(y - centre) < 6;
-                    const bool isCorner = x - left < 6 && y - top < 6;
-                    if (isEdge || (isCorner && x >= left && y >= top)) continue;
-                    if (inPicture.At(x, y) != colourAt(x, y)) return false;
-                }
-            }
-            return true;
-        };
-        EXPECT_TRUE(Eventually([&] { return isRight(window.Look()); }));
+/// The size of a window, and the picture in it.
+struct Fit {
+    int width, height;
+    int left, top, right, bottom;
+};
+
+/// Whether it shows the quarters there and black around them. Does not look where quarters meet,
+/// which scaling may blur.
+bool HasQuarters(const Picture& inShown, const Fit& inFit) {
+    constexpr int kBlurred = 6;
+    if (inShown.width != inFit.width || inShown.height != inFit.height) return false;
+    const int middle = (inFit.left + inFit.right) / 2, centre = (inFit.top + inFit.bottom) / 2;
+    for (int y = 0; y < inFit.height; ++y) {
+        for (int x = 0; x < inFit.width; ++x) {
+            const bool isInside =
+                x >= inFit.left && x < inFit.right && y >= inFit.top && y < inFit.bottom;
+            const bool isBlurred =
+                std::abs(x - middle) < kBlurred || std::abs(y - centre) < kBlurred;
+            if (isInside && isBlurred) continue;
+            const Rgba colour = isInside ? QuarterColour(x < middle, y < centre) : kBlack;
+            if (inShown.At(x, y) != colour) return false;
+        }
     }
-    window.AskToClose();
-    ExpectEnds(tool, 0, "");
+    return true;
+}
+
+// Large pictures are scaled in another way than small ones.
+TEST_F(ShowTest, FitsThePictureBetweenBars) {
+    const Fit kFits[] = {{400, 100, 100, 0, 300, 100},
+                         {200, 300, 0, 100, 200, 200},
+                         {500, 200, 50, 0, 450, 200},
+                         {100, 80, 0, 15, 100, 65}};
+    for (const int pictureHeight : {100, 500}) {
+        WritePng("in.png", MakeQuarters(2 * pictureHeight, pictureHeight));
+        RunningTool tool("show in.png");
+        ShownWindow window;
+        for (const Fit& fit : kFits) {
+            SCOPED_TRACE(testing::Message()
+                         << pictureHeight << " " << fit.width << "x" << fit.height);
+            window.Resize(fit.width, fit.height);
+            EXPECT_TRUE(Eventually([&] { return HasQuarters(window.Look(), fit); }));
+        }
+        window.AskToClose();
+        ExpectEnds(tool, 0, "");
+    }
 }
 
 TEST_F(ShowTest, ShowsLargePicturesInASizeThatGoesOntoTheScreen) {
