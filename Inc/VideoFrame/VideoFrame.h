@@ -8,6 +8,7 @@
 #include "MultiCamRendering.h"
 #include "PixelFormatUtilities.h"
 #include "Raster.h"
+#include "RasterTools.h"
 #include "SharedVideoFrameCache.h"
 #include "Status.h"
 #include "TPix.h"

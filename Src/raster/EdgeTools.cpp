@@ -1,0 +1,202 @@
+// The edge of a keyed region: marked, painted, softened.
+#include <algorithm>
+#include <memory>
+
+#include "VideoFrame/RasterTools.h"
+#include "raster/BitMask.h"
+#include "raster/PixelLoops.h"
+
+namespace VF {
+namespace {
+
+constexpr std::size_t kPixelBytes = 4;
+constexpr std::uint8_t kInside = 31;
+constexpr std::uint8_t kSoftened = 255;
+constexpr int kAllInside = 128;  // no sum of a cross below it is that of five inside
+
+/// Three neighbouring lines of a channel, the outermost ones standing in for those beyond.
+struct ChannelLines {
+    ChannelLines(const std::uint8_t* inChannel, std::int64_t inWidth, std::int64_t inHeight,
+                 std::int64_t inLine)
+        : above(inChannel + std::max<std::int64_t>(inLine - 1, 0) * inWidth),
+          here(inChannel + inLine * inWidth),
+          below(inChannel + std::min(inLine + 1, inHeight - 1) * inWidth) {}
+
+    const std::uint8_t* above;
+    const std::uint8_t* here;
+    const std::uint8_t* below;
+};
+
+/// 1 for pixels at the edge, else 0. The sums are 16-bit numbers with a sign; five bytes fit.
+VF_PIXEL_LOOP void MarkEdge(const ChannelLines& inLines, std::size_t inWidth,
+                            std::uint8_t* __restrict outMarks) {
+    const auto mark = [&](std::size_t x, std::size_t left, std::size_t right) {
+        const int sum = inLines.here[x] + inLines.here[left] + inLines.here[right] +
+                        inLines.above[x] + inLines.below[x];
+        outMarks[x] = static_cast<std::uint8_t>((sum != 0) & (sum < kAllInside));
+    };
+    const std::size_t last = inWidth - 1;
+    mark(0, 0, std::min<std::size_t>(1, last));
+    for (std::size_t x = 1; x < last; ++x)
+        mark(x, x - 1, x + 1);
+    if (last > 0) mark(last, last - 1, last);
+}
+
+VF_PIXEL_LOOP void PaintMarked(const std::uint8_t* inMarks, std::uint32_t inColour,
+                               std::size_t inWidth, std::uint8_t* ioLine) {
+    for (std::size_t x = 0; x < inWidth; ++x) {
+        const auto pixel = LoadWord<std::uint32_t>(ioLine + kPixelBytes * x);
+        StoreWord(inMarks[x] != 0 ? inColour : pixel, ioLine + kPixelBytes * x);
+    }
+}
+
+VF_PIXEL_LOOP void SetInside(std::size_t inCount, std::uint8_t* ioMarks) {
+    for (std::size_t i = 0; i < inCount; ++i)
+        ioMarks[i] = ioMarks[i] != 0 ? kInside : 0;
+}
+
+}  // namespace
+}  // namespace VF
+
+void ReplaceChannel(std::uint8_t* ioChannel, std::int32_t inWidth, std::int32_t inHeight,
+                    std::uint8_t inKey) {
+    if (!ioChannel || inWidth <= 0 || inHeight <= 0) return;
+    std::transform(
+        ioChannel, ioChannel + std::int64_t{inWidth} * inHeight, ioChannel,
+        [inKey](std::uint8_t byte) { return byte == inKey ? VF::kInside : std::uint8_t{0}; });
+}
+
+void EdgePaintChannel(void* ioPixels, std::int32_t inStride, std::int32_t inWidth,
+                      std::int32_t inHeight, std::uint32_t inColour, std::uint8_t* ioChannel,
+                      std::uint8_t* ioScratch) {
+    constexpr std::int32_t kSmallest = 3;
+    if (!ioPixels || !ioChannel || !ioScratch || inWidth < kSmallest || inHeight < kSmallest)
+        return;
+    const auto width = static_cast<std::size_t>(inWidth);
+    for (std::int64_t y = 0; y < inHeight; ++y) {
+        std::uint8_t* const marks = ioScratch + y * inWidth;
+        VF::MarkEdge(VF::ChannelLines(ioChannel, inWidth, inHeight, y), width, marks);
+        VF::PaintMarked(marks, inColour, width, VF::AsBytes(ioPixels) + y * inStride);
+    }
+    const std::int64_t bytes = std::int64_t{inWidth} * inHeight;
+    VF::SetInside(static_cast<std::size_t>(bytes), ioScratch);
+    TvBlockMove(ioScratch, ioChannel, bytes);
+}
+
+void EdgeReconstructAlphas(const std::uint8_t* inInside, const std::uint8_t* inOutside,
+                           void* ioPixels, const std::uint8_t* inMask, std::int32_t inWidth,
+                           std::int32_t inHeight, std::int32_t inStride) {
+    if (!inInside || !inOutside || !ioPixels || !inMask) return;
+    for (std::int64_t y = 0; y < inHeight; ++y) {
+        std::uint8_t* const line = VF::AsBytes(ioPixels) + y * inStride;
+        for (std::int64_t x = 0; x < inWidth; ++x) {
+            const std::int64_t i = y * inWidth + x;
+            line[4 * x + 3] = inMask[i] != 0 ? inInside[i] : inOutside[i];
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Softening
+
+namespace VF {
+namespace {
+
+constexpr std::size_t kWindow = 3;  // lines
+
+/// Copies of three neighbouring lines as they were, each with a copy of its first and last element
+/// at its ends; the outermost lines stand in for those beyond.
+class Window {
+  public:
+    Window(std::uint8_t* inBlock, const std::uint8_t* inStart, std::int64_t inStride,
+           std::size_t inElementBytes, std::size_t inWidth, std::int64_t inHeight)
+        : block_(inBlock),
+          start_(inStart),
+          stride_(inStride),
+          elementBytes_(inElementBytes),
+          width_(inWidth),
+          height_(inHeight) {
+        Fill(0);
+        Fill(std::min<std::int64_t>(1, height_ - 1));
+    }
+
+    /// The first element of a line, of the one above or below the line in work, or that line.
+    const std::uint8_t* Line(std::int64_t inLine) const {
+        return Slot(std::clamp<std::int64_t>(inLine, 0, height_ - 1)) + elementBytes_;
+    }
+
+    /// To be called before a line is changed, for each from the first on.
+    void MoveTo(std::int64_t inLine) {
+        if (inLine + 1 < height_) Fill(inLine + 1);
+    }
+
+  private:
+    std::uint8_t* Slot(std::int64_t inLine) const {
+        return block_ + static_cast<std::size_t>(inLine) % kWindow * (width_ + 2) * elementBytes_;
+    }
+    void Fill(std::int64_t inLine) {
+        std::uint8_t* const slot = Slot(inLine);
+        const std::uint8_t* const line = start_ + inLine * stride_;
+        const std::size_t bytes = width_ * elementBytes_;
+        std::memcpy(slot, line, elementBytes_);
+        std::memcpy(slot + elementBytes_, line, bytes);
+        std::memcpy(slot + elementBytes_ + bytes, line + bytes - elementBytes_, elementBytes_);
+    }
+
+    std::uint8_t* block_;
+    const std::uint8_t* start_;
+    std::int64_t stride_;
+    std::size_t elementBytes_;
+    std::size_t width_;
+    std::int64_t height_;
+};
+
+/// Half of each byte.
+std::uint32_t Half(std::uint32_t inPixel) {
+    return inPixel >> 1 & 0x7F7F7F7F;
+}
+
+std::uint32_t Softened(const Window& inPixels, std::int64_t inLine, std::size_t inX) {
+    const auto at = [&](std::int64_t line, std::ptrdiff_t shift) {
+        return LoadWord<std::uint32_t>(inPixels.Line(line) + kPixelBytes * inX + shift);
+    };
+    constexpr std::ptrdiff_t kPixel = kPixelBytes;
+    const std::uint32_t column = Half(at(inLine - 1, 0)) + Half(at(inLine + 1, 0));
+    const std::uint32_t row = Half(at(inLine, -kPixel)) + Half(at(inLine, kPixel));
+    return Half(at(inLine, 0)) + Half(Half(column) + Half(row));
+}
+
+bool IsEdge(const Window& inChannel, std::int64_t inLine, std::size_t inX) {
+    const std::uint8_t* const here = inChannel.Line(inLine) + inX;
+    const int sum = here[-1] + here[0] + here[1] + inChannel.Line(inLine - 1)[inX] +
+                    inChannel.Line(inLine + 1)[inX];
+    return sum != 0 && sum < kAllInside;
+}
+
+}  // namespace
+}  // namespace VF
+
+void EdgeAliasChannel(void* ioPixels, std::int32_t inStride, std::int32_t inWidth,
+                      std::int32_t inHeight, std::uint8_t* ioChannel) {
+    using namespace VF;
+    if (!ioPixels || !ioChannel || inWidth <= 0 || inHeight <= 0) return;
+    const auto width = static_cast<std::size_t>(inWidth);
+    const auto makeBlock = [&](std::size_t elementBytes) {
+        return MaskBlock(static_cast<std::uint8_t*>(
+            TvNewPtr(static_cast<std::int64_t>(kWindow * (width + 2) * elementBytes))));
+    };
+    const MaskBlock pixelBlock = makeBlock(kPixelBytes);
+    const MaskBlock channelBlock = makeBlock(1);
+    if (!pixelBlock || !channelBlock) return;
+    Window pixels(pixelBlock.get(), AsBytes(ioPixels), inStride, kPixelBytes, width, inHeight);
+    Window channel(channelBlock.get(), ioChannel, inWidth, 1, width, inHeight);
+    for (std::int64_t y = 0; y < inHeight; ++y) {
+        pixels.MoveTo(y);
+        channel.MoveTo(y);
+        for (std::size_t x = 0; x < width; ++x) {
+            if (!IsEdge(channel, y, x)) continue;
+            ioChannel[y * inWidth + static_cast<std::int64_t>(x)] = kSoftened;
+            StoreWord(Softened(pixels, y, x), AsBytes(ioPixels) + y * inStride + kPixelBytes * x);
+        }
+    }
+}
