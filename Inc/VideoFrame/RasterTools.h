@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "Export.h"
 #include "TPix.h"
@@ -106,6 +107,27 @@ VF_EXPORT void tpixFillRectTransparent(TPixHand ioHandle, const tagRECT* inRect,
 /// The data rectangle of the frame behind the record; empty without one. A null handle is an input
 /// contract violation.
 VF_EXPORT void tpixGetAlphaBounds(TPixHand inHandle, tagRECT* outRect);
+
+// ---------------------------------------------------------------------------------------------
+// Shapes: the pixels of the destination whose centres a shape covers become those of the source at
+// the same place, by the even-odd rule. Points are in pixels, y counting lines in memory, the
+// bottom one first. Beyond the source its edge pixels go on; both pictures have pixels of four
+// bytes. The format code makes no difference. Points that are no numbers, or beyond 1e9, draw
+// nothing. Without memory std::bad_alloc is raised.
+
+struct TPixPoint {
+    float x;
+    float y;
+};
+
+/// A polygon, closed by itself; it may cross itself.
+VF_EXPORT void DoRenderPolygon(TPixHand ioDestination, TPixHand inSource,
+                               const std::vector<TPixPoint>* inPoints, std::uint32_t inFormat);
+
+/// An outline of cubic Bezier segments: a point, then three for each segment; points after the last
+/// whole segment are ignored. Curves become polygons that keep within half a pixel of them.
+VF_EXPORT void DoRenderPolyBezier(TPixHand ioDestination, TPixHand inSource,
+                                  const std::vector<TPixPoint>* inPoints, std::uint32_t inFormat);
 
 // ---------------------------------------------------------------------------------------------
 
