@@ -7,6 +7,7 @@
 #include "Lifecycle.h"
 #include "MultiCamRendering.h"
 #include "PixelFormatUtilities.h"
+#include "Quantisation.h"
 #include "Raster.h"
 #include "RasterTools.h"
 #include "SharedVideoFrameCache.h"

@@ -54,3 +54,25 @@ SIZE_T GlobalSize(HGLOBAL inBlock) {
     const auto block = LockedObjects()->Find<Block>(inBlock);
     return block ? block->size : 0;
 }
+
+HGLOBAL GlobalHandle(const void* inAddress) {
+    return LockedObjects()->FindHandle<Block>(
+        [inAddress](const Block& block) { return block.bytes.get() == inAddress; });
+}
+
+HLOCAL LocalAlloc(UINT inFlags, SIZE_T inBytes) {
+    static_assert(LMEM_ZEROINIT == GMEM_ZEROINIT && LMEM_MOVEABLE == GMEM_MOVEABLE);
+    return GlobalAlloc(inFlags, inBytes);
+}
+
+HLOCAL LocalFree(HLOCAL inBlock) {
+    return GlobalFree(inBlock);
+}
+
+LPVOID LocalLock(HLOCAL inBlock) {
+    return GlobalLock(inBlock);
+}
+
+BOOL LocalUnlock(HLOCAL inBlock) {
+    return GlobalUnlock(inBlock);
+}

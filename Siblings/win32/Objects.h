@@ -32,6 +32,17 @@ class Objects {
         return found == objects_.end() ? nullptr : std::dynamic_pointer_cast<T>(found->second);
     }
 
+    /// The handle of the first object of that class for which inTest holds; null for none. Looks at
+    /// all objects.
+    template <class T, class Test>
+    HANDLE FindHandle(const Test& inTest) const {
+        for (const auto& [handle, object] : objects_) {
+            const auto* const candidate = dynamic_cast<const T*>(object.get());
+            if (candidate && inTest(*candidate)) return handle;
+        }
+        return nullptr;
+    }
+
     /// False when the handle stands for no such object.
     template <class T>
     bool Remove(HANDLE inHandle) {

@@ -50,6 +50,8 @@ using HBRUSH = struct HBRUSH__*;
 using HGLOBAL = void*;
 using HMODULE = struct HMODULE__*;
 using HRSRC = struct HRSRC__*;
+using HPALETTE = struct HPALETTE__*;
+using HLOCAL = void*;
 using HDRAWDIB = void*;
 using HANDLE = void*;
 
@@ -89,6 +91,26 @@ struct BITMAPINFO {
     RGBQUAD bmiColors[1];
 };
 
+/// Red in the lowest byte, then green, then blue.
+using COLORREF = DWORD;
+
+inline constexpr COLORREF RGB(BYTE inRed, BYTE inGreen, BYTE inBlue) {
+    return inRed | COLORREF{inGreen} << 8 | COLORREF{inBlue} << 16;
+}
+
+struct PALETTEENTRY {
+    BYTE peRed;
+    BYTE peGreen;
+    BYTE peBlue;
+    BYTE peFlags;
+};
+
+struct LOGPALETTE {
+    WORD palVersion;
+    WORD palNumEntries;
+    PALETTEENTRY palPalEntry[1];
+};
+
 // ---------------------------------------------------------------------------------------------
 // Numbers that functions below take
 
@@ -119,8 +141,11 @@ inline constexpr int SIMPLEREGION = 2;
 inline constexpr int COMPLEXREGION = 3;
 
 inline constexpr UINT DIB_RGB_COLORS = 0;
+inline constexpr UINT CLR_INVALID = 0xFFFFFFFF;
 inline constexpr UINT GMEM_MOVEABLE = 0x0002;
 inline constexpr UINT GMEM_ZEROINIT = 0x0040;
+inline constexpr UINT LMEM_MOVEABLE = 0x0002;
+inline constexpr UINT LMEM_ZEROINIT = 0x0040;
 
 /// A resource known by a number is named by a pointer of that value.
 inline LPCWSTR MAKEINTRESOURCEW(WORD inNumber) {
@@ -143,6 +168,15 @@ SIBLING_API LPVOID GlobalLock(HGLOBAL inBlock);
 SIBLING_API BOOL GlobalUnlock(HGLOBAL inBlock);
 /// Bytes of the block, at least those asked for; 0 when it is not there.
 SIBLING_API SIZE_T GlobalSize(HGLOBAL inBlock);
+
+/// The block that begins at an address; null when there is none.
+SIBLING_API HGLOBAL GlobalHandle(const void* inAddress);
+
+/// The same for local memory, which is no other.
+SIBLING_API HLOCAL LocalAlloc(UINT inFlags, SIZE_T inBytes);
+SIBLING_API HLOCAL LocalFree(HLOCAL inBlock);
+SIBLING_API LPVOID LocalLock(HLOCAL inBlock);
+SIBLING_API BOOL LocalUnlock(HLOCAL inBlock);
 
 // ---------------------------------------------------------------------------------------------
 // Resources: of modules that a host registers, see win32::RegisterModule
@@ -217,6 +251,27 @@ SIBLING_API HRGN CreatePolygonRgn(const POINT* inPoints, int inCount, int inMode
 /// Makes outRegion, which must be there and may be one of the others, their combination; for
 /// RGN_COPY inSecond is not looked at. Returns what kind of region it is, 0 when it cannot.
 SIBLING_API int CombineRgn(HRGN outRegion, HRGN inFirst, HRGN inSecond, int inMode);
+
+// ---------------------------------------------------------------------------------------------
+// Palettes
+
+/// A palette of 1 to 1024 entries; null for another version than 0x300, or without memory.
+SIBLING_API HPALETTE CreatePalette(const LOGPALETTE* inPalette);
+
+/// Copies entries from inStart on; returns how many, or with null how many the palette has.
+SIBLING_API UINT GetPaletteEntries(HPALETTE inPalette, UINT inStart, UINT inCount,
+                                   PALETTEENTRY* outEntries);
+
+/// The entry nearest to a colour, the first of several; CLR_INVALID without a palette.
+SIBLING_API UINT GetNearestPaletteIndex(HPALETTE inPalette, COLORREF inColour);
+
+/// Copies entries of the screen's palette of 256: the twenty colours that the system keeps for
+/// itself at both ends, black between them. Returns how many.
+SIBLING_API UINT GetSystemPaletteEntries(HDC inContext, UINT inStart, UINT inCount,
+                                         PALETTEENTRY* outEntries);
+
+/// Of a palette: its count of entries, as a WORD. Returns the bytes written, 0 when it cannot.
+SIBLING_API int GetObjectW(HGDIOBJ inObject, int inBytes, LPVOID outObject);
 
 // ---------------------------------------------------------------------------------------------
 // Video for Windows

@@ -1,0 +1,15 @@
+// The boxes that a histogram is cut into.
+#pragma once
+
+#include "VideoFrame/Quantisation.h"
+
+namespace VF {
+
+/// The boxes of the process: those in the list, and those that are free.
+QuantisationBox* BoxList();
+QuantisationBox* FreeBoxes();
+
+/// The lookup table that DetermineRepresentative fills, or null.
+void UseLookup(std::uint8_t* outLookup);
+
+}  // namespace VF
