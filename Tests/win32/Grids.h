@@ -1,21 +1,35 @@
 // Memory contexts that tests draw into and read.
 #pragma once
 
-#include <cstddef>
+#include <gtest/gtest.h>
+
 #include <cstdint>
+#include <cstring>
+#include <limits>
 #include <vector>
 
 #include "contracts/Win32.h"
 
 namespace win32_test {
 
+constexpr int kMost = std::numeric_limits<int>::max();
+constexpr int kLeast = std::numeric_limits<int>::min();
+
+using Pixels = std::vector<std::uint32_t>;
+
+template <class At>
+Pixels Grid(int inWidth, int inHeight, const At& inAt) {
+    Pixels pixels;
+    for (int i = 0; i < inWidth * inHeight; ++i)
+        pixels.push_back(inAt(i % inWidth, i / inWidth));
+    return pixels;
+}
+
 /// A memory context with a bitmap.
 class Canvas {
   public:
-    Canvas(HBITMAP inBitmap, int inWidth)
-        : width_(inWidth), bitmap_(inBitmap), before_(SelectObject(context_, bitmap_)) {}
-    Canvas(int inWidth, int inHeight)
-        : Canvas(CreateBitmap(inWidth, inHeight, 1, 1, nullptr), inWidth) {}
+    Canvas(HBITMAP inBitmap, int inWidth, int inHeight, int inBits = 32)
+        : width_(inWidth), height_(inHeight), bits_(inBits), bitmap_(inBitmap) {}
     Canvas(const Canvas&) = delete;
     Canvas& operator=(const Canvas&) = delete;
     ~Canvas() {
@@ -26,41 +40,29 @@ class Canvas {
 
     HDC Context() const { return context_; }
 
-    /// Of a 1-bit bitmap: whether each pixel is white, line after line.
-    std::vector<bool> Bits(int inHeight) const {
-        const int lineBytes = (width_ + 15) / 16 * 2;
-        std::vector<std::uint8_t> bytes(static_cast<std::size_t>(lineBytes * inHeight));
+    /// White ones of a 1-bit bitmap are 0xFFFFFF.
+    Pixels Read() const {
+        const int step = bits_ == 1 ? (width_ + 15) / 16 * 2 : width_ * 4;
+        std::vector<std::uint8_t> bytes(static_cast<std::size_t>(step * height_));
         GetBitmapBits(bitmap_, static_cast<LONG>(bytes.size()), bytes.data());
-        std::vector<bool> bits;
-        for (int y = 0; y < inHeight; ++y) {
-            for (int x = 0; x < width_; ++x)
-                bits.push_back(
-                    (bytes[static_cast<std::size_t>(y * lineBytes + x / 8)] >> (7 - x % 8) & 1) !=
-                    0);
-        }
-        return bits;
-    }
-
-    /// Of a 32-bit bitmap.
-    std::vector<std::uint32_t> Pixels(int inHeight) const {
-        std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width_ * inHeight));
-        GetBitmapBits(bitmap_, static_cast<LONG>(pixels.size() * 4), pixels.data());
-        return pixels;
+        return Grid(width_, height_, [&](int x, int y) {
+            const std::uint8_t* const line = bytes.data() + y * step;
+            std::uint32_t pixel = 0;
+            if (bits_ == 1) return (line[x / 8] >> (7 - x % 8) & 1) != 0 ? 0xFFFFFFU : 0U;
+            std::memcpy(&pixel, line + x * 4, 4);
+            return pixel;
+        });
     }
 
   private:
-    int width_;
+    int width_, height_, bits_;
     HDC context_ = CreateCompatibleDC(nullptr);
     HBITMAP bitmap_;
-    HGDIOBJ before_;
+    HGDIOBJ before_ = SelectObject(context_, bitmap_);
 };
 
-inline HBRUSH White() {
-    return static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH));
-}
-
-inline HBRUSH Black() {
-    return static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH));
+inline HBRUSH Brush(int inStock) {
+    return static_cast<HBRUSH>(GetStockObject(inStock));
 }
 
 inline BITMAPINFOHEADER Header(int inWidth, int inHeight) {

@@ -1,8 +1,11 @@
-#include <gtest/gtest.h>
+// What handles stand for, and what they no longer stand for.
+#include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <string>
 #include <thread>
 
 #include "Grids.h"
@@ -10,172 +13,300 @@
 namespace win32_test {
 namespace {
 
-template <class T>
-T As(HANDLE inHandle) {
-    return static_cast<T>(inHandle);
+/// A handle for any parameter.
+struct Any {
+    HANDLE handle;
+
+    template <class T>
+    operator T() const {
+        return static_cast<T>(handle);
+    }
+};
+
+/// A test that leaves no object behind.
+class Handles : public ::testing::Test {
+  protected:
+    ~Handles() override { EXPECT_EQ(win32::CountObjects(), before_); }
+
+    const HBRUSH white_ = Brush(WHITE_BRUSH);
+    const std::int64_t before_ = win32::CountObjects();
+    const BITMAPINFO info_{Header(2, 2), {}};
+    void* bits_ = nullptr;
+};
+
+std::string Bytes(HBITMAP inBitmap, LONG inCount) {
+    std::string bytes(64, '.');
+    const auto copied = static_cast<std::size_t>(GetBitmapBits(inBitmap, inCount, bytes.data()));
+    return bytes.substr(0, copied) + (bytes[copied] == '.' ? "" : "+");
 }
 
-HRGN Square() {
-    return CreateRectRgn(0, 0, 4, 4);
-}
-
-TEST(Blocks, StayWhereTheyAre) {
-    const std::int64_t before = win32::CountObjects();
+TEST_F(Handles, BlocksStayWhereTheyAre) {
     const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 100);
     void* const place = GlobalLock(block);
-    const char zeros[100]{};
-    EXPECT_EQ(std::memcmp(place, zeros, sizeof zeros), 0);
+    EXPECT_EQ(std::string(static_cast<char*>(place), 100), std::string(100, '\0'));
     EXPECT_EQ(GlobalLock(block), place);
     EXPECT_GE(GlobalSize(block), 100U);
-    EXPECT_TRUE(GlobalUnlock(block));
-    EXPECT_FALSE(GlobalUnlock(block));
-    EXPECT_FALSE(GlobalUnlock(block));
-    EXPECT_EQ(GlobalLock(block), place);
+    for (const bool isLockedStill : {true, false, false})
+        EXPECT_EQ(GlobalUnlock(block) != 0, isLockedStill);
     EXPECT_EQ(GlobalFree(block), nullptr);
     const HGLOBAL empty = GlobalAlloc(0, 0);
     EXPECT_NE(GlobalLock(empty), nullptr);
     EXPECT_EQ(GlobalFree(empty), nullptr);
-    EXPECT_EQ(win32::CountObjects(), before);
+}
+
+TEST_F(Handles, BitmapsHaveTheirLinesInOrder) {
+    struct Case {
+        int width, height;
+        UINT bits;
+        std::size_t bytes;
+    };
+    std::string source = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    for (const auto& [width, height, bits, bytes] :
+         {Case{1, 3, 1, 6}, {16, 3, 1, 6}, {17, 3, 1, 12}, {33, 2, 1, 12}, {3, 2, 32, 24}}) {
+        const HBITMAP bitmap = CreateBitmap(width, height, 1, bits, source.data());
+        EXPECT_EQ(Bytes(bitmap, 60), source.substr(0, bytes)) << width;
+        EXPECT_EQ(Bytes(bitmap, 5), source.substr(0, 5)) << width;
+        EXPECT_EQ(GetBitmapBits(bitmap, -1, source.data()), 0);
+        EXPECT_EQ(GetBitmapBits(bitmap, 8, nullptr), 0);
+        EXPECT_TRUE(DeleteObject(bitmap));
+    }
+    for (const int height : {3, -3}) {
+        const HBITMAP section = Section(1, height, &bits_);
+        EXPECT_EQ(Bytes(section, 60), std::string(12, '\0'));
+        std::memcpy(bits_, "000011112222", 12);
+        EXPECT_EQ(Bytes(section, 10), height > 0 ? "2222111100" : "0000111122");
+        EXPECT_TRUE(DeleteObject(section));
+    }
+}
+
+TEST_F(Handles, BitmapsAreOfKnownKindsOnly) {
+    EXPECT_EQ(CreateBitmap(0, 1, 1, 1, nullptr), nullptr);
+    EXPECT_EQ(CreateBitmap(1, -1, 1, 1, nullptr), nullptr);
+    EXPECT_EQ(CreateBitmap(1, 1, 2, 1, nullptr), nullptr);
+    EXPECT_EQ(CreateBitmap(1, 1, 1, 8, nullptr), nullptr);
+    BITMAPINFO deep = info_;
+    deep.bmiHeader.biBitCount = 8;
+    const auto create = [&](const BITMAPINFO* info, UINT usage, HANDLE section, DWORD offset) {
+        bits_ = this;
+        return CreateDIBSection(nullptr, info, usage, &bits_, section, offset);
+    };
+    EXPECT_EQ(create(&info_, 1, nullptr, 0), nullptr);
+    EXPECT_EQ(bits_, nullptr);
+    EXPECT_EQ(create(&info_, 0, this, 0), nullptr);
+    EXPECT_EQ(create(&info_, 0, nullptr, 4), nullptr);
+    EXPECT_EQ(create(nullptr, 0, nullptr, 0), nullptr);
+    EXPECT_EQ(create(&deep, 0, nullptr, 0), nullptr);
+    EXPECT_EQ(CreateDIBSection(nullptr, &info_, 0, nullptr, nullptr, 0), nullptr);
+}
+
+TEST_F(Handles, ContextsKeepTheirBitmap) {
+    const HDC first = CreateCompatibleDC(nullptr), second = CreateCompatibleDC(first);
+    const HBITMAP bitmap = CreateBitmap(2, 2, 1, 1, nullptr);
+    const HBITMAP other = CreateBitmap(2, 2, 1, 32, nullptr);
+    const HGDIOBJ pixel = SelectObject(first, bitmap);
+    EXPECT_EQ(Bytes(static_cast<HBITMAP>(pixel), 60), std::string(2, '\0'));
+    EXPECT_EQ(SelectObject(first, bitmap), bitmap);
+    for (const HGDIOBJ object : {HGDIOBJ{bitmap}, pixel, HGDIOBJ{white_}})
+        EXPECT_EQ(SelectObject(second, object), nullptr);
+    EXPECT_FALSE(DeleteObject(bitmap));
+    EXPECT_EQ(SelectObject(first, other), bitmap);
+    EXPECT_NE(SelectObject(second, bitmap), nullptr);
+    EXPECT_TRUE(DeleteObject(pixel));
+    EXPECT_EQ(SelectObject(first, pixel), other);
+    EXPECT_TRUE(DeleteObject(other));
+    EXPECT_TRUE(DeleteDC(first));
+    EXPECT_FALSE(DeleteObject(pixel));
+    EXPECT_TRUE(DeleteDC(second));
+    EXPECT_TRUE(DeleteObject(bitmap));
+    EXPECT_TRUE(DeleteObject(white_));
+    EXPECT_EQ(white_, GetStockObject(WHITE_BRUSH));
+    EXPECT_EQ(GetStockObject(1), nullptr);
 }
 
 // Every function fails for handles that are stale, made up or of any other kind.
-TEST(Handles, AreRecognised) {
-    void* bits = nullptr;
-    const BITMAPINFO info{Header(2, 2), {}};
+TEST_F(Handles, AreRecognised) {
     const RECT rect{0, 0, 1, 1};
-    const Canvas canvas(4, 4);
-    const HRGN square = Square();
-    const HBITMAP bitmap = CreateBitmap(4, 4, 1, 1, nullptr);
-    const HGLOBAL block = GlobalAlloc(0, 4);
-    const HDC screen = GetDC(nullptr);
-    const HDRAWDIB draw = DrawDibOpen();
-    const HGLOBAL freed = GlobalAlloc(0, 4);
+    const Canvas canvas(CreateBitmap(4, 4, 1, 1, nullptr), 4, 4, 1);
+    const HDC memory = canvas.Context(), screen = GetDC(nullptr);
     const HDC deleted = CreateCompatibleDC(nullptr);
+    const HRGN square = CreateRectRgn(0, 0, 4, 4);
+    const HBITMAP bitmap = CreateBitmap(4, 4, 1, 1, nullptr);
+    const HGLOBAL block = GlobalAlloc(0, 4), freed = GlobalAlloc(0, 4);
+    const HDRAWDIB draw = DrawDibOpen();
     GlobalFree(freed);
     DeleteDC(deleted);
-    int local = 0;
-
-    struct Call {
-        std::vector<HANDLE> accepted;
-        std::function<bool(HANDLE)> succeeds;
+    const auto select = [&](HDC context) {
+        const HGDIOBJ before = SelectObject(context, bitmap);
+        return before && SelectObject(context, before) == bitmap;
     };
-    const HANDLE memory = canvas.Context();
-    const std::vector<Call> calls{
-        {{block}, [](HANDLE h) { return GlobalLock(h) != nullptr; }},
-        {{block}, [](HANDLE h) { return GlobalSize(h) != 0; }},
-        {{}, [](HANDLE h) { return GlobalUnlock(h) != 0; }},
-        {{}, [](HANDLE h) { return LockResource(h) != nullptr; }},
-        {{}, [](HANDLE h) { return LoadResource(As<HMODULE>(h), As<HRSRC>(h)) != nullptr; }},
-        {{}, [](HANDLE h) { return SizeofResource(As<HMODULE>(h), As<HRSRC>(h)) != 0; }},
-        {{},
-         [](HANDLE h) {
-             return FindResourceW(As<HMODULE>(h), MAKEINTRESOURCEW(1), RT_BITMAP) != nullptr;
-         }},
-        {{screen, memory}, [](HANDLE h) { return GetDeviceCaps(As<HDC>(h), PLANES) != 0; }},
-        {{screen, memory},
-         [](HANDLE h) {
-             const HDC made = CreateCompatibleDC(As<HDC>(h));
-             return DeleteDC(made) != 0;
-         }},
-        {{screen, memory},
-         [&](HANDLE h) {
-             const HBITMAP made = CreateDIBSection(As<HDC>(h), &info, 0, &bits, nullptr, 0);
-             return DeleteObject(made) != 0;
-         }},
-        {{bitmap}, [](HANDLE h) { return GetBitmapBits(As<HBITMAP>(h), 2, &h) != 0; }},
-        {{memory},
-         [&](HANDLE h) {
-             const HGDIOBJ before = SelectObject(As<HDC>(h), bitmap);
-             return before && SelectObject(As<HDC>(h), before) == bitmap;
-         }},
-        {{memory}, [&](HANDLE h) { return FillRect(As<HDC>(h), &rect, White()) != 0; }},
-        {{}, [&](HANDLE h) { return FillRect(canvas.Context(), &rect, As<HBRUSH>(h)) != 0; }},
-        {{memory}, [&](HANDLE h) { return FillRgn(As<HDC>(h), square, White()) != 0; }},
-        {{square}, [&](HANDLE h) { return FillRgn(canvas.Context(), As<HRGN>(h), White()) != 0; }},
-        {{}, [&](HANDLE h) { return FillRgn(canvas.Context(), square, As<HBRUSH>(h)) != 0; }},
-        {{square}, [&](HANDLE h) { return CombineRgn(As<HRGN>(h), square, square, RGN_OR) != 0; }},
-        {{square}, [&](HANDLE h) { return CombineRgn(square, As<HRGN>(h), square, RGN_OR) != 0; }},
-        {{square}, [&](HANDLE h) { return CombineRgn(square, square, As<HRGN>(h), RGN_OR) != 0; }},
+    // For what makes objects like the screen's, null is the screen.
+    // clang-format off
+    const std::pair<std::vector<HANDLE>, std::function<bool(Any)>> calls[] = {
+        {{block}, [](Any h) { return GlobalLock(h); }},
+        {{block}, [](Any h) { return GlobalSize(h) != 0; }},
+        {{}, [](Any h) { return GlobalUnlock(h); }},
+        {{}, [](Any h) { return LockResource(h); }},
+        {{}, [](Any h) { return LoadResource(h, h); }},
+        {{}, [](Any h) { return SizeofResource(h, h); }},
+        {{}, [](Any h) { return FindResourceW(h, MAKEINTRESOURCEW(1), RT_BITMAP); }},
+        {{screen, memory}, [](Any h) { return GetDeviceCaps(h, PLANES); }},
+        {{nullptr, screen, memory}, [](Any h) { return DeleteDC(CreateCompatibleDC(h)); }},
+        {{nullptr, screen, memory}, [&](Any h) { return DeleteObject(CreateDIBSection(h, &info_, 0, &bits_, nullptr, 0)); }},
+        {{bitmap}, [](Any h) { return GetBitmapBits(h, 2, &h); }},
+        {{memory}, [&](Any h) { return select(h); }},
+        {{memory}, [&](Any h) { return FillRect(h, &rect, white_); }},
+        {{}, [&](Any h) { return FillRect(memory, &rect, h); }},
+        {{memory}, [&](Any h) { return FillRgn(h, square, white_); }},
+        {{square}, [&](Any h) { return FillRgn(memory, h, white_); }},
+        {{}, [&](Any h) { return FillRgn(memory, square, h); }},
+        {{square}, [&](Any h) { return CombineRgn(h, square, square, RGN_OR); }},
+        {{square}, [&](Any h) { return CombineRgn(square, h, square, RGN_OR); }},
+        {{square}, [&](Any h) { return CombineRgn(square, square, h, RGN_OR); }},
         // What ends objects comes last, in this order.
-        {{screen}, [](HANDLE h) { return ReleaseDC(nullptr, As<HDC>(h)) != 0; }},
-        {{block}, [](HANDLE h) { return h && GlobalFree(h) == nullptr; }},
-        {{draw}, [](HANDLE h) { return DrawDibClose(h) != 0; }},
-        {{square, bitmap}, [](HANDLE h) { return DeleteObject(h) != 0; }},
+        {{screen}, [](Any h) { return ReleaseDC(nullptr, h); }},
+        {{block}, [](Any h) { return h.handle && !GlobalFree(h); }},
+        {{draw}, [](Any h) { return DrawDibClose(h); }},
+        {{square, bitmap}, [](Any h) { return DeleteObject(h); }},
     };
-    const std::vector<HANDLE> handles{nullptr, &local, freed,  deleted, block, screen,
-                                      memory,  square, bitmap, draw,    &bits};
-    for (std::size_t i = 0; i < calls.size(); ++i) {
-        for (const HANDLE handle : handles) {
-            const auto& accepted = calls[i].accepted;
-            // For what makes objects like the screen's, null is the screen.
-            if (!handle && (i == 8 || i == 9)) continue;
+    // clang-format on
+    for (const auto& [accepted, succeeds] : calls) {
+        for (const HANDLE handle : std::initializer_list<HANDLE>{
+                 nullptr, this, freed, deleted, block, screen, memory, square, bitmap, draw}) {
             const bool isAccepted = std::ranges::find(accepted, handle) != accepted.end();
-            EXPECT_EQ(calls[i].succeeds(handle), isAccepted) << i << " of " << handle;
+            EXPECT_EQ(succeeds({handle}), isAccepted) << accepted.size() << " of " << handle;
         }
     }
     EXPECT_EQ(CombineRgn(square, square, square, RGN_OR), 0);
-    EXPECT_EQ(GetDC(As<HWND>(&local)), nullptr);
+    EXPECT_EQ(GetDC(Any{this}), nullptr);
     EXPECT_FALSE(DeleteDC(screen));
-    win32::UnregisterModule(As<HMODULE>(memory));
-    EXPECT_EQ(GetDeviceCaps(canvas.Context(), PLANES), 1);
+    EXPECT_EQ(FillRect(memory, nullptr, white_), 0);
+    EXPECT_FALSE(OffsetRect(nullptr, 1, 1));
+    win32::UnregisterModule(Any{memory});
+    EXPECT_EQ(GetDeviceCaps(memory, PLANES), 1);
 }
 
-TEST(Handles, FailWithoutMemoryAndLeakNothing) {
-    void* bits = nullptr;
-    const BITMAPINFO info{Header(2, 2), {}};
+TEST_F(Handles, FailWithoutMemoryAndLeakNothing) {
     const POINT points[] = {{0, 0}, {4, 0}, {0, 4}};
     const std::function<HANDLE()> makers[] = {
         [] { return GlobalAlloc(GMEM_ZEROINIT, 4); },
         [] { return GetDC(nullptr); },
         [] { return CreateCompatibleDC(nullptr); },
         [] { return CreateBitmap(2, 2, 1, 1, nullptr); },
-        [&] { return CreateDIBSection(nullptr, &info, 0, &bits, nullptr, 0); },
-        [] { return Square(); },
+        [&] { return CreateDIBSection(nullptr, &info_, 0, &bits_, nullptr, 0); },
+        [] { return CreateRectRgn(0, 0, 4, 4); },
         [] { return CreateEllipticRgn(0, 0, 4, 4); },
         [&] { return CreatePolygonRgn(points, 3, WINDING); },
         [] { return DrawDibOpen(); },
     };
-    const std::int64_t before = win32::CountObjects();
     for (const auto& make : makers) {
         win32::FailAllocationsAfter(1);
-        const HANDLE made = make();
+        const Any made{make()};
         EXPECT_EQ(make(), nullptr);
-        EXPECT_EQ(bits, nullptr);
+        EXPECT_EQ(bits_, nullptr);
         win32::FailAllocationsAfter(-1);
-        EXPECT_EQ(win32::CountObjects(), before + 1);
-        EXPECT_TRUE(DrawDibClose(made) || DeleteObject(made) || DeleteDC(As<HDC>(made)) ||
-                    ReleaseDC(nullptr, As<HDC>(made)) != 0 || !GlobalFree(made));
-        EXPECT_EQ(win32::CountObjects(), before);
+        EXPECT_EQ(win32::CountObjects(), before_ + 1);
+        EXPECT_TRUE(DrawDibClose(made) || DeleteObject(made) || DeleteDC(made) ||
+                    ReleaseDC(nullptr, made) || !GlobalFree(made));
+        EXPECT_EQ(win32::CountObjects(), before_);
     }
 }
 
 // Threads that end the objects of others make calls fail, nothing else.
-TEST(Handles, CanBeUsedFromAnyThread) {
-    const std::int64_t before = win32::CountObjects();
+TEST_F(Handles, CanBeUsedFromAnyThread) {
     for (int round = 0; round < 50; ++round) {
-        const HRGN region = Square(), other = Square();
+        const HRGN region = CreateRectRgn(0, 0, 4, 4), other = CreateRectRgn(0, 0, 4, 4);
         const HBITMAP bitmap = CreateBitmap(8, 8, 1, 1, nullptr);
         const HDC context = CreateCompatibleDC(nullptr);
         const HGLOBAL block = GlobalAlloc(0, 8);
         const auto work = [&](bool inFills) {
             SelectObject(context, bitmap);
             for (int i = 0; i < 20; ++i) {
-                if (inFills) FillRgn(context, region, White());
+                if (inFills) FillRgn(context, region, white_);
                 CombineRgn(region, other, region, 1 + i % 5);
                 GlobalLock(block);
                 GlobalUnlock(block);
             }
             DeleteDC(context);
-            DeleteObject(bitmap);
-            DeleteObject(region);
-            DeleteObject(other);
+            for (const HGDIOBJ object : {HGDIOBJ{bitmap}, HGDIOBJ{region}, HGDIOBJ{other}})
+                DeleteObject(object);
             GlobalFree(block);
         };
         std::thread thread(work, true);
         work(false);
         thread.join();
     }
-    EXPECT_EQ(win32::CountObjects(), before);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Resources
+
+namespace fs = std::filesystem;
+
+class Resources : public Handles {
+  protected:
+    ~Resources() override {
+        win32::UnregisterModule(module_);
+        fs::remove_all(folder_);
+    }
+
+    void Write(const std::string& inName, const std::string& inBytes) {
+        std::ofstream(folder_ / inName, std::ios::binary) << inBytes;
+    }
+
+    HRSRC Find(int inNumber) {
+        return FindResourceW(module_, MAKEINTRESOURCEW(static_cast<WORD>(inNumber)), RT_BITMAP);
+    }
+
+    std::string Data(HRSRC inResource) {
+        const void* const data = LockResource(LoadResource(module_, inResource));
+        const DWORD size = SizeofResource(module_, inResource);
+        return data ? std::string(static_cast<const char*>(data), size) : std::string(size, '?');
+    }
+
+    const fs::path folder_ =
+        fs::temp_directory_path() / ("win32-resources-" + std::to_string(getpid()));
+    const HMODULE module_ =
+        (fs::create_directories(folder_), win32::RegisterModule(folder_.c_str()));
+    const std::string bitmap_ = "a header and the pixels";
+    const std::string file_ = "BM" + std::string("\x3E\0\0\0\0\0\0\0\x36\0\0\0", 12) + bitmap_;
+};
+
+TEST_F(Resources, AreTheFilesWithoutTheirHeader) {
+    Write("1.bmp", file_);
+    Write("65535.bmp", file_.substr(0, 21));
+    Write("3.bmp", "BN" + file_.substr(2));
+    Write("4.bmp", file_.substr(0, 13));
+    fs::create_directory(folder_ / "5.bmp");
+    EXPECT_EQ(Data(Find(1)), bitmap_);
+    EXPECT_EQ(Data(Find(65535)), bitmap_.substr(0, 7));
+    for (const int number : {3, 4, 5, 6})
+        EXPECT_EQ(Data(Find(number)), "") << number;
+    EXPECT_EQ(FindResourceW(module_, L"1", RT_BITMAP), nullptr);
+    EXPECT_EQ(FindResourceW(module_, MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(3)), nullptr);
+    EXPECT_EQ(win32::RegisterModule((folder_ / "1.bmp").c_str()), nullptr);
+    EXPECT_EQ(win32::RegisterModule(nullptr), nullptr);
+}
+
+TEST_F(Resources, AreKeptUntilTheirModuleGoes) {
+    Write("1.bmp", file_);
+    const HRSRC resource = Find(1);
+    win32::FailAllocationsAfter(0);
+    EXPECT_EQ(Data(resource), "");
+    win32::FailAllocationsAfter(-1);
+    EXPECT_EQ(Data(resource), bitmap_);
+    Write("1.bmp", file_ + "other");
+    EXPECT_EQ(Data(resource), bitmap_);
+    const HGLOBAL loaded = LoadResource(module_, resource);
+    EXPECT_FALSE(FreeResource(loaded));
+    EXPECT_NE(LockResource(loaded), nullptr);
+
+    const HMODULE other = win32::RegisterModule(folder_.c_str());
+    EXPECT_EQ(LoadResource(other, resource), nullptr);
+    win32::UnregisterModule(other);
+    win32::UnregisterModule(module_);
+    EXPECT_EQ(Find(1), nullptr);
+    EXPECT_EQ(Data(resource), "");
+    EXPECT_EQ(LockResource(loaded), nullptr);
 }
 
 }  // namespace
