@@ -14,7 +14,7 @@ TEST_F(BridgeThreads, MakeAndDispose) {
     std::vector<std::jthread> threads;
     for (int thread = 0; thread < 8; ++thread) {
         threads.emplace_back([&] {
-            const tagRECT bounds = Bounds(4, 4);
+            constexpr tagRECT bounds = Bounds(4, 4);
             for (int i = 0; i < 300; ++i) {
                 const TPixHand handle = VF::NewTPixFromVideoFrame(shared);
                 EXPECT_EQ(VF::GetVideoFrameFromTPix(handle), shared);

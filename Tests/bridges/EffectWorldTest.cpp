@@ -8,8 +8,30 @@ namespace {
 
 using EffectWorld = BridgeTest;
 
-constexpr std::size_t kWorldBytes = 160;  // a plug-in's record is longer than what is written
-constexpr std::uint8_t kUntouched = 0xA5;
+constexpr std::int32_t kWidth = 6;
+
+/// A plug-in's record, which is longer than what is written of it.
+struct World {
+    static constexpr std::size_t kBytes = 160;
+    static constexpr std::uint8_t kUntouched = 0xA5;
+
+    alignas(8) std::uint8_t memory[kBytes];
+    GF_LayerDef& record = *reinterpret_cast<GF_LayerDef*>(memory);
+
+    World() { std::memset(memory, kUntouched, sizeof memory); }
+    World(const World&) = delete;
+    World& operator=(const World&) = delete;
+    std::vector<std::uint8_t> Written() const { return BytesAt(memory, sizeof memory); }
+
+    static Bytes Expected(const void* inPixels, std::int32_t inStride, std::int32_t inHeight,
+                          std::uint32_t inDepthFlags) {
+        Bytes bytes(kBytes, kUntouched);
+        bytes.Put(0, std::uint64_t{0}).Put(8, std::uint64_t{0}).Put(16, inDepthFlags);
+        bytes.Put(24, inPixels).Put(32, inStride).Put(36, kWidth).Put(40, inHeight);
+        bytes.Put(44, 0).Put(48, 0).Put(52, kWidth).Put(56, inHeight).Put(64, std::uint64_t{0});
+        return bytes.Put(88, 16).Put(92, 15).Put(116, 0);
+    }
+};
 
 struct Case {
     std::uint32_t height;
@@ -33,83 +55,47 @@ constexpr Case kCases[] = {
 };
 
 TEST_F(EffectWorld, DescribesFramesAndTouchesNothingElse) {
-    constexpr std::int32_t kWidth = 6;
     constexpr std::int32_t kRowBytes = 24;
     for (const Case& one : kCases) {
         SCOPED_TRACE(&one - kCases);
         const VF::VideoFrameRef frame = MakeFrame(kWidth, one.height);
         frame->SetFieldType(one.frameFieldType);
         frame->SetPixelAspectRatio({16, 15});
-        alignas(8) std::uint8_t memory[kWorldBytes];
-        std::memset(memory, kUntouched, sizeof memory);
-        auto& world = *reinterpret_cast<GF_LayerDef*>(memory);
-        VF::NewGF_WorldFromExistingVideoFrame(frame, world, one.asField, one.fieldType,
+        World world;
+        VF::NewGF_WorldFromExistingVideoFrame(frame, world.record, one.asField, one.fieldType,
                                               one.whichField);
-        EXPECT_EQ(BytesAt(memory, sizeof memory), Bytes(kWorldBytes, kUntouched)
-                                                      .Put(0, std::uint64_t{0})
-                                                      .Put(8, std::uint64_t{0})
-                                                      .Put(16, 0)
-                                                      .Put(24, Data(frame) + one.row * kRowBytes)
-                                                      .Put(32, one.stepRows * kRowBytes)
-                                                      .Put(36, kWidth)
-                                                      .Put(40, one.rows)
-                                                      .Put(44, 0)
-                                                      .Put(48, 0)
-                                                      .Put(52, kWidth)
-                                                      .Put(56, one.rows)
-                                                      .Put(64, std::uint64_t{0})
-                                                      .Put(88, 16)
-                                                      .Put(92, 15)
-                                                      .Put(112, tulomediatypes::FourCC("bgra"))
-                                                      .Put(116, 0)
-                                                      .bytes_);
-        EXPECT_EQ(VF::GetGFWorldFrameMapping(world.pixelData),
+        EXPECT_EQ(world.Written(), World::Expected(Data(frame) + one.row * kRowBytes,
+                                                   one.stepRows * kRowBytes, one.rows, 0)
+                                       .Put(112, tulomediatypes::FourCC("bgra"))
+                                       .bytes_);
+        EXPECT_EQ(VF::GetGFWorldFrameMapping(world.record.pixelData),
                   Ask<VF::IVideoFrameMemoryAccess>(frame));
-        VF::DisposeGF_WorldFromVideoFrame(world.pixelData);
+        VF::DisposeGF_WorldFromVideoFrame(world.record.pixelData);
     }
 }
 
 TEST_F(EffectWorld, MakesFramesThatRunUpwards) {
-    struct Depth {
-        tulomediatypes::PixelFormat format;
-        std::int32_t pixelBytes;
-        std::uint32_t depthFlags;
-    };
-    for (const Depth& depth :
-         {Depth{OV::kPixelFormat_BGRA_4444_8u, 4, 0}, Depth{OV::kPixelFormat_BGRA_4444_16u, 8, 1},
-          Depth{OV::kPixelFormat_BGRA_4444_32f, 16, 0}}) {
-        alignas(8) std::uint8_t memory[kWorldBytes];
-        std::memset(memory, kUntouched, sizeof memory);
-        auto& world = *reinterpret_cast<GF_LayerDef*>(memory);
-        ASSERT_TRUE(VF::NewGF_WorldWithNewVideoFrame(6, 5, depth.format, {16, 15}, world));
-        const auto frame = VF::GetGFWorldFrameMapping(world.pixelData);
-        EXPECT_EQ(BytesAt(memory, sizeof memory), Bytes(kWorldBytes, kUntouched)
-                                                      .Put(0, std::uint64_t{0})
-                                                      .Put(8, std::uint64_t{0})
-                                                      .Put(16, depth.depthFlags)
-                                                      .Put(24, frame->GetData())
-                                                      .Put(32, 6 * depth.pixelBytes)
-                                                      .Put(36, 6)
-                                                      .Put(40, 5)
-                                                      .Put(44, 0)
-                                                      .Put(48, 0)
-                                                      .Put(52, 6)
-                                                      .Put(56, 5)
-                                                      .Put(64, std::uint64_t{0})
-                                                      .Put(88, 16)
-                                                      .Put(92, 15)
-                                                      .Put(116, 0)
-                                                      .bytes_);
-        EXPECT_EQ(VF::GetGFWorldVideoFramePixelType(world.pixelData), depth.format);
-        VF::DisposeGF_WorldFromVideoFrame(world.pixelData);
+    std::int32_t pixelBytes = 4;
+    std::uint32_t depthFlags = 0;
+    for (const auto format : {OV::kPixelFormat_BGRA_4444_8u, OV::kPixelFormat_BGRA_4444_16u,
+                              OV::kPixelFormat_BGRA_4444_32f}) {
+        World world;
+        ASSERT_TRUE(VF::NewGF_WorldWithNewVideoFrame(kWidth, 5, format, {16, 15}, world.record));
+        GF_Pixel* const pixels = world.record.pixelData;
+        EXPECT_EQ(VF::GetGFWorldFrameMapping(pixels)->GetData(), static_cast<void*>(pixels));
+        EXPECT_EQ(world.Written(),
+                  World::Expected(pixels, kWidth * pixelBytes, 5, depthFlags).bytes_);
+        EXPECT_EQ(VF::GetGFWorldVideoFramePixelType(pixels), format);
+        VF::DisposeGF_WorldFromVideoFrame(pixels);
+        depthFlags = pixelBytes == 4 ? 1 : 0;
+        pixelBytes *= 2;
     }
 }
 
 TEST_F(EffectWorld, HoldsTheFrameOnce) {
     const Brix::MemoryRecycler::Pointer recycler;
     VF::VideoFrameRef frame = MakeFrame(100, 100);
-    GF_LayerDef one;
-    GF_LayerDef same;
+    GF_LayerDef one, same;
     VF::NewGF_WorldFromExistingVideoFrame(frame, one, false, 0, 0);
     VF::NewGF_WorldFromExistingVideoFrame(frame, same, true, 0, 0);
     EXPECT_EQ(one.pixelData, same.pixelData);
@@ -135,33 +121,28 @@ TEST_F(EffectWorld, AnswersForUnknownWorlds) {
 }
 
 TEST_F(EffectWorld, BreaksContractsAndLeavesTheWorldAlone) {
-    alignas(8) std::uint8_t memory[kWorldBytes];
-    std::memset(memory, kUntouched, sizeof memory);
-    auto& world = *reinterpret_cast<GF_LayerDef*>(memory);
+    World untouched;
+    GF_LayerDef& world = untouched.record;
     FrameWithoutMemory bare;
-    const auto format = OV::kPixelFormat_BGRA_4444_8u;
     const auto expect = [](const char* inCondition, auto inCall) {
         ExpectBroken(inCondition, "EffectWorld", 0, inCall);
     };
-    expect("memoryAccesibleVideoFrame != NULL", [&] {
-        VF::NewGF_WorldFromExistingVideoFrame(VF::VideoFrameRef(&bare), world, false, 0, 0);
-    });
-    expect("memory2DPixelAccesibleVideoFrame != NULL", [&] {
-        VF::NewGF_WorldFromExistingVideoFrame(MakeCustomFrame(100), world, false, 0, 0);
-    });
-    expect("memory2DPixelAccesibleVideoFrame != NULL", [&] {
-        VF::NewGF_WorldWithNewVideoFrame(720, 480, OV::kPixelFormat_NTSCDV25, {1, 1}, world);
-    });
+    const auto describe = [&](const VF::VideoFrameRef& inFrame) {
+        VF::NewGF_WorldFromExistingVideoFrame(inFrame, world, false, 0, 0);
+    };
+    // clang-format off
+    expect("memoryAccesibleVideoFrame != NULL", [&] { describe(VF::VideoFrameRef(&bare)); });
+    expect("memory2DPixelAccesibleVideoFrame != NULL", [&] { describe(MakeCustomFrame(100)); });
+    expect("memory2DPixelAccesibleVideoFrame != NULL", [&] { VF::NewGF_WorldWithNewVideoFrame(720, 480, OV::kPixelFormat_NTSCDV25, {1, 1}, world); });
     expect("inData != NULL", [] { VF::DisposeGF_WorldFromVideoFrame(nullptr); });
     expect("inData != NULL", [] { VF::GetGFWorldVideoFramePixelType(nullptr); });
-    EXPECT_THROW(VF::NewGF_WorldFromExistingVideoFrame(nullptr, world, false, 0, 0),
-                 Brix::NullInterfaceException);
+    // clang-format on
+    EXPECT_THROW(describe(nullptr), Brix::NullInterfaceException);
 
-    const auto before = Brix::MemoryRecycler::SetBlockSource(
-        {[](std::size_t) -> void* { throw std::bad_alloc(); }, [](void*, std::size_t) {}});
-    EXPECT_FALSE(VF::NewGF_WorldWithNewVideoFrame(900, 900, format, {1, 1}, world));
-    Brix::MemoryRecycler::SetBlockSource(before);
-    EXPECT_EQ(BytesAt(memory, sizeof memory), Bytes(kWorldBytes, kUntouched).bytes_);
+    const WithoutMemory none;
+    EXPECT_FALSE(
+        VF::NewGF_WorldWithNewVideoFrame(900, 900, OV::kPixelFormat_BGRA_4444_8u, {1, 1}, world));
+    EXPECT_EQ(untouched.Written(), World().Written());
 }
 
 }  // namespace

@@ -43,8 +43,7 @@ TEST_F(LegacyExamples, ClearSecondLines) {
 TEST_F(LegacyExamples, PublishRecord) {
     const SharedFolder folder;
     VF::Initialize();
-    const tagRECT bounds = Bounds(4, 4);
-    const TPixHand handle = tpixNew(&bounds);
+    const TPixHand handle = NewRecord(4, 4);
     const auto guid = tulocore::utility::Guid::Generate();
     EXPECT_TRUE(::PublishRecord(handle, guid));
     processcoordination::BinaryReferencePtr data;

@@ -20,22 +20,16 @@ struct Place {
     std::uint64_t fieldbase;
 };
 
-std::vector<std::uint8_t> Expected(const VF::VideoFrameRef& inFrame, const Place& inPlace,
-                                   std::uint64_t inAspectRatio) {
+void ExpectRecord(TPixHand inHandle, const Place& inPlace, std::uint64_t inAspectRatio) {
     constexpr std::int32_t kRowBytes = 4 * kWidth;
-    std::byte* const base = Data(inFrame);
-    return Bytes(288, 0)
-        .Put(8, std::int32_t{kWidth})
-        .Put(12, inPlace.bottom)
-        .Put(16, inPlace.rowStep * kRowBytes)
-        .Put(20, 32)
-        .Put(24, base + inPlace.pixels * kRowBytes)
-        .Put(32, base + inPlace.pixels * kRowBytes)
-        .Put(40, base + inPlace.field0 * kRowBytes)
-        .Put(48, base + inPlace.field1 * kRowBytes)
-        .Put(56, inPlace.fieldbase)
-        .Put(104, inAspectRatio)
-        .bytes_;
+    std::byte* const base = Data(VF::GetVideoFrameFromTPix(inHandle));
+    Bytes bytes(288, 0);
+    bytes.Put(8, std::int32_t{kWidth}).Put(12, inPlace.bottom);
+    bytes.Put(16, inPlace.rowStep * kRowBytes).Put(20, 32);
+    bytes.Put(24, base + inPlace.pixels * kRowBytes).Put(32, base + inPlace.pixels * kRowBytes);
+    bytes.Put(40, base + inPlace.field0 * kRowBytes).Put(48, base + inPlace.field1 * kRowBytes);
+    bytes.Put(56, inPlace.fieldbase).Put(104, inAspectRatio);
+    EXPECT_EQ(BytesAt(*inHandle, 288), bytes.bytes_);
 }
 
 TEST_F(TPixBridge, PointsIntoFrames) {
@@ -61,8 +55,8 @@ TEST_F(TPixBridge, PointsIntoFrames) {
         const VF::VideoFrameRef frame = MakeFrame(kWidth, one.height);
         const TPixHand handle =
             VF::NewTPixFromVideoFrame(frame, one.asField, one.fieldType, one.whichField);
-        EXPECT_EQ(BytesAt(*handle, 288), Expected(frame, one.place, 1000U << 16 | 1000U));
         EXPECT_EQ(VF::GetVideoFrameFromTPix(handle), frame);
+        ExpectRecord(handle, one.place, 1000U << 16 | 1000U);
         VF::DisposeTPixFromVideoFrame(handle);
     }
 }
@@ -86,10 +80,8 @@ TEST_F(TPixBridge, MakesFrames) {
         const TPixHand handle =
             VF::NewTPixWithVideoFrame(&bounds, OV::kPixelFormat_BGRA_4444_8u, one.asField,
                                       one.firstField, {0x8001, 0x12345}, 0, 0, 0);
-        const VF::VideoFrameRef frame = VF::GetVideoFrameFromTPix(handle);
         // 0x8001 << 16 meets the upper bits of the denominator; nothing reaches the upper word.
-        EXPECT_EQ(BytesAt(*handle, 288), Expected(frame, one.place, 0x80012345U));
-        EXPECT_EQ(frame->GetFieldType(), one.fieldType);
+        ExpectRecord(handle, one.place, 0x80012345U);
         EXPECT_EQ(VF::GetUnderlyingVideoFrameFieldType(handle), one.fieldType);
         VF::DisposeTPixFromVideoFrame(handle);
     }
@@ -113,13 +105,8 @@ TEST_F(TPixBridge, PacksAspectRatiosInThousandthsWithTheirSign) {
 }
 
 TEST_F(TPixBridge, LegacyRecordsAreWholeAnd32Bit) {
-    const tagRECT bounds = Bounds(100, 50);
-    const TPixHand handle = tpixNew(&bounds);
-    const TPix& record = **handle;
-    EXPECT_EQ(record.bounds.bottom, 50);
-    EXPECT_EQ(record.rowbytes, 400);
-    EXPECT_EQ(record.depth, 32U);
-    EXPECT_EQ(record.fieldbase, 0U);
+    const TPixHand handle = NewRecord(kWidth, 50);
+    ExpectRecord(handle, {50, 0, 0, 0, 1, 0}, (*handle)->pixelAspectRatio);
     EXPECT_EQ(tpixDispose(handle), 0);
 }
 
@@ -149,11 +136,7 @@ TEST_F(TPixBridge, RecordsWithoutGeometry) {
         EXPECT_EQ(record.depth, 0U);
         EXPECT_EQ(record.fieldbase, one.fieldbase);
         EXPECT_EQ(record.pixels, record.fullPixels);
-        if (&one < cases + 2) {
-            EXPECT_EQ(record.pixels, one.pixels);
-        } else {
-            EXPECT_NE(record.pixels, nullptr);
-        }
+        EXPECT_TRUE(&one < cases + 2 ? record.pixels == one.pixels : record.pixels != nullptr);
         VF::DisposeTPixFromVideoFrame(one.handle);
     }
 }
@@ -198,8 +181,7 @@ TEST_F(TPixBridge, AnswersForTheFrame) {
     frame->SetFieldType(1);
     frame->SetReadOnly(true);
     const TPixHand handle = VF::NewTPixFromVideoFrame(frame);
-    std::uint32_t numerator = 0;
-    std::uint32_t denominator = 0;
+    std::uint32_t numerator = 0, denominator = 0;
     VF::GetUnderlyingVideoFrameAspectRatio(handle, &numerator, &denominator);
     EXPECT_EQ(numerator, 16U);
     EXPECT_EQ(denominator, 15U);
@@ -213,8 +195,7 @@ TEST_F(TPixBridge, AnswersForTheFrame) {
 TEST_F(TPixBridge, UnknownHandlesLeaveAnEntryOrNone) {
     TPix record{};
     TPix* master = &record;
-    std::uint32_t one = 9;
-    std::uint32_t other = 9;
+    std::uint32_t one = 9, other = 9;
     auto& frames = VF::TPixFrameMap().Frames();
     EXPECT_EQ(VF::GetUnderlyingVideoFramePixelFormat(&master), OV::kPixelFormat_BGRA_4444_8u);
     EXPECT_EQ(VF::GetUnderlyingVideoFrameFieldType(&master), 3U);
@@ -243,10 +224,13 @@ TEST_F(TPixBridge, BreaksContracts) {
         ExpectBroken(inCondition, "TPixBridge", 0, inCall);
     };
     std::uint32_t number = 0;
-    const auto format = OV::kPixelFormat_BGRA_4444_8u;
+    TPix record{};
+    TPix* master = &record;
+    const tagRECT huge = Bounds(0x7FFFFFFF, 0x7FFFFFFF);  // no frame, though no failure either
+    // clang-format off
     expect("inVideoFrame != NULL", [] { VF::NewTPixFromVideoFrame(nullptr); });
     expect("bounds", [] { tpixNew(nullptr); });
-    expect("bounds", [&] { VF::NewCustomTPixWithVideoFrame(nullptr, kCustomFormat, 1, {1, 1}); });
+    expect("bounds", [] { VF::NewCustomTPixWithVideoFrame(nullptr, kCustomFormat, 1, {1, 1}); });
     expect("inSize", [] { VF::NewTPixWithRawFrame(0, 16); });
     expect("tpixHandle != NULL", [] { tpixDispose(nullptr); });
     expect("inTPix != NULL", [] { VF::GetVideoFrameFromTPix(nullptr); });
@@ -254,18 +238,11 @@ TEST_F(TPixBridge, BreaksContracts) {
     expect("inTPixHand != NULL", [] { VF::GetUnderlyingVideoFrameRenderTime(nullptr); });
     expect("inTPixHand != NULL", [] { VF::GetUnderlyingVideoFramePixelFormat(nullptr); });
     expect("inTPixHand != NULL", [] { VF::GetUnderlyingVideoFrameFieldType(nullptr); });
-    expect("inTPixHand != NULL",
-           [&] { VF::GetUnderlyingVideoFrameAspectRatio(nullptr, &number, &number); });
-    TPix record{};
-    TPix* master = &record;
-    expect("outAspectNum != NULL && outAspectDen != NULL",
-           [&] { VF::GetUnderlyingVideoFrameAspectRatio(&master, &number, nullptr); });
-    const tagRECT empty = Bounds(0, 5);
-    ExpectBroken("inWidth != 0", "VideoFrameFactory", 79, [&] { tpixNew(&empty); });
-    const tagRECT huge = Bounds(0x7FFFFFFF, 0x7FFFFFFF);  // no frame, though no failure either
-    expect("memoryAccesibleVideoFrame != NULL", [&] {
-        VF::NewTPixWithVideoFrame(&huge, format, false, 0, {1, 1}, 0, 0, 0);
-    });
+    expect("inTPixHand != NULL", [&] { VF::GetUnderlyingVideoFrameAspectRatio(nullptr, &number, &number); });
+    expect("outAspectNum != NULL && outAspectDen != NULL", [&] { VF::GetUnderlyingVideoFrameAspectRatio(&master, &number, nullptr); });
+    expect("memoryAccesibleVideoFrame != NULL", [&] { VF::NewTPixWithVideoFrame(&huge, OV::kPixelFormat_BGRA_4444_8u, false, 0, {1, 1}, 0, 0, 0); });
+    // clang-format on
+    ExpectBroken("inWidth != 0", "VideoFrameFactory", 79, [] { NewRecord(0, 5); });
 }
 
 TEST_F(TPixBridge, GivesNothingWithoutMemory) {
@@ -278,12 +255,13 @@ TEST_F(TPixBridge, GivesNothingWithoutMemory) {
     EXPECT_EQ(VF::NewCustomTPixWithVideoFrame(&bounds, kCustomFormat, 10, {1, 1}), nullptr);
     hoardex::FailAllocationsAfter(-1);
 
-    const auto before = Brix::MemoryRecycler::SetBlockSource(
-        {[](std::size_t) -> void* { throw std::bad_alloc(); }, [](void*, std::size_t) {}});
-    EXPECT_EQ(tpixNew(&bounds), nullptr);
-    EXPECT_EQ(VF::NewTPixWithRawFrame(1 << 20, 0), nullptr);
-    EXPECT_EQ(VF::NewCustomTPixWithVideoFrame(&bounds, kCustomFormat, 1 << 20, {1, 1}), nullptr);
-    Brix::MemoryRecycler::SetBlockSource(before);
+    {
+        const WithoutMemory none;
+        EXPECT_EQ(tpixNew(&bounds), nullptr);
+        EXPECT_EQ(VF::NewTPixWithRawFrame(1 << 20, 0), nullptr);
+        EXPECT_EQ(VF::NewCustomTPixWithVideoFrame(&bounds, kCustomFormat, 1 << 20, {1, 1}),
+                  nullptr);
+    }
     EXPECT_EQ(VF::NewTPixWithRawFrame(1000, 3), nullptr);  // no power of two
 }
 

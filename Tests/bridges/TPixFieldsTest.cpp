@@ -57,8 +57,7 @@ void ExpectShows(TPixHand inHandle, const std::uint8_t* inBase, const Model& inM
 TEST_F(TPixFields, RandomNestedViews) {
     std::mt19937 random(7);
     for (const int height : {8, 9}) {
-        const tagRECT bounds = Bounds(5, height);
-        const TPixHand handle = tpixNew(&bounds);
+        const TPixHand handle = NewRecord(5, height);
         const std::uint8_t* const base = (*handle)->pixels;
         Model model(height);
         for (int step = 0; step < 4000; ++step) {
@@ -91,27 +90,18 @@ TEST_F(TPixFields, RandomNestedViews) {
 
 // Older code reads the stack: six words an entry, the oldest first.
 TEST_F(TPixFields, StackOfStates) {
-    const tagRECT bounds = Bounds(5, 8);
-    const TPixHand handle = tpixNew(&bounds);
+    const TPixHand handle = NewRecord(5, 8);
     TPix& record = **handle;
     std::uint8_t* const base = record.pixels;
     TPixFieldsPrep(handle, 0);
     TPixFields_PointAtField(handle, 1);
     TPixFieldsPrep(handle, 0);
     ASSERT_EQ(TvGetHandleSize(record.fieldStateStack), 96);
-    EXPECT_EQ(BytesAt(*record.fieldStateStack, 96), Bytes(96, 0)
-                                                        .Put(0, base)
-                                                        .Put(8, base)
-                                                        .Put(16, base)
-                                                        .Put(32, base)
-                                                        .Put(40, 20)
-                                                        .Put(48, base)
-                                                        .Put(56, base)
-                                                        .Put(64, base + 20)
-                                                        .Put(72, std::uint64_t{2})
-                                                        .Put(80, base + 20)
-                                                        .Put(88, 40)
-                                                        .bytes_);
+    Bytes stack(96, 0);
+    stack.Put(0, base).Put(8, base).Put(16, base).Put(32, base).Put(40, 20);
+    stack.Put(48, base).Put(56, base).Put(64, base + 20).Put(72, std::uint64_t{2});
+    stack.Put(80, base + 20).Put(88, 40);
+    EXPECT_EQ(BytesAt(*record.fieldStateStack, 96), stack.bytes_);
     TPixFieldsCleanup(handle);
     EXPECT_EQ(TvGetHandleSize(record.fieldStateStack), 48);
     TPixFieldsCleanup(handle);
@@ -120,8 +110,7 @@ TEST_F(TPixFields, StackOfStates) {
 }
 
 TEST_F(TPixFields, WithoutMemoryForAStateNothingChanges) {
-    const tagRECT bounds = Bounds(5, 8);
-    const TPixHand handle = tpixNew(&bounds);
+    const TPixHand handle = NewRecord(5, 8);
     for (const int allocations : {0, 1}) {
         const auto before = BytesAt(*handle, 288);
         hoardex::FailAllocationsAfter(allocations);
@@ -135,8 +124,7 @@ TEST_F(TPixFields, WithoutMemoryForAStateNothingChanges) {
 TEST_F(TPixFields, ClonesShowTheSameField) {
     for (const int order : {0, 1}) {
         for (const int field : {0, 1}) {
-            const tagRECT bounds = Bounds(6, 10);
-            const TPixHand source = tpixNew(&bounds);
+            const TPixHand source = NewRecord(6, 10);
             TPixFieldsPrep(source, static_cast<std::uint8_t>(order));
             TPixFields_PointAtField(source, static_cast<std::int8_t>(field));
             const TPixHand clone = TPixFieldsClone(source);

@@ -13,26 +13,13 @@ TEST_F(TPixRecord, RowsOfEveryDepth) {
         std::int32_t depth;
         std::uint32_t bytes;
     };
-    for (const auto& [width, depth, bytes] : std::initializer_list<Case>{{5, 1, 4},
-                                                                         {33, 1, 8},
-                                                                         {3, 4, 4},
-                                                                         {9, 4, 8},
-                                                                         {5, 8, 8},
-                                                                         {4, 8, 4},
-                                                                         {3, 16, 8},
-                                                                         {10, 24, 32},
-                                                                         {100, 32, 400},
-                                                                         {100, 12, 0},
-                                                                         {100, 0, 0},
-                                                                         {100, -1, 0},
-                                                                         {100, 33, 0},
-                                                                         {30000, 24, 24464},
-                                                                         {65535, 8, 65536},
-                                                                         {65536, 8, 0},
-                                                                         {0x80000001U, 16, 4},
-                                                                         {0x40000001U, 32, 4},
-                                                                         {0xFFFFFFFFU, 4, 0},
-                                                                         {0xFFFFFFFFU, 1, 0}}) {
+    // clang-format off
+    for (const auto& [width, depth, bytes] : std::initializer_list<Case>{
+             {5, 1, 4}, {33, 1, 8}, {3, 4, 4}, {9, 4, 8}, {5, 8, 8}, {4, 8, 4}, {3, 16, 8},
+             {10, 24, 32}, {100, 32, 400}, {100, 12, 0}, {100, 0, 0}, {100, -1, 0}, {100, 33, 0},
+             {30000, 24, 24464}, {65535, 8, 65536}, {65536, 8, 0}, {0x80000001U, 16, 4},
+             {0x40000001U, 32, 4}, {0xFFFFFFFFU, 4, 0}, {0xFFFFFFFFU, 1, 0}}) {
+        // clang-format on
         EXPECT_EQ(CalcRowBytes(width, depth), bytes) << width << " " << depth;
     }
 }

@@ -5,23 +5,16 @@ namespace {
 
 using WorldTable = BridgeTest;
 
-TPixHand NewRecord() {
-    const tagRECT bounds = Bounds(4, 4);
-    return tpixNew(&bounds);
-}
+constexpr tagRECT kBounds = Bounds(4, 4);
 
 TEST_F(WorldTable, KindsOfWorlds) {
-    const tagRECT bounds = Bounds(4, 4);
-    TPixHand record = NewRecord();
-    std::int16_t made = 0;
-    std::int16_t given = 0;
-    std::int16_t other = 0;
-    std::int16_t plain = 0;
-    EXPECT_EQ(twNew(&made, &bounds, nullptr, 0), 0);
-    EXPECT_EQ(twNew(&given, &bounds, &record, 0), 0);
-    EXPECT_EQ(twNew(&other, &bounds, &record, 2), 0);
-    EXPECT_EQ(twNew(&plain, &bounds, &record, 5), 0);
-    EXPECT_EQ((std::array{made, given, other, plain}), (std::array<std::int16_t, 4>{1, 2, 3, 4}));
+    TPixHand record = NewRecord(4, 4);
+    std::int16_t made = 0, given = 0, other = 0, plain = 0;
+    EXPECT_EQ(twNew(&made, &kBounds, nullptr, 0), 0);
+    EXPECT_EQ(twNew(&given, &kBounds, &record, 0), 0);
+    EXPECT_EQ(twNew(&other, &kBounds, &record, 2), 0);
+    EXPECT_EQ(twNew(&plain, &kBounds, &record, 5), 0);
+    EXPECT_TRUE(made == 1 && given == 2 && other == 3 && plain == 4);
     ASSERT_NE(twGetTPix(made), nullptr);
     EXPECT_EQ((*twGetTPix(made))->bounds.bottom, 4);
     EXPECT_EQ(twGetTPix(given), record);
@@ -34,31 +27,28 @@ TEST_F(WorldTable, KindsOfWorlds) {
 }
 
 TEST_F(WorldTable, WhoDisposesOfTheRecord) {
-    const TPixHand record = NewRecord();
-    twDispose(RegTWorldBits(record, 0), 0);
-    EXPECT_NE(*record, nullptr);
-    twDispose(RegTWorldBits(record, 1), 1);
-    EXPECT_NE(*record, nullptr);
-    twDispose(RegTWorldBits(record, 7), 0);
-    EXPECT_EQ(*record, nullptr);
+    const TPixHand record = NewRecord(4, 4);
+    for (const auto& [owns, keeps] : {std::pair{0, 0}, {1, 1}, {7, 0}}) {
+        twDispose(RegTWorldBits(record, static_cast<std::uint8_t>(owns)), keeps);
+        EXPECT_EQ(*record == nullptr, owns == 7) << owns;
+    }
 }
 
 TEST_F(WorldTable, FullTable) {
-    const tagRECT bounds = Bounds(4, 4);
-    TPixHand record = NewRecord();
+    TPixHand record = NewRecord(4, 4);
     for (std::int16_t number = 1; number <= 200; ++number)
         ASSERT_EQ(RegTWorldBits(record, 0), number);
     EXPECT_EQ(RegTWorldBits(record, 0), 0);
     std::int16_t number = 9;
     for (const std::int32_t kind : {1, 2}) {
-        EXPECT_EQ(twNew(&number, &bounds, &record, kind), -108);
+        EXPECT_EQ(twNew(&number, &kBounds, &record, kind), -108);
         EXPECT_EQ(number, 9);
     }
-    EXPECT_EQ(twNew(&number, &bounds, &record, 0), 1);
+    EXPECT_EQ(twNew(&number, &kBounds, &record, 0), 1);
     EXPECT_EQ(number, 0);
     EXPECT_NE(*record, nullptr);
     hoardex::FailAllocationsAfter(0);
-    EXPECT_EQ(twNew(&number, &bounds, nullptr, 0), -108);
+    EXPECT_EQ(twNew(&number, &kBounds, nullptr, 0), -108);
     hoardex::FailAllocationsAfter(-1);
     twDispose(77, 0);
     EXPECT_EQ(RegTWorldBits(record, 0), 77);  // the first free one

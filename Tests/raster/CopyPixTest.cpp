@@ -2,24 +2,21 @@
 #include <functional>
 
 #include "Pictures.h"
-#include "support/SharedFolder.h"
 
 namespace raster_test {
 namespace {
 
-class CopyPix : public testing::Test {
+class CopyPix : public RasterTest {
   protected:
-    CopyPix() { VF::Initialize(); }  // puts the table of functions in place
-    ~CopyPix() override { VF::Shutdown(); }
-
     std::int32_t Random(std::int32_t inFrom, std::int32_t inTo) {
         return inFrom +
                static_cast<std::int32_t>(random_() % static_cast<std::uint32_t>(inTo - inFrom + 1));
     }
     LocalRecord RandomRecord() { return {Random(1, 40), Random(1, 30), 4 * Random(0, 2), random_}; }
-
-    support::SharedFolder folder_;
-    std::mt19937 random_{11};
+    tagRECT RandomRect(std::int32_t inWidth, std::int32_t inHeight) {
+        const std::int32_t left = Random(-20, 30), top = Random(-20, 30);
+        return {left, top, left + inWidth, top + inHeight};
+    }
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -29,6 +26,10 @@ enum class Masking { None, Region, Bits, Picture };
 
 /// What the mask says of a pixel of the source rectangle: 0 leaves, 255 copies.
 using MaskAt = std::function<int(std::int32_t, std::int32_t)>;
+
+int Everything(std::int32_t, std::int32_t) {
+    return 255;
+}
 
 std::uint8_t BlendByte(int inSource, int inDestination, int inOpacity, int inRounding) {
     return static_cast<std::uint8_t>((inOpacity * inSource + inRounding) / 255 +
@@ -53,15 +54,13 @@ struct Copy {
     int opacity;
 };
 
-/// Where a pixel of the source rectangle goes; calls inSet for those that are copied.
 void CopyByTheRules(const LocalRecord& inSource, LocalRecord& ioDestination, const Copy& inCopy,
                     const MaskAt& inMaskAt, int inRounding) {
+    if (inCopy.opacity == 0) return;
     for (std::int32_t y = 0; y < inCopy.from.bottom - inCopy.from.top; ++y) {
         for (std::int32_t x = 0; x < inCopy.from.right - inCopy.from.left; ++x) {
-            const std::int32_t fromX = inCopy.from.left + x;
-            const std::int32_t fromY = inCopy.from.top + y;
-            const std::int32_t toX = inCopy.to.left + x;
-            const std::int32_t toY = inCopy.to.top + y;
+            const std::int32_t fromX = inCopy.from.left + x, fromY = inCopy.from.top + y;
+            const std::int32_t toX = inCopy.to.left + x, toY = inCopy.to.top + y;
             if (!IsIn(inSource.Record()->bounds, fromX, fromY) ||
                 !IsIn(ioDestination.Record()->bounds, toX, toY))
                 continue;
@@ -87,22 +86,16 @@ void ExpectSame(const LocalRecord& inActual, const LocalRecord& inExpected, int 
 // ---------------------------------------------------------------------------------------------
 // Masks
 
-std::size_t LineBytes(std::int32_t inWidth) {
-    return static_cast<std::size_t>((inWidth + 15) / 16 * 2);
-}
-
 /// In every form that a caller can give.
 class AnyMask {
   public:
     AnyMask(Masking inMasking, std::int32_t inWidth, std::int32_t inHeight, std::mt19937& ioRandom)
-        : masking_(inMasking),
-          bits_(LineBytes(inWidth) * static_cast<std::size_t>(inHeight)),
-          lineBytes_(LineBytes(inWidth)) {
-        for (std::uint8_t& byte : bits_)
-            byte = static_cast<std::uint8_t>(ioRandom() >> 8);
+        : masking_(inMasking), lineBytes_((inWidth + 15) / 16 * 2) {
+        bytes_.resize(static_cast<std::size_t>(lineBytes_ * inHeight));
+        FillWithNoise(bytes_, ioRandom);
         if (masking_ == Masking::Bits) {
-            block_ = GlobalAlloc(GMEM_MOVEABLE, bits_.size());
-            std::memcpy(GlobalLock(block_), bits_.data(), bits_.size());
+            block_ = GlobalAlloc(GMEM_MOVEABLE, bytes_.size());
+            std::memcpy(GlobalLock(block_), bytes_.data(), bytes_.size());
             GlobalUnlock(block_);
         } else if (masking_ == Masking::Region) {
             // A ring that is cut off below.
@@ -112,12 +105,13 @@ class AnyMask {
             DeleteObject(hole);
         } else if (masking_ == Masking::Picture) {
             // Smaller than what it is laid on, now and then.
-            width_ = std::max(1, inWidth - static_cast<std::int32_t>(ioRandom() % 3));
-            height_ = std::max(1, inHeight - static_cast<std::int32_t>(ioRandom() % 3));
-            picture_.bounds = {0, 0, width_, height_};
+            const auto size = [&](std::int32_t inFull) {
+                return std::max(1, inFull - static_cast<std::int32_t>(ioRandom() % 3));
+            };
+            picture_.bounds = {0, 0, size(inWidth), size(inHeight)};
             picture_.depth = 8;
-            picture_.rowbytes = width_ + 3;
-            bytes_.resize(static_cast<std::size_t>(picture_.rowbytes * height_));
+            picture_.rowbytes = picture_.bounds.right + 3;
+            bytes_.resize(static_cast<std::size_t>(picture_.rowbytes * picture_.bounds.bottom));
             for (std::uint8_t& byte : bytes_)
                 byte = static_cast<std::uint8_t>(std::min(ioRandom() % 300, 255UL));
             picture_.pixels = bytes_.data();
@@ -130,33 +124,26 @@ class AnyMask {
     AnyMask(const AnyMask&) = delete;
     AnyMask& operator=(const AnyMask&) = delete;
 
-    void* Argument() {
-        void* const arguments[] = {nullptr, region_, block_, &master_};
-        return arguments[static_cast<std::size_t>(masking_)];
+    /// By the kind of masking.
+    template <class Value>
+    Value Of(const Value (&inValues)[4]) const {
+        return inValues[static_cast<std::size_t>(masking_)];
     }
-    std::uint16_t Mode() const {
-        constexpr std::uint16_t kModes[] = {0, 0, kCopyMaskIs1Bit, kCopyMaskIs8Bit};
-        return kModes[static_cast<std::size_t>(masking_)];
-    }
-    const std::uint8_t* Bits() const { return bits_.data(); }
+    void* Argument() { return Of<void*>({nullptr, region_, block_, &master_}); }
+    int Mode() const { return Of({0, 0, int{kCopyMaskIs1Bit}, int{kCopyMaskIs8Bit}}); }
+    const std::uint8_t* Bits() const { return bytes_.data(); }
 
     int At(std::int32_t inX, std::int32_t inY) const {
-        switch (masking_) {
-            case Masking::None:
-                return 255;
-            case Masking::Region:
-                return IsInRegion(inX, inY) ? 255 : 0;
-            case Masking::Bits: {
-                const std::size_t place =
-                    lineBytes_ * static_cast<std::size_t>(inY) + static_cast<std::size_t>(inX / 8);
-                return (bits_[place] >> (7 - inX % 8) & 1) != 0 ? 255 : 0;
-            }
-            case Masking::Picture:
-                if (inX >= width_ || inY >= height_) return 0;
-                return bytes_[static_cast<std::size_t>((height_ - 1 - inY) * picture_.rowbytes +
-                                                       inX)];
-        }
-        return 0;
+        const auto byte = [&](std::int32_t inPlace) {
+            return bytes_[static_cast<std::size_t>(inPlace)];
+        };
+        if (masking_ == Masking::Region) return IsInRegion(inX, inY) ? 255 : 0;
+        if (masking_ == Masking::Bits)
+            return (byte(lineBytes_ * inY + inX / 8) >> (7 - inX % 8) & 1) != 0 ? 255 : 0;
+        if (masking_ == Masking::None) return 255;
+        const tagRECT& bounds = picture_.bounds;
+        if (!IsIn(bounds, inX, inY)) return 0;
+        return byte((bounds.bottom - 1 - inY) * picture_.rowbytes + inX);
     }
 
   private:
@@ -169,13 +156,10 @@ class AnyMask {
     }
 
     Masking masking_;
-    std::vector<std::uint8_t> bits_;
-    std::size_t lineBytes_;
+    std::int32_t lineBytes_;
+    Bytes bytes_;
     HGLOBAL block_ = nullptr;
     HRGN region_ = nullptr;
-    std::int32_t width_ = 0;
-    std::int32_t height_ = 0;
-    std::vector<std::uint8_t> bytes_;
     TPix picture_{};
     TPix* master_ = &picture_;
 };
@@ -187,48 +171,31 @@ TEST_F(CopyPix, RandomRectanglesMasksAndOpacities) {
     for (int round = 0; round < 3000; ++round) {
         SCOPED_TRACE(round);
         LocalRecord source = RandomRecord();
-        LocalRecord actual = RandomRecord();
+        // Whole pictures with the same lines are copied at once.
+        const bool isWhole = Random(0, 7) == 0;
+        LocalRecord actual =
+            isWhole ? LocalRecord(source.Width(), source.Height(),
+                                  source.Record()->rowbytes - 4 * source.Width(), random_)
+                    : RandomRecord();
         LocalRecord expected = actual;
-        const std::int32_t width = Random(1, 45);
-        const std::int32_t height = Random(1, 35);
-        Copy copy{};
-        copy.from.left = Random(-20, 30);
-        copy.from.top = Random(-20, 30);
-        copy.to.left = Random(-20, 30);
-        copy.to.top = Random(-20, 30);
-        copy.from.right = copy.from.left + width;
-        copy.from.bottom = copy.from.top + height;
-        copy.to.right = copy.to.left + width;
-        copy.to.bottom = copy.to.top + height;
-        copy.masking = static_cast<Masking>(Random(0, 3));
+        const std::int32_t width = isWhole ? source.Width() : Random(1, 45);
+        const std::int32_t height = isWhole ? source.Height() : Random(1, 35);
+        const tagRECT all = source.Record()->bounds;
+        Copy copy{isWhole ? all : RandomRect(width, height),
+                  isWhole ? all : RandomRect(width, height), static_cast<Masking>(Random(0, 3)),
+                  255};
         const bool isMixed = Random(0, 1) == 1;
-        copy.opacity = isMixed ? std::min(Random(0, 300), 255) : 255;
+        if (isMixed) copy.opacity = std::min(Random(0, 300), 255);
         AnyMask mask(copy.masking, width, height, random_);
-        const auto mode = static_cast<std::uint16_t>(
-            mask.Mode() | (isMixed ? kCopyWithOpacity | copy.opacity : copy.opacity & 0));
-        if (copy.opacity > 0) {
-            CopyByTheRules(
-                source, expected, copy,
-                [&](std::int32_t x, std::int32_t y) { return mask.At(x, y); }, 127);
-        }
-        tpixCopyRgn(source.Handle(), actual.Handle(), &copy.from, &copy.to, mode, mask.Argument());
+        const int mode = mask.Mode() | (isMixed ? kCopyWithOpacity | copy.opacity : 0);
+        CopyByTheRules(
+            source, expected, copy, [&](std::int32_t x, std::int32_t y) { return mask.At(x, y); },
+            127);
+        tpixCopyRgn(source.Handle(), actual.Handle(), &copy.from, &copy.to,
+                    static_cast<std::uint16_t>(mode), mask.Argument());
         const bool isMixedByRenderer = copy.masking == Masking::None && copy.opacity < 255;
         ExpectSame(actual, expected, isMixedByRenderer ? 1 : 0);
         if (HasFailure()) return;
-    }
-}
-
-TEST_F(CopyPix, WholePictures) {
-    for (const std::int32_t padding : {0, 8}) {
-        const LocalRecord source(33, 17, padding, random_);
-        LocalRecord actual(33, 17, padding, random_);
-        LocalRecord expected = actual;
-        const tagRECT all = source.Record()->bounds;
-        CopyByTheRules(
-            source, expected, {all, all, Masking::None, 255},
-            [](std::int32_t, std::int32_t) { return 255; }, 0);
-        MyCopyPix(source.Record(), actual.Record(), &all, &all, 0x80FF, nullptr);
-        ExpectSame(actual, expected, 0);
     }
 }
 
@@ -236,15 +203,12 @@ TEST_F(CopyPix, WholePictures) {
 TEST_F(CopyPix, BothBlendTables) {
     LocalRecord source(256, 256, 0, random_);
     LocalRecord destination = source;
-    for (std::int32_t y = 0; y < 256; ++y) {
-        for (std::int32_t x = 0; x < 256; ++x) {
-            source.Set(x, y, Pixel{}), destination.Set(x, y, Pixel{});
-            const auto s = static_cast<std::uint8_t>(x);
-            const auto d = static_cast<std::uint8_t>(y);
-            source.Set(x, y, {s, s, s, s});
-            destination.Set(x, y, {d, d, d, d});
-        }
-    }
+    const auto grey = [](std::int32_t inValue) {
+        const auto value = static_cast<std::uint8_t>(inValue);
+        return Pixel{value, value, value, value};
+    };
+    source.Paint([&](std::int32_t x, std::int32_t) { return grey(x); });
+    destination.Paint([&](std::int32_t, std::int32_t y) { return grey(y); });
     const tagRECT all = {0, 0, 256, 256};
     const std::vector<std::uint8_t> bits(32 * 256, 0xFF);
     const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, bits.size());
@@ -252,11 +216,10 @@ TEST_F(CopyPix, BothBlendTables) {
     for (const int opacity : {1, 2, 100, 127, 128, 253, 254}) {
         const auto mode = static_cast<std::uint16_t>(kCopyWithOpacity | opacity);
         const Copy copy{all, all, Masking::Bits, opacity};
-        const auto everything = [](std::int32_t, std::int32_t) { return 255; };
         for (const int rounding : {0, 127}) {
             LocalRecord actual = destination;
             LocalRecord expected = destination;
-            CopyByTheRules(source, expected, copy, everything, rounding);
+            CopyByTheRules(source, expected, copy, Everything, rounding);
             if (rounding == 0) {
                 CopyMaskTPix(source.Record(), actual.Record(), &all, &all, mode, bits.data());
             } else {
@@ -281,11 +244,9 @@ TEST_F(CopyPix, MaskedCopiesOfPartsOfPictures) {
         const int opacity = std::min(Random(0, 400), 255);
         const tagRECT from = {4, 3, 4 + width, 3 + height};
         const tagRECT to = {1, 2, 1 + width, 2 + height};
-        if (opacity > 0) {
-            CopyByTheRules(
-                source, expected, {from, to, Masking::Bits, opacity},
-                [&](std::int32_t x, std::int32_t y) { return mask.At(x, y); }, 0);
-        }
+        CopyByTheRules(
+            source, expected, {from, to, Masking::Bits, opacity},
+            [&](std::int32_t x, std::int32_t y) { return mask.At(x, y); }, 0);
         CopyMaskTPix(source.Record(), actual.Record(), &from, &to,
                      static_cast<std::uint16_t>(kCopyWithOpacity | opacity), mask.Bits());
         ExpectSame(actual, expected, 0);
@@ -311,16 +272,14 @@ TEST_F(CopyPix, ScaledRectanglesAreCutInProportion) {
         {{-1, 0, 1, 4}, {0, 0, 1, 2}, {0, 0, 1, 2}},
     };
     LocalRecord source(100, 100, 4, random_);
-    for (std::int32_t i = 0; i < 100 * 100; ++i)
-        source.Set(i % 100, i / 100, {1, 2, 3, 255});
+    source.Paint([](std::int32_t, std::int32_t) { return Pixel{1, 2, 3, 255}; });
     for (const Case& one : kCases) {
         SCOPED_TRACE(&one - kCases);
         LocalRecord actual(120, 120, 0, random_);
         LocalRecord expected = actual;
-        for (std::int32_t y = one.drawn.top; y < one.drawn.bottom; ++y) {
-            for (std::int32_t x = one.drawn.left; x < one.drawn.right; ++x)
-                expected.Set(x, y, {1, 2, 3, 255});
-        }
+        expected.Paint([&](std::int32_t x, std::int32_t y) {
+            return IsIn(one.drawn, x, y) ? Pixel{1, 2, 3, 255} : actual.At(x, y);
+        });
         tpixCopy(source.Handle(), actual.Handle(), &one.from, &one.to, 0x8000 | 77);
         ExpectSame(actual, expected, 0);
     }
@@ -334,18 +293,17 @@ TEST_F(CopyPix, ScaledRectanglesAreCutInProportion) {
     ExpectSame(actual, expected, 0);
 }
 
+// Every mask over a few pairs of bytes.
 TEST_F(CopyPix, MaskOfBytes) {
-    // Every colour byte of the example, and every mask over a few pairs of bytes.
     for (int mask = 0; mask < 256; ++mask) {
         const auto m = static_cast<std::uint8_t>(mask);
-        for (const auto& [s, d] : {std::pair{200, 100}, {0, 255}, {255, 0}, {13, 14}, {90, 90}}) {
-            const auto source = static_cast<std::uint8_t>(s);
-            const auto destination = static_cast<std::uint8_t>(d);
-            const Pixel from = {source, source, source, source};
-            Pixel to = {destination, destination, destination, destination};
+        for (const auto& [s, d] :
+             {std::pair<std::uint8_t, std::uint8_t>{200, 100}, {0, 255}, {255, 0}, {13, 14}}) {
+            const Pixel from = {s, s, s, s};
+            Pixel to = {d, d, d, d};
             const Pixel expected = ThroughByte(from, to, mask);
             CopyMask8(from.data(), to.data(), 1, 1, 4, 4, 1, &m);
-            ASSERT_EQ(to, expected) << mask << ", " << s << " over " << d;
+            ASSERT_EQ(to, expected) << mask << ", " << int{s} << " over " << int{d};
         }
     }
     EXPECT_EQ((ThroughByte({200, 0, 0, 0}, {100, 0, 0, 0}, 128)[0]), 150);
@@ -356,23 +314,26 @@ TEST_F(CopyPix, BadInputDrawsNothing) {
     LocalRecord actual(8, 8, 0, random_);
     const LocalRecord expected = actual;
     const tagRECT all = {0, 0, 8, 8};
+    const auto copy = [&](const tagRECT& inFrom, const tagRECT& inTo, int inMode, void* inMask) {
+        MyCopyPix(source.Record(), actual.Record(), &inFrom, &inTo,
+                  static_cast<std::uint16_t>(inMode), inMask);
+    };
     constexpr std::int32_t kFar = std::numeric_limits<std::int32_t>::max();
     for (const tagRECT& rect :
          {tagRECT{4, 4, 4, 8}, tagRECT{5, 0, 3, 8}, tagRECT{0, 8, 8, 16}, tagRECT{-8, 0, 0, 8},
           tagRECT{-kFar - 1, 0, kFar, 8}, tagRECT{kFar - 8, 0, kFar, 8}}) {
-        MyCopyPix(source.Record(), actual.Record(), &rect, &all, 0, nullptr);
-        MyCopyPix(source.Record(), actual.Record(), &all, &rect, 0, nullptr);
-        const tagRECT moved = {rect.left, rect.top, rect.right, rect.bottom};
-        MyCopyPix(source.Record(), actual.Record(), &rect, &moved, 0, nullptr);
+        copy(rect, all, 0, nullptr);
+        copy(all, rect, 0, nullptr);
+        copy(rect, rect, 0, nullptr);
     }
-    MyCopyPix(source.Record(), actual.Record(), &all, &all, 0x8000, nullptr);
     const HGLOBAL small = GlobalAlloc(GMEM_MOVEABLE, 3);
     const HGLOBAL freed = GlobalAlloc(GMEM_MOVEABLE, 16);
     GlobalFree(freed);
     TPix* disposed = nullptr;
-    MyCopyPix(source.Record(), actual.Record(), &all, &all, kCopyMaskIs1Bit, small);
-    MyCopyPix(source.Record(), actual.Record(), &all, &all, kCopyMaskIs1Bit, freed);
-    MyCopyPix(source.Record(), actual.Record(), &all, &all, kCopyMaskIs8Bit, &disposed);
+    copy(all, all, 0x8000, nullptr);
+    copy(all, all, kCopyMaskIs1Bit, small);
+    copy(all, all, kCopyMaskIs1Bit, freed);
+    copy(all, all, kCopyMaskIs8Bit, &disposed);
     CopyMaskTPix(source.Record(), actual.Record(), &all, &all, 0, nullptr);
     ExpectSame(actual, expected, 0);
     GlobalFree(small);
@@ -380,7 +341,7 @@ TEST_F(CopyPix, BadInputDrawsNothing) {
     // Without memory for a region's mask there is none.
     const HRGN corner = CreateRectRgn(0, 0, 1, 1);
     hoardex::FailAllocationsAfter(0);
-    MyCopyPix(source.Record(), actual.Record(), &all, &all, 0, corner);
+    copy(all, all, 0, corner);
     hoardex::FailAllocationsAfter(-1);
     EXPECT_EQ(actual.At(7, 7), source.At(7, 7));
     DeleteObject(corner);

@@ -1,6 +1,4 @@
 #include "Pictures.h"
-#include "support/Contracts.h"
-#include "support/SharedFolder.h"
 
 namespace raster_test {
 namespace {
@@ -10,15 +8,8 @@ class Screen {
   public:
     Screen(std::int32_t inWidth, std::int32_t inHeight) : width_(inWidth), height_(inHeight) {
         BITMAPINFO info{};
-        info.bmiHeader.biSize = sizeof info.bmiHeader;
-        info.bmiHeader.biWidth = inWidth;
-        info.bmiHeader.biHeight = -inHeight;
-        info.bmiHeader.biPlanes = 1;
-        info.bmiHeader.biBitCount = 32;
-        void* bits = nullptr;
-        bitmap_ = CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
-        bits_ = static_cast<std::uint8_t*>(bits);
-        context_ = CreateCompatibleDC(nullptr);
+        info.bmiHeader = {sizeof info.bmiHeader, inWidth, -inHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+        bitmap_ = CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits_, nullptr, 0);
         SelectObject(context_, bitmap_);
     }
     ~Screen() {
@@ -30,43 +21,35 @@ class Screen {
 
     HDC Context() const { return context_; }
     Pixel At(std::int32_t inX, std::int32_t inY) const {
-        Pixel pixel;
-        std::memcpy(pixel.data(), bits_ + 4 * (inY * width_ + inX), 4);
-        return pixel;
+        return static_cast<const Pixel*>(bits_)[inY * width_ + inX];
     }
-    std::int32_t Width() const { return width_; }
-    std::int32_t Height() const { return height_; }
+    template <class ColourAt>
+    void ExpectShows(const ColourAt& inColourAt) const {
+        for (std::int32_t i = 0; i < width_ * height_; ++i) {
+            const std::int32_t x = i % width_, y = i / width_;
+            ASSERT_EQ(At(x, y), inColourAt(x, y)) << x << ", " << y;
+        }
+    }
 
   private:
     std::int32_t width_, height_;
     HBITMAP bitmap_ = nullptr;
-    HDC context_ = nullptr;
-    std::uint8_t* bits_ = nullptr;
+    HDC context_ = CreateCompatibleDC(nullptr);
+    void* bits_ = nullptr;
 };
 
-class Display : public testing::Test {
-  protected:
-    Display() { VF::Initialize(); }
-    ~Display() override { VF::Shutdown(); }
-
-    support::SharedFolder folder_;
-    std::mt19937 random_{3};
-};
+using Display = RasterTest;
 
 // Records with tight lines and with wider ones: the bitmap handed on is as wide as the lines.
 TEST_F(Display, DrawsPartsOneToOne) {
     for (const std::int32_t padding : {0, 8}) {
         LocalRecord record(20, 10, padding, random_);
         const Screen screen(16, 12);
-        const tagRECT from = {5, 2, 15, 9};
-        const tagRECT to = {3, 1, 13, 8};
+        const tagRECT from = {5, 2, 15, 9}, to = {3, 1, 13, 8};
         EXPECT_EQ(tpixToScreen(record.Handle(), screen.Context(), &from, &to), 0);
-        for (std::int32_t y = 0; y < screen.Height(); ++y) {
-            for (std::int32_t x = 0; x < screen.Width(); ++x) {
-                ASSERT_EQ(screen.At(x, y), IsIn(to, x, y) ? record.At(x + 2, y + 1) : Pixel{})
-                    << x << ", " << y;
-            }
-        }
+        screen.ExpectShows([&](std::int32_t x, std::int32_t y) {
+            return IsIn(to, x, y) ? record.At(x + 2, y + 1) : Pixel{};
+        });
     }
 }
 
@@ -74,40 +57,34 @@ TEST_F(Display, DrawsPartsOneToOne) {
 TEST_F(Display, ScalesSmallAndLargeSources) {
     for (const auto& [width, height] : {std::pair{40, 20}, {802, 10}, {10, 604}, {800, 600}}) {
         SCOPED_TRACE(width);
+        const auto quarter = [](bool inIsLeft, bool inIsAbove) {
+            return Pixel{static_cast<std::uint8_t>(inIsLeft ? 50 : 200),
+                         static_cast<std::uint8_t>(inIsAbove ? 60 : 190), 7, 255};
+        };
+        const tagRECT from = {0, 0, width, height}, to = {2, 4, 22, 24};
         LocalRecord record(width, height, 0, random_);
-        for (std::int32_t i = 0; i < width * height; ++i) {
-            const std::int32_t x = i % width;
-            const std::int32_t y = i / width;
-            record.Set(x, y,
-                       {static_cast<std::uint8_t>(x < width / 2 ? 50 : 200),
-                        static_cast<std::uint8_t>(y < height / 2 ? 60 : 190), 7, 255});
-        }
+        record.Paint([&](std::int32_t x, std::int32_t y) {
+            return quarter(x < from.right / 2, y < from.bottom / 2);
+        });
         const Screen screen(30, 30);
-        const tagRECT from = {0, 0, width, height};
-        const tagRECT to = {2, 4, 22, 24};
         EXPECT_NE(DoDrawDib(record.Handle(), screen.Context(), &from, &to),
                   width > 800 || height > 600 ? 1 : 0);
-        for (std::int32_t y = 0; y < 30; ++y) {
-            for (std::int32_t x = 0; x < 30; ++x) {
-                // Along the borders of the quarters colours may mix.
-                if (std::abs(x - 12) <= 1 || std::abs(y - 14) <= 1) continue;
-                const Pixel expected = {static_cast<std::uint8_t>(x < 12 ? 50 : 200),
-                                        static_cast<std::uint8_t>(y < 14 ? 60 : 190), 7, 255};
-                ASSERT_EQ(screen.At(x, y), IsIn(to, x, y) ? expected : Pixel{}) << x << ", " << y;
-            }
-        }
+        screen.ExpectShows([&](std::int32_t x, std::int32_t y) {
+            // Along the borders of the quarters colours may mix.
+            if (std::abs(x - 12) <= 1 || std::abs(y - 14) <= 1) return screen.At(x, y);
+            return IsIn(to, x, y) ? quarter(x < 12, y < 14) : Pixel{};
+        });
     }
 }
 
 // A large source counts from the picture's corner once it is scaled first.
 TEST_F(Display, LargeScaledSourcesBeginAtTheCorner) {
     LocalRecord record(1000, 20, 0, random_);
-    for (std::int32_t i = 0; i < 1000 * 20; ++i)
-        record.Set(i % 1000, i / 1000,
-                   {static_cast<std::uint8_t>(i % 1000 < 900 ? 30 : 99), 0, 0, 255});
+    record.Paint([](std::int32_t x, std::int32_t) {
+        return Pixel{static_cast<std::uint8_t>(x < 900 ? 30 : 99), 0, 0, 255};
+    });
     const Screen screen(10, 10);
-    const tagRECT from = {100, 0, 1000, 20};
-    const tagRECT to = {0, 0, 10, 10};
+    const tagRECT from = {100, 0, 1000, 20}, to = {0, 0, 10, 10};
     DoDrawDib(record.Handle(), screen.Context(), &from, &to);
     EXPECT_EQ(screen.At(9, 5)[0], 30);
 }
@@ -115,9 +92,7 @@ TEST_F(Display, LargeScaledSourcesBeginAtTheCorner) {
 TEST_F(Display, BadInput) {
     LocalRecord record(900, 8, 0, random_);
     const Screen screen(8, 8);
-    const tagRECT from = {0, 0, 900, 8};
-    const tagRECT to = {0, 0, 8, 8};
-    const tagRECT empty = {3, 3, 3, 3};
+    const tagRECT from = {0, 0, 900, 8}, to = {0, 0, 8, 8}, empty = {3, 3, 3, 3};
     EXPECT_EQ(tpixToScreen(record.Handle(), nullptr, &from, &to), 1);
     EXPECT_EQ(tpixToScreen(record.Handle(), screen.Context(), &from, &empty), 0);
     EXPECT_EQ(tpixToScreen(record.Handle(), screen.Context(), &empty, &to), 0);

@@ -9,11 +9,30 @@
 #include <vector>
 
 #include "VideoFrame/VideoFrame.h"
+#include "support/Contracts.h"
+#include "support/SharedFolder.h"
 
 namespace raster_test {
 
+using Bytes = std::vector<std::uint8_t>;
+
 /// Blue, green, red, alpha.
 using Pixel = std::array<std::uint8_t, 4>;
+
+inline void FillWithNoise(Bytes& outBytes, std::mt19937& ioRandom) {
+    for (std::uint8_t& byte : outBytes)
+        byte = static_cast<std::uint8_t>(ioRandom() >> 8);
+}
+
+/// With the library initialized, which puts the table of functions in place.
+class RasterTest : public testing::Test {
+  protected:
+    RasterTest() { VF::Initialize(); }
+    ~RasterTest() override { VF::Shutdown(); }
+
+    support::SharedFolder folder_;
+    std::mt19937 random_{11};
+};
 
 class LocalRecord {
   public:
@@ -22,8 +41,7 @@ class LocalRecord {
                 std::mt19937& ioRandom)
         : memory_(kGuard + static_cast<std::size_t>((4 * inWidth + inPadding) * inHeight) +
                   kGuard) {
-        for (std::uint8_t& byte : memory_)
-            byte = static_cast<std::uint8_t>(ioRandom() >> 8);
+        FillWithNoise(memory_, ioRandom);
         record_.bounds = {0, 0, inWidth, inHeight};
         record_.rowbytes = 4 * inWidth + inPadding;
         record_.depth = 32;
@@ -48,8 +66,14 @@ class LocalRecord {
         std::memcpy(Place(inX, inY), inPixel.data(), 4);
     }
 
+    template <class ColourAt>
+    void Paint(const ColourAt& inColourAt) {
+        for (std::int32_t i = 0; i < Width() * Height(); ++i)
+            Set(i % Width(), i / Width(), inColourAt(i % Width(), i / Width()));
+    }
+
     /// Pixels, paddings and guards.
-    const std::vector<std::uint8_t>& Memory() const { return memory_; }
+    const Bytes& Memory() const { return memory_; }
 
   private:
     static constexpr std::size_t kGuard = 64;
@@ -61,7 +85,7 @@ class LocalRecord {
 
     TPix record_{};
     TPix* master_ = &record_;
-    std::vector<std::uint8_t> memory_;
+    Bytes memory_;
 };
 
 inline bool IsIn(const tagRECT& inRect, std::int32_t inX, std::int32_t inY) {

@@ -8,124 +8,111 @@ namespace {
 using support::Canvas;
 using tulomediatypes::PixelFormat;
 
+constexpr PixelFormat kBgra = OV::kPixelFormat_BGRA_4444_8u;
+
 /// A record over a new frame that holds a pattern, converted into the format.
 class PatternRecord {
   public:
     PatternRecord(PixelFormat inFormat, std::int32_t inWidth, std::int32_t inHeight, int inSeed)
-        : pattern_(support::Paint(inWidth, inHeight,
-                                  [&](std::int32_t x, std::int32_t y) {
-                                      const auto byte = [&](int factor) {
-                                          return static_cast<std::uint8_t>(
-                                              60 + (x / 2 * factor + y * 7 + inSeed * 31) % 130);
-                                      };
-                                      return Pixel{byte(3), byte(5), byte(11), 255};
-                                  })),
+        : seed_(inSeed),
+          bounds_{0, 0, inWidth, inHeight},
           frame_(support::MakeFrame(static_cast<std::uint32_t>(inWidth),
                                     static_cast<std::uint32_t>(inHeight), inFormat)),
           handle_(VF::NewTPixFromVideoFrame(frame_)) {
-        EXPECT_EQ(VF::VideoFrameManipulators::CopyFrame(pattern_.frame, frame_, 4), 0);
+        const Canvas pattern = support::Paint(
+            inWidth, inHeight, [&](std::int32_t x, std::int32_t y) { return Pattern(x, y); });
+        EXPECT_EQ(VF::VideoFrameManipulators::CopyFrame(pattern.frame, frame_, 4), 0);
     }
     ~PatternRecord() { VF::DisposeTPixFromVideoFrame(handle_); }
     PatternRecord(const PatternRecord&) = delete;
     PatternRecord& operator=(const PatternRecord&) = delete;
 
     TPixHand Handle() const { return handle_; }
-    Pixel Pattern(std::int32_t inX, std::int32_t inY) const { return pattern_.At(inX, inY); }
+    const tagRECT& Bounds() const { return bounds_; }
+    Pixel Pattern(std::int32_t inX, std::int32_t inY) const {
+        const auto byte = [&](int inFactor) {
+            return static_cast<std::uint8_t>(60 +
+                                             (inX / 2 * inFactor + inY * 7 + seed_ * 31) % 130);
+        };
+        return Pixel{byte(3), byte(5), byte(11), 255};
+    }
 
     /// What the frame shows, in BGRA.
     Canvas Shown() const {
-        const Brix::Rect bounds = frame_->GetBounds();
-        const Canvas shown{support::MakeFrame(static_cast<std::uint32_t>(bounds.right),
-                                              static_cast<std::uint32_t>(bounds.bottom))};
+        const Canvas shown{support::MakeFrame(static_cast<std::uint32_t>(bounds_.right),
+                                              static_cast<std::uint32_t>(bounds_.bottom))};
         EXPECT_EQ(VF::VideoFrameManipulators::CopyFrame(frame_, shown.frame, 4), 0);
         return shown;
     }
+    template <class ColourAt>
+    void ExpectShows(const ColourAt& inColourAt, int inTolerance = 0) const {
+        const Canvas shown = Shown();
+        for (std::int32_t i = 0; i < 4 * bounds_.right * bounds_.bottom; ++i) {
+            const std::int32_t x = i / 4 % bounds_.right, y = i / 4 / bounds_.right;
+            const auto c = static_cast<std::size_t>(i % 4);
+            ASSERT_NEAR(shown.At(x, y)[c], inColourAt(x, y)[c], inTolerance) << x << ", " << y;
+        }
+    }
 
   private:
-    Canvas pattern_;
+    int seed_;
+    tagRECT bounds_;
     VF::VideoFrameRef frame_;
     TPixHand handle_;
 };
 
-template <class ColourAt>
-void ExpectShows(const PatternRecord& inRecord, const ColourAt& inColourAt, int inTolerance) {
-    const Canvas shown = inRecord.Shown();
-    for (std::int32_t y = 0; y < shown.Height(); ++y) {
-        for (std::int32_t x = 0; x < shown.Width(); ++x) {
-            const Pixel found = shown.At(x, y);
-            const Pixel expected = inColourAt(x, y);
-            for (std::size_t c = 0; c < 4; ++c)
-                ASSERT_NEAR(found[c], expected[c], inTolerance) << x << ", " << y;
-        }
-    }
-}
-
 constexpr std::pair<PixelFormat, int> kFormats[] = {
-    {OV::kPixelFormat_BGRA_4444_8u, 0},
+    {kBgra, 0},
     {tulomediatypes::kPixelFormat_ARGB_4444_8u, 0},
     {OV::kPixelFormat_VUYA_4444_8u, 3},
     {OV::kPixelFormat_BGRA_4444_32f, 0},
 };
 
+// What hangs out is cut; so is what the source does not hold from the point on.
 TEST(StraightCopy, ConvertsRectangles) {
+    constexpr std::pair<POINT, tagRECT> kPlaces[] = {
+        {{7, -5}, {-3, 4, 9, 30}}, {{14, 7}, {0, 0, 16, 10}}, {{0, 0}, {16, 0, 20, 10}},
+        {{20, 0}, {0, 0, 16, 10}}, {{0, 0}, {0, 0, 16, 10}},
+    };
     for (const auto& [from, fromError] : kFormats) {
         for (const auto& [to, toError] : kFormats) {
-            const PatternRecord source(from, 20, 12, 1);
-            const PatternRecord destination(to, 16, 10, 2);
-            // Hangs out on the left and below; the point lies outside, above.
-            const tagRECT rect = {-3, 4, 9, 30};
-            tpixStraightCopyRect(source.Handle(), {7, -5}, destination.Handle(), &rect);
-            ExpectShows(
-                destination,
-                [&](std::int32_t x, std::int32_t y) {
-                    const bool isCopied = x < 9 && y >= 4;
-                    return isCopied ? source.Pattern(x + 7, y - 4) : destination.Pattern(x, y);
-                },
-                fromError + toError);
+            for (const auto& [point, rect] : kPlaces) {
+                const PatternRecord source(from, 20, 12, 1);
+                const PatternRecord destination(to, 16, 10, 2);
+                if (&rect == &std::end(kPlaces)[-1].second) {
+                    tpixStraightCopy(source.Handle(), destination.Handle());
+                } else {
+                    tpixStraightCopyRect(source.Handle(), point, destination.Handle(), &rect);
+                }
+                const auto colourAt = [&](std::int32_t x, std::int32_t y) {
+                    const std::int32_t fromX = std::max(point.x, 0) + x - std::max(rect.left, 0);
+                    const std::int32_t fromY = std::max(point.y, 0) + y - std::max(rect.top, 0);
+                    const bool isCopied = IsIn(rect, x, y) && IsIn(source.Bounds(), fromX, fromY);
+                    return isCopied ? source.Pattern(fromX, fromY) : destination.Pattern(x, y);
+                };
+                destination.ExpectShows(colourAt, fromError + toError);
+            }
         }
     }
-}
-
-TEST(StraightCopy, StopsWhereTheSourceEnds) {
-    const PatternRecord source(OV::kPixelFormat_BGRA_4444_8u, 6, 5, 1);
-    const PatternRecord destination(OV::kPixelFormat_BGRA_4444_8u, 16, 10, 2);
-    const auto pattern = [&](std::int32_t x, std::int32_t y) { return destination.Pattern(x, y); };
-    const tagRECT outside = {16, 0, 20, 10};
-    tpixStraightCopyRect(source.Handle(), {0, 0}, destination.Handle(), &outside);
-    const tagRECT all = {0, 0, 16, 10};
-    tpixStraightCopyRect(source.Handle(), {6, 0}, destination.Handle(), &all);
-    ExpectShows(destination, pattern, 0);
-    tpixStraightCopy(source.Handle(), destination.Handle());
-    ExpectShows(
-        destination,
-        [&](std::int32_t x, std::int32_t y) {
-            return x < 6 && y < 5 ? source.Pattern(x, y) : destination.Pattern(x, y);
-        },
-        0);
 }
 
 TEST(StraightScale, ScalesRectanglesAndCutsThem) {
     for (const auto& [format, error] : kFormats) {
         const PatternRecord source(format, 20, 12, 1);
-        const PatternRecord destination(OV::kPixelFormat_BGRA_4444_8u, 16, 10, 2);
+        const PatternRecord destination(kBgra, 16, 10, 2);
         tagRECT from = {10, -3, 40, 5};
         tagRECT to = {-2, 5, 10, 99};
-        tpixStraightScaleRect(source.Handle(), &from, destination.Handle(), &to);
-        EXPECT_EQ(from.right, 20);
-        EXPECT_EQ(from.top, 0);
-        EXPECT_EQ(to.left, 0);
-        EXPECT_EQ(to.bottom, 10);
-        // The same size now, so nothing is blurred.
-        ExpectShows(
-            destination,
-            [&](std::int32_t x, std::int32_t y) {
-                return x < 10 && y >= 5 ? source.Pattern(x + 10, y - 5) : destination.Pattern(x, y);
-            },
-            error);
         tagRECT nothing = {30, 0, 40, 5};
+        tpixStraightScaleRect(source.Handle(), &from, destination.Handle(), &to);
+        EXPECT_TRUE(from.right == 20 && from.top == 0 && to.left == 0 && to.bottom == 10);
         tpixStraightScaleRect(source.Handle(), &nothing, destination.Handle(), &to);
+        // The same size once cut, so nothing is blurred.
+        const auto colourAt = [&](std::int32_t x, std::int32_t y) {
+            return x < 10 && y >= 5 ? source.Pattern(x + 10, y - 5) : destination.Pattern(x, y);
+        };
+        destination.ExpectShows(colourAt, error);
     }
-    const PatternRecord small(OV::kPixelFormat_BGRA_4444_8u, 2, 2, 3);
+    const PatternRecord small(kBgra, 2, 2, 3);
     const PatternRecord large(OV::kPixelFormat_VUYA_4444_8u, 8, 6, 4);
     tpixStraightScale(small.Handle(), large.Handle());
     for (const auto& [x, y] : {std::pair{0, 0}, {7, 5}}) {
@@ -135,68 +122,55 @@ TEST(StraightScale, ScalesRectanglesAndCutsThem) {
 }
 
 TEST(OneBitMaskComposite, TakesPixelsByTheirBits) {
-    const PatternRecord a(OV::kPixelFormat_BGRA_4444_8u, 24, 14, 1);
+    const PatternRecord a(kBgra, 24, 14, 1);
     const PatternRecord b(tulomediatypes::kPixelFormat_ARGB_4444_8u, 22, 13, 2);
-    const PatternRecord destination(OV::kPixelFormat_BGRA_4444_8u, 20, 12, 3);
-    std::vector<std::uint8_t> mask(4 * 12);
+    const PatternRecord destination(kBgra, 20, 12, 3);
+    Bytes mask(4 * 12);
     std::mt19937 random(1);
-    for (std::uint8_t& byte : mask)
-        byte = static_cast<std::uint8_t>(random() >> 8);
+    FillWithNoise(mask, random);
     const auto isSet = [&](std::int32_t x, std::int32_t y) {
         return (mask[static_cast<std::size_t>(4 * y + x / 8)] >> (7 - x % 8) & 1) != 0;
     };
     const tagRECT rect = {2, 3, 15, 11};
     tpixOneBitMaskCompositeRect(a.Handle(), {4, 5}, b.Handle(), {1, 2}, destination.Handle(), &rect,
                                 mask.data(), {3, 1});
-    ExpectShows(
-        destination,
-        [&](std::int32_t x, std::int32_t y) {
-            if (!IsIn(rect, x, y)) return destination.Pattern(x, y);
-            return isSet(x + 1, y - 2) ? a.Pattern(x + 2, y + 2) : b.Pattern(x - 1, y - 1);
-        },
-        0);
+    destination.ExpectShows([&](std::int32_t x, std::int32_t y) {
+        if (!IsIn(rect, x, y)) return destination.Pattern(x, y);
+        return isSet(x + 1, y - 2) ? a.Pattern(x + 2, y + 2) : b.Pattern(x - 1, y - 1);
+    });
     tpixOneBitMaskComposite(a.Handle(), b.Handle(), destination.Handle(), mask.data());
-    ExpectShows(
-        destination,
-        [&](std::int32_t x, std::int32_t y) {
-            return isSet(x, y) ? a.Pattern(x, y) : b.Pattern(x, y);
-        },
-        0);
+    destination.ExpectShows([&](std::int32_t x, std::int32_t y) {
+        return isSet(x, y) ? a.Pattern(x, y) : b.Pattern(x, y);
+    });
 }
 
 TEST(OneBitMaskComposite, TakesPixelsByARegion) {
-    const PatternRecord a(OV::kPixelFormat_BGRA_4444_8u, 20, 12, 1);
-    const PatternRecord b(OV::kPixelFormat_BGRA_4444_8u, 20, 12, 2);
-    const PatternRecord destination(OV::kPixelFormat_BGRA_4444_8u, 20, 12, 3);
+    const PatternRecord a(kBgra, 20, 12, 1), b(kBgra, 20, 12, 2), destination(kBgra, 20, 12, 3);
     const HRGN region = CreateRectRgn(-5, 2, 7, 40);
-    hoardex::FailAllocationsAfter(0);
-    tpixOneBitMaskRegionComposite(a.Handle(), b.Handle(), destination.Handle(), region);
-    hoardex::FailAllocationsAfter(-1);
-    ExpectShows(
-        destination, [&](std::int32_t x, std::int32_t y) { return destination.Pattern(x, y); }, 0);
-    tpixOneBitMaskRegionComposite(a.Handle(), b.Handle(), destination.Handle(), region);
-    ExpectShows(
-        destination,
-        [&](std::int32_t x, std::int32_t y) {
-            return x < 7 && y >= 2 ? a.Pattern(x, y) : b.Pattern(x, y);
-        },
-        0);
+    for (const bool hasMemory : {false, true}) {
+        hoardex::FailAllocationsAfter(hasMemory ? -1 : 0);
+        tpixOneBitMaskRegionComposite(a.Handle(), b.Handle(), destination.Handle(), region);
+        hoardex::FailAllocationsAfter(-1);
+        destination.ExpectShows([&](std::int32_t x, std::int32_t y) {
+            return (!hasMemory ? destination : x < 7 && y >= 2 ? a : b).Pattern(x, y);
+        });
+    }
     DeleteObject(region);
 }
 
 TEST(CompositeToBlack, LaysOverBlackWhatIsAlike) {
     std::mt19937 random(1);
-    LocalRecord source(9, 5, 4, random);
-    LocalRecord destination(9, 5, 0, random);
-    LocalRecord smaller(8, 5, 0, random);
+    LocalRecord source(9, 5, 4, random), destination(9, 5, 0, random), smaller(8, 5, 0, random);
     const LocalRecord before = smaller;
-    for (std::int32_t i = 0; i < 45; ++i)
-        source.Set(i % 9, i / 9, {200, 100, 50, static_cast<std::uint8_t>(i % 2 == 0 ? 255 : 0)});
+    source.Paint([](std::int32_t x, std::int32_t y) {
+        return Pixel{200, 100, 50, static_cast<std::uint8_t>((x + y) % 2 == 0 ? 255 : 0)};
+    });
     tpixCompositeToBlack(source.Handle(), smaller.Handle());
     EXPECT_EQ(smaller.Memory(), before.Memory());
     tpixCompositeToBlack(source.Handle(), destination.Handle());
     for (std::int32_t i = 0; i < 45; ++i) {
-        const Pixel expected = i % 2 == 0 ? Pixel{200, 100, 50, 255} : Pixel{0, 0, 0, 255};
+        const Pixel expected =
+            source.At(i % 9, i / 9)[3] ? Pixel{200, 100, 50, 255} : Pixel{0, 0, 0, 255};
         ASSERT_EQ(destination.At(i % 9, i / 9), expected);
     }
 }
