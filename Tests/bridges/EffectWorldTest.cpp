@@ -75,10 +75,10 @@ TEST_F(EffectWorld, DescribesFramesAndTouchesNothingElse) {
 }
 
 TEST_F(EffectWorld, MakesFramesThatRunUpwards) {
-    std::int32_t pixelBytes = 4;
-    std::uint32_t depthFlags = 0;
-    for (const auto format : {OV::kPixelFormat_BGRA_4444_8u, OV::kPixelFormat_BGRA_4444_16u,
-                              OV::kPixelFormat_BGRA_4444_32f}) {
+    for (const auto& [format, pixelBytes, depthFlags] :
+         {std::tuple{OV::kPixelFormat_BGRA_4444_8u, 4, 0U},
+          {OV::kPixelFormat_BGRA_4444_16u, 8, 1U},
+          {OV::kPixelFormat_BGRA_4444_32f, 16, 0U}}) {
         World world;
         ASSERT_TRUE(VF::NewGF_WorldWithNewVideoFrame(kWidth, 5, format, {16, 15}, world.record));
         GF_Pixel* const pixels = world.record.pixelData;
@@ -87,8 +87,6 @@ TEST_F(EffectWorld, MakesFramesThatRunUpwards) {
                   World::Expected(pixels, kWidth * pixelBytes, 5, depthFlags).bytes_);
         EXPECT_EQ(VF::GetGFWorldVideoFramePixelType(pixels), format);
         VF::DisposeGF_WorldFromVideoFrame(pixels);
-        depthFlags = pixelBytes == 4 ? 1 : 0;
-        pixelBytes *= 2;
     }
 }
 

@@ -127,11 +127,10 @@ TEST_F(CrashTest, ManyThreadsShareTheService) {
             if (i % 50 == inThread + 10) SetRetainedBytesLimit((1 + inThread % 2) * kMiB);
         }
     };
-    {
-        std::vector<std::jthread> threads;
-        for (std::uint32_t i = 0; i < 6; ++i)
-            threads.emplace_back(work, i);
-    }
+    std::vector<std::jthread> threads;
+    for (std::uint32_t i = 0; i < 6; ++i)
+        threads.emplace_back(work, i);
+    threads.clear();
     EXPECT_EQ(mistakes, 0U);
     EXPECT_GE(publications, kGuids);
 }

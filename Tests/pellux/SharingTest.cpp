@@ -35,9 +35,8 @@ TEST_F(SharingTest, ProcessesSeeEachOthersPublications) {
     ASSERT_EQ(Publish(MakeGuid(4), 64), kSuccess);
     // Guid, process, size, error code, whether it is an alias
     std::vector<std::tuple<std::uint32_t, pid_t, std::uint64_t, std::int32_t, bool>> list;
-    for (const Publication& each : ListBinaryData()) {
+    for (const Publication& each : ListBinaryData())
         list.emplace_back(each.guid.part1, each.process, each.size, each.errorCode, each.isAlias);
-    }
     std::sort(list.begin(), list.end());
     EXPECT_EQ(list, (decltype(list){{1, other.Id(), kSize, 0, false},
                                     {2, other.Id(), 0, -9, false},
@@ -114,16 +113,14 @@ TEST_F(SharingTest, WaitersAreWokenByDataAliasesAndErrors) {
             Check(IsWhole(reference, data, 4096) == !(guid == error));
         }
     });
-    const auto letItWait = [&] {
+    for (const Guid& guid : {data, alias, error}) {
         EXPECT_TRUE(waiter.Hear());
         std::this_thread::sleep_for(20ms);
-    };
-    letItWait();
-    ASSERT_EQ(Publish(data, 4096), kSuccess);
-    letItWait();
-    ASSERT_EQ(MakeBinaryDataAlias(data, Get(data), alias), kSuccess);
-    letItWait();
-    ASSERT_EQ(PutBinaryDataGenerationError(error, -77), kSuccess);
+        EXPECT_EQ(guid == data    ? Publish(data, 4096)
+                  : guid == alias ? MakeBinaryDataAlias(data, Get(data), alias)
+                                  : PutBinaryDataGenerationError(error, -77),
+                  kSuccess);
+    }
     EXPECT_TRUE(waiter.Join());
 }
 

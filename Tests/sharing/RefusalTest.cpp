@@ -16,14 +16,11 @@ namespace {
 enum class Refusal { kNone, kBuffer, kEmptyReference, kAddress, kShortBuffer, kCompletion };
 
 struct Service {
-    Service() = default;
-    explicit Service(Refusal inRefusal) : refusal(inRefusal) {}
-
     Refusal refusal = Refusal::kNone;
     int handBacks = 0;
     int completions = 0;
-    std::vector<std::int32_t> errors;
-    Guid errorGuid;
+    std::vector<std::int32_t> errors{};
+    Guid errorGuid{};
 };
 Service gService;
 
@@ -76,7 +73,7 @@ TEST(Refusal, EachStepEndsInOneErrorAndNothingPublished) {
     const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
     for (const Refusal refusal : {Refusal::kBuffer, Refusal::kEmptyReference, Refusal::kAddress,
                                   Refusal::kShortBuffer, Refusal::kCompletion}) {
-        gService = Service(refusal);
+        gService = {refusal};
         const Guid guid = Guid::Generate();
         WritableBinaryReferencePtr reference;
         EXPECT_EQ(VF::PublishVideoFrameProvidingReference(frame, guid, reference),
@@ -86,7 +83,7 @@ TEST(Refusal, EachStepEndsInOneErrorAndNothingPublished) {
         EXPECT_EQ(gService.errorGuid, guid);
         EXPECT_EQ(gService.completions, 0);
     }
-    gService = Service();
+    gService = {};
     EXPECT_EQ(VF::PublishVideoFrame(frame, Guid::Generate()), 0);
     EXPECT_EQ(gService.completions, 1);
     EXPECT_EQ(gService.handBacks, 1);
@@ -96,12 +93,12 @@ TEST(Refusal, EachStepEndsInOneErrorAndNothingPublished) {
 TEST(Refusal, FrameInSharedMemoryFallsBackToTheRecycler) {
     VF::SetCreatePublishableVideoFrames(true);
     for (const Refusal refusal : {Refusal::kBuffer, Refusal::kEmptyReference, Refusal::kAddress}) {
-        gService = Service(refusal);
+        gService = {refusal};
         const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
         ASSERT_TRUE(frame);
         EXPECT_FALSE(support::Ask<VF::IPublishableVideoFrame>(frame));
     }
-    gService = Service();
+    gService = {};
     const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
     EXPECT_TRUE(support::Ask<VF::IPublishableVideoFrame>(frame));
     // Refused in place: the frame's own status comes back, with one error.
