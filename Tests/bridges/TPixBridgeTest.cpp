@@ -34,55 +34,42 @@ void ExpectRecord(TPixHand inHandle, const Place& inPlace, std::uint64_t inAspec
 
 TEST_F(TPixBridge, PointsIntoFrames) {
     struct Case {
-        std::uint32_t height;
+        std::int32_t height;
         bool asField;
         tulomediatypes::FieldType fieldType;
         int whichField;
         Place place;
+        bool isMade = false;  // by the bridge, with that field first
     };
+    // clang-format off
     constexpr Case kCases[] = {
         {10, false, 4, 0, {10, 0, 0, 0, 1, 0}}, {11, false, 2, 1, {11, 0, 0, 0, 1, 0}},
-        {10, true, 2, 0, {5, 0, 0, 1, 2, 1}},   {10, true, 2, 1, {5, 1, 0, 1, 2, 2}},
-        {10, true, 1, 0, {5, 1, 1, 0, 2, 1}},   {10, true, 1, 1, {5, 0, 1, 0, 2, 2}},
-        {10, true, 0, 0, {5, 1, 1, 0, 2, 1}},   {10, true, 3, 1, {5, 1, 1, 0, 2, 2}},
-        {11, true, 2, 0, {6, 0, 0, 1, 2, 1}},   {11, true, 2, 1, {5, 1, 0, 1, 2, 2}},
-        {11, true, 1, 0, {5, 1, 1, 0, 2, 1}},   {11, true, 1, 1, {6, 0, 1, 0, 2, 2}},
-        {11, true, 0, 1, {5, 1, 1, 0, 2, 2}},   {11, true, 3, 0, {5, 1, 1, 0, 2, 1}},
-        {10, true, 2, 7, {5, 1, 0, 1, 2, 2}},   {1, true, 2, 0, {1, 0, 0, 1, 2, 1}},
+        {10, true, 2, 0, {5, 0, 0, 1, 2, 1}}, {10, true, 2, 1, {5, 1, 0, 1, 2, 2}},
+        {10, true, 1, 0, {5, 1, 1, 0, 2, 1}}, {10, true, 1, 1, {5, 0, 1, 0, 2, 2}},
+        {10, true, 0, 0, {5, 1, 1, 0, 2, 1}}, {10, true, 3, 1, {5, 1, 1, 0, 2, 2}},
+        {11, true, 2, 0, {6, 0, 0, 1, 2, 1}}, {11, true, 2, 1, {5, 1, 0, 1, 2, 2}},
+        {11, true, 1, 0, {5, 1, 1, 0, 2, 1}}, {11, true, 1, 1, {6, 0, 1, 0, 2, 2}},
+        {11, true, 0, 1, {5, 1, 1, 0, 2, 2}}, {11, true, 3, 0, {5, 1, 1, 0, 2, 1}},
+        {10, true, 2, 7, {5, 1, 0, 1, 2, 2}}, {1, true, 2, 0, {1, 0, 0, 1, 2, 1}},
+        {10, false, 0, 0, {10, 0, 0, 0, 1, 0}, true}, {11, false, 0, 1, {11, 0, 0, 0, 1, 0}, true},
+        {10, true, 2, 1, {5, 0, 0, 1, 2, 2}, true}, {10, true, 1, 0, {5, 1, 0, 1, 2, 1}, true},
+        {11, true, 2, 1, {6, 1, 1, 0, 2, 2}, true}, {11, true, 1, 0, {5, 0, 1, 0, 2, 1}, true},
     };
-    for (const Case& one : kCases) {
-        SCOPED_TRACE(&one - kCases);
-        const VF::VideoFrameRef frame = MakeFrame(kWidth, one.height);
-        const TPixHand handle =
-            VF::NewTPixFromVideoFrame(frame, one.asField, one.fieldType, one.whichField);
-        EXPECT_EQ(VF::GetVideoFrameFromTPix(handle), frame);
-        ExpectRecord(handle, one.place, 1000U << 16 | 1000U);
-        VF::DisposeTPixFromVideoFrame(handle);
-    }
-}
-
-TEST_F(TPixBridge, MakesFrames) {
-    struct Case {
-        std::int32_t height;
-        bool asField;
-        int firstField;
-        Place place;
-        tulomediatypes::FieldType fieldType;
-    };
-    constexpr Case kCases[] = {
-        {10, false, 0, {10, 0, 0, 0, 1, 0}, 0}, {11, false, 1, {11, 0, 0, 0, 1, 0}, 0},
-        {10, true, 1, {5, 0, 0, 1, 2, 2}, 2},   {10, true, 0, {5, 1, 0, 1, 2, 1}, 1},
-        {11, true, 1, {6, 1, 1, 0, 2, 2}, 2},   {11, true, 0, {5, 0, 1, 0, 2, 1}, 1},
-    };
+    // clang-format on
     for (const Case& one : kCases) {
         SCOPED_TRACE(&one - kCases);
         const tagRECT bounds{3, -4, 3 + static_cast<int>(kWidth), one.height - 4};
+        const VF::VideoFrameRef frame = MakeFrame(kWidth, static_cast<std::uint32_t>(one.height));
         const TPixHand handle =
-            VF::NewTPixWithVideoFrame(&bounds, OV::kPixelFormat_BGRA_4444_8u, one.asField,
-                                      one.firstField, {0x8001, 0x12345}, 0, 0, 0);
+            one.isMade
+                ? VF::NewTPixWithVideoFrame(&bounds, OV::kPixelFormat_BGRA_4444_8u, one.asField,
+                                            one.whichField, {0x8001, 0x12345}, 0, 0, 0)
+                : VF::NewTPixFromVideoFrame(frame, one.asField, one.fieldType, one.whichField);
+        EXPECT_EQ(VF::GetVideoFrameFromTPix(handle) == frame, !one.isMade);
         // 0x8001 << 16 meets the upper bits of the denominator; nothing reaches the upper word.
-        ExpectRecord(handle, one.place, 0x80012345U);
-        EXPECT_EQ(VF::GetUnderlyingVideoFrameFieldType(handle), one.fieldType);
+        ExpectRecord(handle, one.place, one.isMade ? 0x80012345U : 1000U << 16 | 1000U);
+        EXPECT_EQ(VF::GetUnderlyingVideoFrameFieldType(handle),
+                  one.isMade ? one.fieldType : frame->GetFieldType());
         VF::DisposeTPixFromVideoFrame(handle);
     }
 }

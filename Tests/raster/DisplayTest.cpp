@@ -1,41 +1,29 @@
+#include <bit>
+
 #include "Pictures.h"
+#include "win32/Grids.h"
 
 namespace raster_test {
 namespace {
 
-/// A device context over memory, top line first.
-class Screen {
-  public:
-    Screen(std::int32_t inWidth, std::int32_t inHeight) : width_(inWidth), height_(inHeight) {
-        BITMAPINFO info{};
-        info.bmiHeader = {sizeof info.bmiHeader, inWidth, -inHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
-        bitmap_ = CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits_, nullptr, 0);
-        SelectObject(context_, bitmap_);
-    }
-    ~Screen() {
-        DeleteDC(context_);
-        DeleteObject(bitmap_);
-    }
-    Screen(const Screen&) = delete;
-    Screen& operator=(const Screen&) = delete;
+/// A device context over memory.
+struct Screen : win32_test::Canvas {
+    Screen(int inWidth, int inHeight, void* outBits = nullptr)
+        : Canvas(win32_test::Section(inWidth, -inHeight, &outBits), inWidth, inHeight),
+          width(inWidth),
+          height(inHeight) {}
 
-    HDC Context() const { return context_; }
-    Pixel At(std::int32_t inX, std::int32_t inY) const {
-        return static_cast<const Pixel*>(bits_)[inY * width_ + inX];
+    Pixel At(int inX, int inY) const {
+        return std::bit_cast<Pixel>(Read()[static_cast<std::size_t>(inY * width + inX)]);
     }
     template <class ColourAt>
     void ExpectShows(const ColourAt& inColourAt) const {
-        for (std::int32_t i = 0; i < width_ * height_; ++i) {
-            const std::int32_t x = i % width_, y = i / width_;
-            ASSERT_EQ(At(x, y), inColourAt(x, y)) << x << ", " << y;
-        }
+        ASSERT_EQ(Read(), win32_test::Grid(width, height, [&](int x, int y) {
+                      return std::bit_cast<std::uint32_t>(inColourAt(x, y));
+                  }));
     }
 
-  private:
-    std::int32_t width_, height_;
-    HBITMAP bitmap_ = nullptr;
-    HDC context_ = CreateCompatibleDC(nullptr);
-    void* bits_ = nullptr;
+    int width, height;
 };
 
 using Display = RasterTest;

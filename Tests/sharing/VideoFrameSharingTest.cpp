@@ -1,12 +1,11 @@
 #include "VideoFrame/VideoFrameSharing.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <vector>
 
+#include "pellux/ServiceTest.h"
 #include "support/Frames.h"
 #include "support/SharedFolder.h"
 
@@ -36,18 +35,18 @@ bool Holds(const void* inPixels, const std::vector<std::byte>& inPattern) {
     return std::memcmp(inPixels, inPattern.data(), inPattern.size()) == 0;
 }
 
+VF::VideoFrameRef Receive(const Guid& inGuid) {
+    BinaryReferencePtr reference;
+    processcoordination::GetBinaryDataIfAvailable(inGuid, reference);
+    VF::VideoFrameRef frame;
+    EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference(reference, inGuid, frame), 0);
+    return frame;
+}
+
 class Sharing : public testing::Test {
   protected:
     void SetUp() override { VF::Initialize(); }
     void TearDown() override { VF::Shutdown(); }
-
-    static VF::VideoFrameRef Receive(const Guid& inGuid) {
-        BinaryReferencePtr reference;
-        processcoordination::GetBinaryDataIfAvailable(inGuid, reference);
-        VF::VideoFrameRef frame;
-        EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference(reference, inGuid, frame), 0);
-        return frame;
-    }
 
   private:
     support::SharedFolder folder_;
@@ -162,36 +161,22 @@ TEST_F(Sharing, FailureIsToldToWhoeverWaits) {
 TEST(SharingProcesses, FrameOfAnotherProcessOutlivesIt) {
     const support::SharedFolder folder;
     const Guid guid = Guid::Generate();
-    int toParent[2], toChild[2];
-    ASSERT_EQ(pipe(toParent) + pipe(toChild), 0);
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    service_test::Process child([&](service_test::Process& inParent) {
         VF::Initialize();
-        VF::VideoFrameRef frame;
-        VF::CreateVideoFrame(frame, kPixelFormat_UYVY_422_8u, 640, 360, {1, 1}, true, false);
-        FillWithPattern(frame);
-        frame->SetFieldType(1);
-        char status = VF::PublishVideoFrame(frame, guid) == 0 ? 'y' : 'n';
-        const bool told = write(toParent[1], &status, 1) == 1;
-        const bool heard = read(toChild[0], &status, 1) == 1;
-        _exit(told && heard ? 0 : 1);  // without stopping the library
-    }
+        VF::VideoFrameRef made;
+        VF::CreateVideoFrame(made, kPixelFormat_UYVY_422_8u, 640, 360, {1, 1}, true, false);
+        FillWithPattern(made);
+        made->SetFieldType(1);
+        service_test::Check(VF::PublishVideoFrame(made, guid) == 0);
+        inParent.Tell();
+        inParent.Hear();  // and ends without stopping the library
+    });
+    ASSERT_TRUE(child.Hear());
     VF::Initialize();
-    char status = 'n';
-    ASSERT_EQ(read(toParent[0], &status, 1), 1);
-    EXPECT_EQ(status, 'y');
-    BinaryReferencePtr reference;
-    ASSERT_EQ(processcoordination::GetBinaryDataIfAvailable(guid, reference), 0);
-    VF::VideoFrameRef frame;
-    ASSERT_EQ(VF::WrapVideoFrameAroundBinaryReference(reference, guid, frame), 0);
-    reference.reset();
-    ASSERT_EQ(write(toChild[1], "x", 1), 1);
-    int exitStatus = -1;
-    waitpid(child, &exitStatus, 0);
-    EXPECT_EQ(exitStatus, 0);
-    for (const int fd : {toParent[0], toParent[1], toChild[0], toChild[1]})
-        close(fd);
+    VF::VideoFrameRef frame = Receive(guid);
+    ASSERT_TRUE(frame);
+    child.Tell();
+    EXPECT_TRUE(child.Join());
 
     EXPECT_EQ(frame->GetBounds(), (Brix::Rect{0, 0, 640, 360}));
     EXPECT_EQ(frame->GetPixelType(), kPixelFormat_UYVY_422_8u);

@@ -1,6 +1,8 @@
 // Pixels of regions and pictures against rules that look at one pixel at a time.
 #include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <functional>
 #include <random>
 
 #include "Grids.h"
@@ -268,32 +270,29 @@ TEST_F(DrawDib, RefusesWhatItCannotDraw) {
                            c.part.right, c.part.bottom, c.flags);
     };
     const Call good{draw_, canvas.Context()};
-    std::vector<Call> bad;
-    const auto add = [&](const auto& inChange) { inChange(bad.emplace_back(good)); };
     // clang-format off
-    add([&](Call& c) { c.draw = nullptr; });
-    add([&](Call& c) { c.draw = c.context; });
-    add([&](Call& c) { c.context = oneBit.Context(); });
-    add([&](Call& c) { c.hasBits = false; });
-    add([&](Call& c) { c.flags = 1; });
-    for (const int size : {0, -2, kLeast}) {
-        add([&](Call& c) { c.width = size; });
-        add([&](Call& c) { c.height = size; });
-        add([&](Call& c) { c.part.right = size; });
-        add([&](Call& c) { c.part.bottom = size; });
-    }
-    for (const RECT& part : {RECT{-1, 0, 1, 1}, {0, -1, 1, 1}, {1, 0, 2, 1}, {0, 1, 1, 2}, {1, 1, kMost, 1}})
-        add([&](Call& c) { c.part = part; });
-    add([](Call& c) { c.header.biSize = 12; });
-    add([](Call& c) { c.header.biBitCount = 24; });
-    add([](Call& c) { c.header.biPlanes = 2; });
-    add([](Call& c) { c.header.biCompression = BI_RLE8; });
-    add([](Call& c) { c.header.biHeight = 0; });
-    add([](Call& c) { c.header.biHeight = kLeast; });
-    add([](Call& c) { c.header.biWidth = -2; });
+    const std::function<void(Call&)> changes[] = {
+        [](Call& c) { c.draw = nullptr; }, [](Call& c) { c.draw = c.context; },
+        [&](Call& c) { c.context = oneBit.Context(); }, [](Call& c) { c.hasBits = false; },
+        [](Call& c) { c.flags = 1; }, [](Call& c) { c.header.biSize = 12; },
+        [](Call& c) { c.header.biBitCount = 24; }, [](Call& c) { c.header.biPlanes = 2; },
+        [](Call& c) { c.header.biCompression = BI_RLE8; }, [](Call& c) { c.header.biWidth = -2; },
+        [](Call& c) { c.header.biHeight = 0; }, [](Call& c) { c.header.biHeight = kLeast; },
+        [](Call& c) { c.width = 0; }, [](Call& c) { c.width = -2; }, [](Call& c) { c.width = kLeast; },
+        [](Call& c) { c.height = 0; }, [](Call& c) { c.height = -2; }, [](Call& c) { c.height = kLeast; },
+        [](Call& c) { c.part = {0, 0, 0, 1}; }, [](Call& c) { c.part = {0, 0, 1, 0}; },
+        [](Call& c) { c.part = {0, 0, -2, 1}; }, [](Call& c) { c.part = {0, 0, 1, -2}; },
+        [](Call& c) { c.part = {0, 0, kLeast, 1}; }, [](Call& c) { c.part = {0, 0, 1, kLeast}; },
+        [](Call& c) { c.part = {-1, 0, 1, 1}; }, [](Call& c) { c.part = {0, -1, 1, 1}; },
+        [](Call& c) { c.part = {1, 0, 2, 1}; }, [](Call& c) { c.part = {0, 1, 1, 2}; },
+        [](Call& c) { c.part = {1, 1, kMost, 1}; },
+    };
     // clang-format on
-    for (const Call& call : bad)
-        EXPECT_FALSE(draw(call)) << &call - bad.data();
+    for (const auto& change : changes) {
+        Call bad = good;
+        change(bad);
+        EXPECT_FALSE(draw(bad)) << &change - changes;
+    }
     EXPECT_EQ(canvas.Read(), Pixels(9));
     EXPECT_TRUE(draw(good));
     EXPECT_EQ(canvas.Read(),

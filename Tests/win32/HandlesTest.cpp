@@ -80,23 +80,24 @@ TEST_F(Handles, BitmapsHaveTheirLinesInOrder) {
 }
 
 TEST_F(Handles, BitmapsAreOfKnownKindsOnly) {
-    EXPECT_EQ(CreateBitmap(0, 1, 1, 1, nullptr), nullptr);
-    EXPECT_EQ(CreateBitmap(1, -1, 1, 1, nullptr), nullptr);
-    EXPECT_EQ(CreateBitmap(1, 1, 2, 1, nullptr), nullptr);
-    EXPECT_EQ(CreateBitmap(1, 1, 1, 8, nullptr), nullptr);
     BITMAPINFO deep = info_;
     deep.bmiHeader.biBitCount = 8;
     const auto create = [&](const BITMAPINFO* info, UINT usage, HANDLE section, DWORD offset) {
         bits_ = this;
         return CreateDIBSection(nullptr, info, usage, &bits_, section, offset);
     };
-    EXPECT_EQ(create(&info_, 1, nullptr, 0), nullptr);
+    // clang-format off
+    const HBITMAP none[] = {
+        CreateBitmap(0, 1, 1, 1, nullptr), CreateBitmap(1, -1, 1, 1, nullptr),
+        CreateBitmap(1, 1, 2, 1, nullptr), CreateBitmap(1, 1, 1, 8, nullptr),
+        CreateDIBSection(nullptr, &info_, 0, nullptr, nullptr, 0), create(&info_, 1, nullptr, 0),
+        create(&info_, 0, this, 0), create(&info_, 0, nullptr, 4), create(nullptr, 0, nullptr, 0),
+        create(&deep, 0, nullptr, 0),
+    };
+    // clang-format on
+    for (const HBITMAP& bitmap : none)
+        EXPECT_EQ(bitmap, nullptr) << &bitmap - none;
     EXPECT_EQ(bits_, nullptr);
-    EXPECT_EQ(create(&info_, 0, this, 0), nullptr);
-    EXPECT_EQ(create(&info_, 0, nullptr, 4), nullptr);
-    EXPECT_EQ(create(nullptr, 0, nullptr, 0), nullptr);
-    EXPECT_EQ(create(&deep, 0, nullptr, 0), nullptr);
-    EXPECT_EQ(CreateDIBSection(nullptr, &info_, 0, nullptr, nullptr, 0), nullptr);
 }
 
 TEST_F(Handles, ContextsKeepTheirBitmap) {
