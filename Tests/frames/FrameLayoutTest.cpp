@@ -10,12 +10,11 @@
 using namespace tulomediatypes;
 
 TEST(FrameLayout, SizeOfABuffer) {
-    struct Case {
+    constexpr long long kPixels = 8294400;  // 1920 x 1080 x 4
+    const struct {
         int alignment, block, prefix;
-        unsigned long long size;
-    };
-    constexpr unsigned long long kPixels = 8294400;  // 1920 x 1080 x 4
-    const Case cases[] = {
+        long long size;
+    } kCases[] = {
         {0, 0, 0, 128 + kPixels},
         {0, 4096, 0, 8298496 + 4095},
         {512, 4096, 512, 8298496 + 511},
@@ -25,12 +24,13 @@ TEST(FrameLayout, SizeOfABuffer) {
         {-8, 4096, 0, 8298496},  // an alignment that is not 0 keeps the block size from serving
         {0, -4096, 0, 128 + kPixels},
     };
-    for (const Case& c : cases) {
+    for (const auto& [alignment, block, prefix, expected] : kCases) {
         unsigned long long size = 0;
         EXPECT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(
-                      kPixelFormat_BGRA_4444_8u, 1920, 1080, c.alignment, c.block, c.prefix, size),
+                      kPixelFormat_BGRA_4444_8u, 1920, 1080, alignment, block, prefix, size),
                   0);
-        EXPECT_EQ(size, c.size) << c.alignment << " " << c.block << " " << c.prefix;
+        EXPECT_EQ(static_cast<long long>(size), expected)
+            << alignment << ' ' << block << ' ' << prefix;
     }
     unsigned long long size = 0;
     VF::GetRequiredSharedMemorySizeForVideoFrame(kPixelFormat_BGRA_4444_32f, INT_MAX, INT_MAX, 0, 0,
@@ -39,11 +39,10 @@ TEST(FrameLayout, SizeOfABuffer) {
 }
 
 TEST(FrameLayout, PixelOffset) {
-    struct Case {
+    const struct {
         std::uintptr_t address;
         int alignment, block, prefix, offset;
-    };
-    const Case cases[] = {
+    } kCases[] = {
         {0x10000, 0, 0, 0, 0},
         {0x10001, 0, 0, 0, 0},
         {0x10000, 0, 4096, 0, 3968},
@@ -55,11 +54,11 @@ TEST(FrameLayout, PixelOffset) {
         {0x10000, 64, 0, 0, 0},
         {0x10001, 64, 0, 0, 63},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(VF::DeterminePixelOffsetForVideoFrame(reinterpret_cast<const void*>(c.address),
-                                                        c.alignment, c.block, c.prefix),
-                  c.offset)
-            << std::hex << c.address << std::dec << " " << c.alignment << " " << c.block;
+    for (const auto& [address, alignment, block, prefix, offset] : kCases) {
+        EXPECT_EQ(VF::DeterminePixelOffsetForVideoFrame(reinterpret_cast<const void*>(address),
+                                                        alignment, block, prefix),
+                  offset)
+            << std::hex << address << std::dec << " " << alignment << " " << block;
     }
 }
 
@@ -96,8 +95,6 @@ TEST(FrameLayout, WriterFillsItsFieldsAndLeavesTheReservedBytes) {
                                  .contentRect = {15, 16, 17, 18}});
     const std::uint32_t expected[24] = {128, 6,  0x10, 1,  2,  0xFFFFFFFD, 4,  5,  6,  7,  1, 8,
                                         9,   10, 11,   12, 13, 14,         15, 16, 17, 18, 0, 0};
-    for (std::size_t i = 0; i < 24; ++i)
-        EXPECT_EQ(words[i], expected[i]) << "offset " << i * 4;
-    for (std::size_t i = 24; i < 33; ++i)
-        EXPECT_EQ(words[i], 0xEEEEEEEE) << "offset " << i * 4;
+    for (std::size_t i = 0; i < 33; ++i)
+        EXPECT_EQ(words[i], i < 24 ? expected[i] : 0xEEEEEEEE) << "offset " << i * 4;
 }

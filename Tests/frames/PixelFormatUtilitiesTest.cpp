@@ -38,43 +38,37 @@ TEST(Vocabularies, RendererCodesSayWhatTheirFormatsSay) {
     for (const NamedPixelFormat& named : NamedPixelFormats()) {
         const std::uint32_t code = VF::BEPixelFormatToSVPixelFormat(named.format);
         if (code == 0) continue;
+        SCOPED_TRACE(named.name);
         const std::uint32_t bits = named.format.properties;
-        const auto has = [bits](std::uint32_t inMask, std::uint32_t inValue) {
-            return (bits & inMask) == inValue;
-        };
-        const std::uint32_t kind = (bits & kProperty_KindMask) >> kProperty_KindShift;
-        EXPECT_EQ(code >> 24, kind) << named.name;
-        EXPECT_EQ((code & 0x200) != 0, has(kProperty_709, kProperty_709)) << named.name;
-        EXPECT_EQ((code & 0x1000) != 0, has(kProperty_Reversed, kProperty_Reversed)) << named.name;
-        const std::uint32_t colour = has(kProperty_YCbCr, kProperty_YCbCr)     ? 1
-                                     : has(kProperty_Linear, kProperty_Linear) ? 2
-                                                                               : 0;
-        EXPECT_EQ(code & 0x3, colour) << named.name;
-        EXPECT_EQ(code & 0xC, (bits & kProperty_AlphaMask) >> 4) << named.name;
-        const std::uint32_t component = has(kProperty_ComponentMask, kProperty_8u)    ? 0
-                                        : has(kProperty_ComponentMask, kProperty_10u) ? 0x40
-                                        : has(kProperty_ComponentMask, kProperty_32f) ? 0x100
-                                                                                      : 0x80;
-        EXPECT_EQ(code & 0x1C0, component) << named.name;
+        const auto has = [bits](std::uint32_t mask) { return (bits & mask) == mask; };
+        EXPECT_EQ(code >> 24, (bits & kProperty_KindMask) >> kProperty_KindShift);
+        EXPECT_EQ((code & 0x200) != 0, has(kProperty_709));
+        EXPECT_EQ((code & 0x1000) != 0, has(kProperty_Reversed));
+        EXPECT_EQ(code & 0x3, has(kProperty_YCbCr) ? 1U : has(kProperty_Linear) ? 2U : 0U);
+        EXPECT_EQ(code & 0xC, (bits & kProperty_AlphaMask) >> 4);
+        const std::uint32_t component = bits & kProperty_ComponentMask;
+        EXPECT_EQ(code & 0x1C0, component == kProperty_8u    ? 0U
+                                : component == kProperty_10u ? 0x40U
+                                : component == kProperty_32f ? 0x100U
+                                                             : 0x80U);
     }
 }
 
 TEST(Vocabularies, ValuesWithoutARowOfTheirOwn) {
-    EXPECT_EQ(VF::BEPixelFormatToSVPixelFormat(kPixelFormat_BGRX_4444_32f_Linear), 0U);
-    EXPECT_EQ(VF::BEPixelFormatToSVPixelFormat(kPixelFormat_Invalid), 0U);
-    EXPECT_EQ(VF::BEPixelFormatToSVPixelFormat({FourCC("bgra"), 0}), 0U);
-    EXPECT_EQ(VF::BEPixelFormatToSVPixelFormat({FourCC("_any"), 12}), 0x7F000020U);
-    EXPECT_EQ(VF::BEPixelFormatToSVPixelFormat({FourCC("@any"), 0}), 0x7F000020U);
-    const auto fromRenderer = [](std::uint32_t inCode) {
-        return VF::SVPixelFormatToBEPixelFormat(static_cast<SV_PixelFormat>(inCode));
-    };
-    EXPECT_EQ(fromRenderer(0), kPixelFormat_Invalid);
-    EXPECT_EQ(fromRenderer(270), kPixelFormat_BGRX_4444_32f_Linear);
-    EXPECT_EQ(fromRenderer(0x110E), kPixelFormat_XRGB_4444_32f_Linear);
-    EXPECT_EQ(fromRenderer(0x7F000020), OV::kPixelFormat_Invalid);
-    EXPECT_EQ(fromRenderer(6), OV::kPixelFormat_Invalid);
-    EXPECT_EQ(fromRenderer(0x06000221), kPixelFormat_PAL_DV100_1080i);
-    EXPECT_EQ(fromRenderer(4), kPixelFormat_BGRA_4444_8u);
+    // clang-format off
+    const std::pair<PixelFormat, std::uint32_t> toRenderer[] = {
+        {kPixelFormat_BGRX_4444_32f_Linear, 0}, {kPixelFormat_Invalid, 0}, {{FourCC("bgra"), 0}, 0},
+        {{FourCC("_any"), 12}, 0x7F000020}, {{FourCC("@any"), 0}, 0x7F000020}};
+    const std::pair<std::uint32_t, PixelFormat> fromRenderer[] = {
+        {0, kPixelFormat_Invalid}, {270, kPixelFormat_BGRX_4444_32f_Linear},
+        {0x110E, kPixelFormat_XRGB_4444_32f_Linear}, {0x7F000020, OV::kPixelFormat_Invalid},
+        {6, OV::kPixelFormat_Invalid}, {0x06000221, kPixelFormat_PAL_DV100_1080i},
+        {4, kPixelFormat_BGRA_4444_8u}};
+    // clang-format on
+    for (const auto& [format, code] : toRenderer)
+        EXPECT_EQ(VF::BEPixelFormatToSVPixelFormat(format), code) << format.code;
+    for (const auto& [code, format] : fromRenderer)
+        EXPECT_EQ(VF::SVPixelFormatToBEPixelFormat(static_cast<SV_PixelFormat>(code)), format);
 }
 
 TEST(Vocabularies, SDKCodes) {
@@ -89,10 +83,8 @@ TEST(Vocabularies, SDKCodes) {
         }
     }
     EXPECT_EQ(valid.size(), 55U);
-    for (const TvPixelFormat code : {FourCC("badf"), FourCC("XXXX"), FourCC("BGRA")}) {
+    for (const TvPixelFormat code : {FourCC("badf"), FourCC("XXXX"), FourCC("BGRA"), 0u})
         EXPECT_FALSE(VF::IsValidSDKPixelFormat(code)) << code;
-    }
-    EXPECT_FALSE(VF::IsValidSDKPixelFormat(0));
     EXPECT_EQ(VF::SDKToBEPixelFormat(FourCC("XXXX")), OV::kPixelFormat_Invalid);
     EXPECT_EQ(VF::SDKToBEPixelFormat(FourCC("badf")).code, FourCC("badf"));
     EXPECT_EQ(VF::SDKToBEPixelFormat(0).code, 0U);
@@ -113,34 +105,28 @@ TEST(Precision, ComesFromTheComponentTypeAlone) {
 }
 
 TEST(Colours, OnePixelOrOneUnitAndNoByteMore) {
-    struct Case {
-        PixelFormat format;
-        std::vector<std::uint8_t> black, white, red;
-    };
-    const Case cases[] = {
+    using Bytes = std::vector<std::uint8_t>;
+    // clang-format off
+    const struct { PixelFormat format; Bytes black, white, red; } kCases[] = {
         {kPixelFormat_BGRA_4444_8u, {0, 0, 0, 255}, {255, 255, 255, 255}, {0, 0, 255, 255}},
         {kPixelFormat_ARGB_4444_8u, {255, 0, 0, 0}, {255, 255, 255, 255}, {255, 255, 0, 0}},
         {kPixelFormat_VUYA_4444_8u, {128, 128, 16, 255}, {128, 128, 235, 255}, {240, 90, 81, 255}},
         {kPixelFormat_UYVY_422_8u, {128, 16, 128, 16}, {128, 235, 128, 235}, {}},
     };
-    for (const Case& c : cases) {
-        std::array<std::uint8_t, 24> pixel;
-        const auto written = [&](const std::vector<std::uint8_t>& inExpected) {
-            EXPECT_EQ(std::memcmp(pixel.data(), inExpected.data(), inExpected.size()), 0);
-            for (std::size_t i = inExpected.size(); i < pixel.size(); ++i) {
-                EXPECT_EQ(pixel[i], 0xEE) << "byte " << i;
-            }
+    // clang-format on
+    for (const auto& [format, black, white, red] : kCases) {
+        const auto expect = [](Bytes expected, const auto& write) {
+            Bytes pixel(24, 0xEE);
+            EXPECT_EQ(write(pixel.data()), 0);
+            expected.resize(24, 0xEE);
+            EXPECT_EQ(pixel, expected);
         };
-        pixel.fill(0xEE);
-        EXPECT_EQ(VF::GetBlackForPixelFormat(c.format, pixel.data()), 0);
-        written(c.black);
-        pixel.fill(0xEE);
-        EXPECT_EQ(VF::GetWhiteForPixelFormat(c.format, pixel.data()), 0);
-        written(c.white);
-        if (c.red.empty()) continue;
-        pixel.fill(0xEE);
-        EXPECT_EQ(VF::ConvertColorToPixelFormattedData(c.format, 1, 1, 0, 0, pixel.data()), 0);
-        written(c.red);
+        expect(black, [&](void* pixel) { return VF::GetBlackForPixelFormat(format, pixel); });
+        expect(white, [&](void* pixel) { return VF::GetWhiteForPixelFormat(format, pixel); });
+        if (red.empty()) continue;
+        expect(red, [&](void* pixel) {
+            return VF::ConvertColorToPixelFormattedData(format, 1, 1, 0, 0, pixel);
+        });
     }
 }
 
@@ -168,33 +154,23 @@ TEST(Rectangles, NativeOnesDependOnTheFormat) {
     // A packed kind with 4:2:0 subsampling that is no planar one.
     const PixelFormat dv420 = kPixelFormat_PALDV25;
     const Brix::Rect full{0, 0, 1920, 1080};
-    struct Case {
-        PixelFormat format;
-        Brix::Rect rect, bounds;
-        bool native;
-    };
-    const Case cases[] = {
-        {rgb, full, full, true},
-        {kPixelFormat_Invalid, full, full, true},
-        {kPixelFormat_Invalid, {0, 0, 960, 540}, full, false},
-        {rgb, {0, 0, 960, 540}, full, false},
-        {unpacked, {0, 0, 960, 540}, full, false},
-        {dv, {0, 0, 960, 540}, full, true},
-        {dv, {0, 0, 480, 270}, full, true},
-        {dv, {100, 100, 1060, 640}, full, true},
-        {dv, {0, 0, 240, 135}, full, false},
-        {dv, {0, 0, 960, 270}, full, false},
-        {dv, {0, 0, 1920, 540}, full, false},
-        {dv420, {0, 0, 1920, 540}, full, false},
-        {planar, {0, 0, 1920, 540}, full, true},
-        {planar, {0, 0, 960, 270}, full, true},
+    // clang-format off
+    const struct { PixelFormat format; Brix::Rect rect, bounds; bool native; } kCases[] = {
+        {rgb, full, full, true}, {kPixelFormat_Invalid, full, full, true},
+        {kPixelFormat_Invalid, {0, 0, 960, 540}, full, false}, {rgb, {0, 0, 960, 540}, full, false},
+        {unpacked, {0, 0, 960, 540}, full, false}, {dv, {0, 0, 960, 540}, full, true},
+        {dv, {0, 0, 480, 270}, full, true}, {dv, {100, 100, 1060, 640}, full, true},
+        {dv, {0, 0, 240, 135}, full, false}, {dv, {0, 0, 960, 270}, full, false},
+        {dv, {0, 0, 1920, 540}, full, false}, {dv420, {0, 0, 1920, 540}, full, false},
+        {planar, {0, 0, 1920, 540}, full, true}, {planar, {0, 0, 960, 270}, full, true},
         {planar, {0, 0, 960, 1080}, full, false},
         {planar, {0, 0, 960, 540}, {10, 0, 1920, 1080}, false},
         {dv, {0, 0, INT_MAX, INT_MAX}, {0, 0, -2, -2}, false},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(VF::IsRectNativeToFrame(c.rect, c.bounds, c.format), c.native)
-            << std::hex << c.format.properties << std::dec << " " << c.rect.left << ","
-            << c.rect.right << "x" << c.rect.bottom;
+    // clang-format on
+    for (const auto& [format, rect, bounds, isNative] : kCases) {
+        EXPECT_EQ(VF::IsRectNativeToFrame(rect, bounds, format), isNative)
+            << std::hex << format.properties << std::dec << " " << rect.left << "," << rect.right
+            << "x" << rect.bottom;
     }
 }

@@ -23,25 +23,23 @@ const Brix::BlockSource kRememberingSource = {
 }  // namespace
 
 TEST(RawFrame, PlacesItsDataInTheBlock) {
-    struct Case {
-        std::uint64_t size, alignment, allocated, offset;
-    };
     const Brix::BlockSource before = Brix::MemoryRecycler::SetBlockSource(kRememberingSource);
-    for (const Case& c :
-         {Case{100, 0, 100, 0}, {100, 64, 164, 64}, {1, 1, 2, 1}, {100000, 8192, 108192, 0}}) {
+    constexpr std::uint64_t kCases[][4] = {
+        {100, 0, 100, 0}, {100, 64, 164, 64}, {1, 1, 2, 1}, {100000, 8192, 108192, 0}};
+    for (const auto& [size, alignment, allocated, offset] : kCases) {
         const auto frame = RawFrame::Create();
-        ASSERT_EQ(frame->AllocateMemory(c.size, c.alignment), 0);
-        EXPECT_EQ(frame->GetDataSize(), c.size);
-        EXPECT_EQ(frame->GetAllocatedSize(), c.allocated);
+        ASSERT_EQ(frame->AllocateMemory(size, alignment), 0);
+        EXPECT_EQ(frame->GetDataSize(), size);
+        EXPECT_EQ(frame->GetAllocatedSize(), allocated);
         const auto distance = static_cast<std::uint64_t>(static_cast<std::byte*>(frame->GetData()) -
                                                          static_cast<std::byte*>(gLastBlock));
-        if (c.offset != 0 || c.alignment == 0) {
-            EXPECT_EQ(distance, c.offset);
+        if (offset != 0 || alignment == 0) {
+            EXPECT_EQ(distance, offset);
         }
-        if (c.alignment != 0) {
-            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(frame->GetData()) % c.alignment, 0U);
+        if (alignment != 0) {
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(frame->GetData()) % alignment, 0U);
             EXPECT_GE(distance, 1U);
-            EXPECT_LE(distance, c.alignment);
+            EXPECT_LE(distance, alignment);
         }
         EXPECT_FALSE(frame->GetReadOnly());
     }

@@ -15,56 +15,31 @@ namespace {
 
 constexpr PixelFormat kFormat = kPixelFormat_BGRA_4444_8u;
 
-// A source of recycler blocks that refuses, for the length of a scope.
-class Refusal {
-  public:
-    explicit Refusal(void* (*inAllocate)(std::size_t)) {
-        // The recycler lives only as long as it is held, and so keeps nothing it could hand out.
-        before_ = Brix::MemoryRecycler::SetBlockSource(
-            {inAllocate, [](void* inBlock, std::size_t) { std::free(inBlock); }});
-    }
-    ~Refusal() { Brix::MemoryRecycler::SetBlockSource(before_); }
-
-  private:
-    Brix::BlockSource before_;
-};
-
-void* ReturnNull(std::size_t) {
-    return nullptr;
-}
-
-void* Throw(std::size_t) {
-    throw std::bad_alloc();
-}
-
 }  // namespace
 
 TEST(Factory, ZeroSizesBreakTheContractAndKeepTheReference) {
     VF::VideoFrameRef frame = support::MakeFrame(1, 1);
     OV::IVideoFrame* const before = frame.Get();
-    support::ExpectBroken("inWidth != 0", "VideoFrameFactory", 79, [&] {
-        VF::CreateVideoFrame(frame, kFormat, 0, 0, {1, 1}, false, false);
-    });
-    support::ExpectBroken("inHeight != 0", "VideoFrameFactory", 80, [&] {
-        VF::CreateDiskAlignedVideoFrame(frame, kFormat, 1, 0, {1, 1}, 0, 0, 0, false, false);
-    });
-    support::ExpectBroken("inWidth != 0", "VideoFrameFactory", 148, [&] {
-        VF::CreateCustomVideoFrame(frame, support::kCustomFormat, 0, 0, 1, {1, 1});
-    });
-    support::ExpectBroken("inHeight != 0", "VideoFrameFactory", 149, [&] {
-        VF::CreateCustomVideoFrame(frame, support::kCustomFormat, 1, 0, 1, {1, 1});
-    });
+    for (const std::uint32_t width : {0u, 1u}) {
+        const std::string condition = width == 0 ? "inWidth != 0" : "inHeight != 0";
+        const int line = width == 0 ? 0 : 1;
+        support::ExpectBroken(condition, "VideoFrameFactory", 79 + line, [&] {
+            VF::CreateDiskAlignedVideoFrame(frame, kFormat, width, 0, {1, 1}, 0, 0, 0, false,
+                                            false);
+        });
+        support::ExpectBroken(condition, "VideoFrameFactory", 148 + line, [&] {
+            VF::CreateCustomVideoFrame(frame, support::kCustomFormat, width, 0, 1, {1, 1});
+        });
+    }
     EXPECT_EQ(frame.Get(), before);
 }
 
 TEST(Factory, SizesThatCannotBeHeldGiveNoFrame) {
-    struct Case {
-        std::uint32_t width, height;
-    };
-    for (const Case& c :
-         {Case{INT_MAX, INT_MAX}, {UINT_MAX, 1}, {1, 0x80000000}, {1U << 27, 1}, {1U << 27, 2}}) {
+    constexpr std::uint32_t kSizes[][2] = {
+        {INT_MAX, INT_MAX}, {UINT_MAX, 1}, {1, 0x80000000}, {1U << 27, 1}, {1U << 27, 2}};
+    for (const auto& [width, height] : kSizes) {
         VF::VideoFrameRef frame = support::MakeFrame(1, 1);
-        EXPECT_EQ(VF::CreateVideoFrame(frame, kPixelFormat_BGRA_4444_32f, c.width, c.height, {1, 1},
+        EXPECT_EQ(VF::CreateVideoFrame(frame, kPixelFormat_BGRA_4444_32f, width, height, {1, 1},
                                        true, false),
                   0);
         EXPECT_FALSE(frame);
@@ -78,33 +53,31 @@ TEST(Factory, SizesThatCannotBeHeldGiveNoFrame) {
 }
 
 TEST(Factory, RefusedMemoryGivesNoFrameOrTheStatus) {
-    VF::VideoFrameRef frame = support::MakeFrame(1, 1);
-    {
-        const Refusal refusal(ReturnNull);
-        EXPECT_EQ(VF::CreateVideoFrame(frame, kFormat, 4, 4, {1, 1}, true, true), 0);
+    // The recycler lives only as long as it is held, and so keeps nothing it could hand out.
+    constexpr auto kFree = [](void* block, std::size_t) { std::free(block); };
+    const std::pair<Brix::BlockSource, std::int32_t> kCases[] = {
+        {{[](std::size_t) -> void* { return nullptr; }, kFree}, 0},
+        {{[](std::size_t) -> void* { throw std::bad_alloc(); }, kFree},
+         static_cast<std::int32_t>(0xA0060003)}};
+    for (const auto& [source, status] : kCases) {
+        VF::VideoFrameRef frame = support::MakeFrame(1, 1);
+        const Brix::BlockSource before = Brix::MemoryRecycler::SetBlockSource(source);
+        EXPECT_EQ(VF::CreateVideoFrame(frame, kFormat, 4, 4, {1, 1}, true, true), status);
         EXPECT_FALSE(frame);
-        EXPECT_EQ(VF::CreateCustomVideoFrame(frame, support::kCustomFormat, 4, 4, 9, {1, 1}), 0);
+        EXPECT_EQ(VF::CreateCustomVideoFrame(frame, support::kCustomFormat, 4, 4, 9, {1, 1}),
+                  status);
         EXPECT_FALSE(frame);
+        Brix::MemoryRecycler::SetBlockSource(before);
     }
-    const Refusal refusal(Throw);
-    EXPECT_EQ(VF::CreateVideoFrame(frame, kFormat, 4, 4, {1, 1}, true, true),
-              static_cast<std::int32_t>(0xA0060003));
-    EXPECT_EQ(VF::CreateCustomVideoFrame(frame, support::kCustomFormat, 4, 4, 9, {1, 1}),
-              static_cast<std::int32_t>(0xA0060003));
-    EXPECT_FALSE(frame);
 }
 
 TEST(Factory, ClearsAsAsked) {
-    struct Case {
-        bool transparent;
-        std::uint32_t pixel;
-    };
-    for (const Case& c : {Case{false, 0xFF000000}, {true, 0}}) {
+    for (const bool transparent : {false, true}) {
         VF::VideoFrameRef frame;
-        ASSERT_EQ(VF::CreateVideoFrame(frame, kFormat, 33, 7, {1, 1}, true, c.transparent), 0);
+        ASSERT_EQ(VF::CreateVideoFrame(frame, kFormat, 33, 7, {1, 1}, true, transparent), 0);
         const auto* const pixels = reinterpret_cast<const std::uint32_t*>(support::Data(frame));
         for (int i = 0; i < 33 * 7; ++i)
-            EXPECT_EQ(pixels[i], c.pixel) << i;
+            EXPECT_EQ(pixels[i], transparent ? 0 : 0xFF000000) << i;
     }
     VF::VideoFrameRef frame;
     EXPECT_EQ(VF::CreateVideoFrame(frame, kPixelFormat_Invalid, 3, 3, {1, 1}, true, true), 0);

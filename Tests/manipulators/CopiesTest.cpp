@@ -1,5 +1,3 @@
-#include <optional>
-
 #include "Patterns.h"
 
 namespace manipulators_test {
@@ -11,13 +9,13 @@ bool Holds(const Brix::Rect& inRect, std::int32_t inX, std::int32_t inY) {
 
 TEST(CopyRect, TakesTheRowsOfTheRectangle) {
     constexpr Brix::Rect kNothing{};
+    // clang-format off
     const struct {
         std::int32_t height;
         Brix::Rect source, destination;
         std::int32_t field;
         Brix::Rect written;  // what the clamped destination is
-        std::int32_t x, y,
-            step;  // source pixel of its top left corner, and rows from one to the next
+        std::int32_t x, y, step;  // source pixel of its top left, rows from one to the next
     } kCases[] = {
         {20, {0, 0, 30, 20}, {0, 0, 30, 20}, 3, {0, 0, 30, 20}, 0, 0, 1},
         {20, {2, 1, 12, 6}, {5, 7, 15, 12}, 3, {5, 7, 15, 12}, 2, 1, 1},
@@ -34,6 +32,7 @@ TEST(CopyRect, TakesTheRowsOfTheRectangle) {
         {20, {0, 9, 30, 3}, {0, 0, 30, 6}, 3, kNothing, 0, 0, 1},
         {20, {4, 4, 4, 9}, {0, 0, 5, 5}, 3, kNothing, 0, 0, 1},
     };
+    // clang-format on
     for (const auto& each : kCases) {
         const Canvas source = PaintPattern(30, each.height);
         const Canvas destination = PaintPlain(30, each.height);
@@ -81,22 +80,15 @@ TEST(CopyFrame, CarriesPropertiesAcross) {
     source.frame->SetAlphaType(2);
     source.frame->SetOrigin(7, 9);
     source.frame->SetDataRect({1, 2, 3, 4});
-    const struct {
-        std::uint32_t width, height;
-        std::int32_t quality;
-        std::uint32_t given, before, after;
-    } kCases[] = {
-        {12, 8, 4, kFieldTypeOfSource, 3, 2},
-        {12, 8, 4, kFieldTypeOfSource, 1, 2},
-        {12, 8, 4, 1, 2, 2},
-        {12, 8, 4, 1, 3, 1},
-        {12, 4, 2, kFieldTypeOfSource, 3, 0},
-        {12, 4, 3, kFieldTypeOfSource, 3, 2},
-        {12, 4, 3, kFieldTypeOfSource, 1, 1},
-        {12, 5, 2, kFieldTypeOfSource, 1, 1},
-    };
-    for (const auto& [width, height, quality, given, before, after] : kCases) {
-        const VF::VideoFrameRef destination = MakeFrame(width, height);
+    // clang-format off
+    const struct { std::uint32_t height; std::int32_t quality; std::uint32_t given, before, after; }
+    kCases[] = {
+        {8, 4, kFieldTypeOfSource, 3, 2}, {8, 4, kFieldTypeOfSource, 1, 2}, {8, 4, 1, 2, 2},
+        {8, 4, 1, 3, 1}, {4, 2, kFieldTypeOfSource, 3, 0}, {4, 3, kFieldTypeOfSource, 3, 2},
+        {4, 3, kFieldTypeOfSource, 1, 1}, {5, 2, kFieldTypeOfSource, 1, 1}};
+    // clang-format on
+    for (const auto& [height, quality, given, before, after] : kCases) {
+        const VF::VideoFrameRef destination = MakeFrame(12, height);
         destination->SetFieldType(before);
         EXPECT_EQ(CopyFrameWithFields(source.frame, destination, quality, given), 0);
         EXPECT_EQ(destination->GetFieldType(), after) << height << ' ' << quality;
@@ -118,25 +110,20 @@ TEST(CopyFrame, CarriesPropertiesAcross) {
 
 TEST(MakeAddressable, KeepsOrConverts) {
     using namespace tulomediatypes;
-    const struct {
-        PixelFormat format, preferred;
-        std::int32_t quality;
-        std::optional<PixelFormat> made;
-    } kCases[] = {
-        {kPixelFormat_BGRA_4444_8u, kPixelFormat_BGRA_4444_32f, 4, std::nullopt},
-        {kPixelFormat_PRGB_4444_32f, kPixelFormat_BGRA_4444_8u, 4, std::nullopt},
-        {kPixelFormat_UYVY_422_8u, kPixelFormat_BGRA_4444_8u, 2,
-         Select4444PixelFormat(kPixelFormat_UYVY_422_8u, 2)},
-        {kPixelFormat_V210_422_10u_709, kPixelFormat_V210_422_10u, 5,
-         Select4444PixelFormat(kPixelFormat_V210_422_10u_709, 5)},
-    };
-    for (const auto& [format, preferred, quality, made] : kCases) {
+    // clang-format off
+    const struct { PixelFormat format, preferred; std::int32_t quality; bool isKept; } kCases[] = {
+        {kPixelFormat_BGRA_4444_8u, kPixelFormat_BGRA_4444_32f, 4, true},
+        {kPixelFormat_PRGB_4444_32f, kPixelFormat_BGRA_4444_8u, 4, true},
+        {kPixelFormat_UYVY_422_8u, kPixelFormat_BGRA_4444_8u, 2, false},
+        {kPixelFormat_V210_422_10u_709, kPixelFormat_V210_422_10u, 5, false}};
+    // clang-format on
+    for (const auto& [format, preferred, quality, isKept] : kCases) {
         const VF::VideoFrameRef frame = MakeFrame(48, 4, format);
         frame->SetFieldType(2);
         VF::VideoFrameRef result;
         ASSERT_EQ(MakeAddressableVideoFrame(frame, result, preferred, quality), 0);
-        EXPECT_EQ(result == frame, !made);
-        EXPECT_EQ(result->GetPixelType(), made.value_or(format));
+        EXPECT_EQ(result == frame, isKept);
+        EXPECT_EQ(result->GetPixelType(), isKept ? format : Select4444PixelFormat(format, quality));
         EXPECT_EQ(result->GetFieldType(), 2u);
     }
     // A wide choice comes down to the width that is asked for, unless quality forbids.

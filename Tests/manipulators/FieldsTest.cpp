@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 
 #include "Patterns.h"
 
@@ -45,14 +46,15 @@ TEST(CopyField, KeepsItsContracts) {
                  [&] { CopyField(odd.frame, other.frame, 0, 4); });
     ExpectPixels(other, PatternAt);
     odd.frame->SetReadOnly(true);
-    ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0,
-                 [&] { CopyField(nullptr, odd.frame, 0, 4); });
-    ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0,
-                 [&] { InterpFieldToFrame(other.frame, odd.frame, 0); });
-    ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0,
-                 [&] { SwapFields(other.frame, odd.frame); });
-    ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0,
-                 [&] { VerticalConvolve(other.frame, odd.frame); });
+    // clang-format off
+    const std::function<void()> writes[] = {
+        [&] { CopyField(nullptr, odd.frame, 0, 4); },
+        [&] { InterpFieldToFrame(other.frame, odd.frame, 0); },
+        [&] { SwapFields(other.frame, odd.frame); },
+        [&] { VerticalConvolve(other.frame, odd.frame); }};
+    // clang-format on
+    for (const auto& write : writes)
+        ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0, write);
     ExpectBroken("inVideoFrame->GetReadOnly() == false", kFile, 0,
                  [&] { DeinterlaceVideoFrame(odd.frame, 0); });
     EXPECT_THROW(DeinterlaceVideoFrame(MakeCustomFrame(400), 0), Brix::NullInterfaceException);
@@ -99,9 +101,8 @@ TEST(Deinterlace, RebuildsTheOtherField) {
                 if (!hasField) continue;
                 const Canvas made = PaintPlain(5, height);
                 made.frame->SetFieldType(fieldType);
-                EXPECT_EQ(
-                    InterpFieldToFrame(PatternOfType(height, fieldType).frame, made.frame, field),
-                    0);
+                const Canvas source = PatternOfType(height, fieldType);
+                EXPECT_EQ(InterpFieldToFrame(source.frame, made.frame, field), 0);
                 ExpectPixels(made, expected);
             }
         }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <hwy/targets.h>
 
 #include <array>
 #include <cmath>
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "contracts/Scanvo.h"
@@ -131,10 +133,8 @@ class Area {
   public:
     Area(FormatCode inFormat, std::int32_t inWidth, std::int32_t inHeight,
          RowOrder inOrder = RowOrder::Down)
-        : format_(inFormat),
-          width_(inWidth),
-          height_(inHeight),
-          rowLength_(inFormat.RowLength(inWidth)) {
+        : format_(inFormat), width_(inWidth), height_(inHeight) {
+        rowLength_ = inFormat.RowLength(inWidth);
         const std::int64_t distance = rowLength_ + kPadding;
         bytes_.assign(static_cast<std::size_t>(distance * inHeight + kPadding), kGuard);
         rowBytes_ = inOrder == RowOrder::Down ? distance : -distance;
@@ -145,7 +145,14 @@ class Area {
     std::int32_t Width() const { return width_; }
     std::int32_t Height() const { return height_; }
     std::int64_t RowBytes() const { return rowBytes_; }
+    std::int64_t RowLength() const { return rowLength_; }
     std::byte* Start() { return bytes_.data() + first_; }
+
+    // As the calls want them.
+    auto Rows() { return std::tuple(Start(), rowBytes_); }
+    auto Memory() { return std::tuple(Start(), rowBytes_, format_); }
+    auto Size() const { return std::tuple(width_, height_); }
+    auto Sized() { return std::tuple(Start(), rowBytes_, width_, height_, format_); }
 
     Codes At(std::int32_t inX, std::int32_t inRow) const {
         return StoredCodes(format_, bytes_.data() + first_ + rowBytes_ * inRow,
@@ -176,23 +183,33 @@ class Area {
         }
     }
 
-    void ExpectFilled(const Codes& inCodes, double inTolerance) const {
-        for (const Codes& codes : Pixels()) {
-            for (std::size_t i = 0; i < 4; ++i) {
-                ASSERT_NEAR(codes[i], inCodes[i], inTolerance)
-                    << std::hex << "format 0x" << format_.bits << std::dec << " width " << width_
-                    << " component " << i;
-            }
+    /// Nothing outside the rows has changed, and inExpected finds the codes of a pixel by its
+    /// index.
+    template <class Expected>
+    void ExpectPixels(double inTolerance, const Expected& inExpected) const {
+        ExpectGuardsIntact();
+        const std::vector<Codes> pixels = Pixels();
+        for (std::size_t i = 0; i < 4 * pixels.size(); ++i) {
+            ASSERT_NEAR(pixels[i / 4][i % 4], inExpected(i / 4)[i % 4], inTolerance)
+                << std::hex << "format 0x" << format_.bits << std::dec << " width " << width_
+                << " pixel " << i / 4 << " component " << i % 4;
         }
     }
 
-    /// Fails the test when a byte outside the rows has changed.
+    void ExpectLike(const std::vector<Codes>& inPixels, double inTolerance) const {
+        ExpectPixels(inTolerance, [&](std::size_t pixel) { return inPixels[pixel]; });
+    }
+
+    void ExpectFilled(const Codes& inCodes, double inTolerance) const {
+        ExpectPixels(inTolerance, [&](std::size_t) { return inCodes; });
+    }
+
     void ExpectGuardsIntact() const {
         for (std::int64_t i = 0; i < static_cast<std::int64_t>(bytes_.size()); ++i) {
             if (i >= kPadding && (i - kPadding) % (rowLength_ + kPadding) < rowLength_) continue;
             ASSERT_EQ(bytes_[static_cast<std::size_t>(i)], kGuard)
-                << std::hex << "format 0x" << format_.bits << std::dec << " width " << width_
-                << ": byte " << i;
+                << std::hex << "format 0x" << format_.bits << ", width " << width_ << ": byte "
+                << i;
         }
     }
 
@@ -202,11 +219,8 @@ class Area {
     static constexpr std::int64_t kPadding = 37;
 
     FormatCode format_;
-    std::int32_t width_;
-    std::int32_t height_;
-    std::int64_t rowLength_;
-    std::int64_t rowBytes_ = 0;
-    std::int64_t first_ = 0;
+    std::int32_t width_, height_;
+    std::int64_t rowLength_, rowBytes_, first_;
     std::vector<std::byte> bytes_;
 };
 
@@ -215,13 +229,31 @@ inline double Rounding(FormatCode inFormat) {
     return inFormat.IsFloat() ? 1e-5 : 0.501;
 }
 
+/// Calls with the elements of tuples as arguments of their own.
+template <class... Parameters, class... Parts>
+std::int32_t Call(std::int32_t (*inFunction)(Parameters...), const Parts&... inParts) {
+    const auto elements = [](const auto& part) {
+        if constexpr (requires { std::tuple_size<std::decay_t<decltype(part)>>::value; })
+            return part;
+        else
+            return std::tuple(part);
+    };
+    return std::apply(inFunction, std::tuple_cat(elements(inParts)...));
+}
+
 inline Area Converted(Area& inSource, FormatCode inFormat, RowOrder inOrder = RowOrder::Down) {
     Area result(inFormat, inSource.Width(), inSource.Height(), inOrder);
-    EXPECT_EQ(SV_Convert(inSource.Start(), inSource.RowBytes(), inSource.Format(), result.Start(),
-                         result.RowBytes(), inFormat, result.Width(), result.Height(), 4),
-              0);
+    EXPECT_EQ(Call(SV_Convert, inSource.Memory(), result.Memory(), result.Size(), 4), 0);
     result.ExpectGuardsIntact();
     return result;
+}
+
+/// What looks random in codes of 8 bits, in a format.
+inline Area RandomArea(FormatCode inFormat, std::int32_t inWidth, std::int32_t inHeight,
+                       std::uint32_t inSeed) {
+    Area codes(0x004, inWidth, inHeight);
+    codes.Scatter(inSeed);
+    return Converted(codes, inFormat, RowOrder::Up);
 }
 
 /// One row of straight float colour.
@@ -233,6 +265,19 @@ inline Area AreaOf(const std::vector<Rgba>& inPixels) {
             area.Set(0, index++, static_cast<float>(value));
     }
     return area;
+}
+
+/// Runs the work once for every instruction set that this machine has, and for the fallback.
+template <class Work>
+void ForEachTarget(const Work& inWork) {
+    const std::int64_t all = hwy::SupportedTargets();
+    for (std::int64_t left = all; left != 0; left &= left - 1) {
+        const std::int64_t target = left & -left;
+        SCOPED_TRACE(hwy::TargetName(target));
+        hwy::GetChosenTarget().Update(target);
+        inWork();
+    }
+    hwy::GetChosenTarget().Update(all);
 }
 
 }  // namespace scanvo_test

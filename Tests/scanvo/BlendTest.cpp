@@ -1,11 +1,8 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <limits>
 
 #include "Area.h"
-#include "Targets.h"
 
 namespace scanvo_test {
 namespace {
@@ -13,17 +10,9 @@ namespace {
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
 
-Area RandomArea(FormatCode inFormat, std::int32_t inWidth, std::uint32_t inSeed) {
-    Area codes(0x004, inWidth, 3);
-    codes.Scatter(inSeed);
-    return Converted(codes, inFormat, RowOrder::Up);
-}
-
 void Dissolve(Area& inFirst, Area& inSecond, Area& outArea, float inAmount) {
-    EXPECT_EQ(SV_CrossDissolve(inFirst.Start(), inFirst.RowBytes(), inFirst.Format(),
-                               inSecond.Start(), inSecond.RowBytes(), inSecond.Format(),
-                               outArea.Start(), outArea.RowBytes(), outArea.Format(),
-                               outArea.Width(), outArea.Height(), inAmount, 2),
+    EXPECT_EQ(Call(SV_CrossDissolve, inFirst.Memory(), inSecond.Memory(), outArea.Memory(),
+                   outArea.Size(), inAmount, 2),
               0);
     outArea.ExpectGuardsIntact();
 }
@@ -42,46 +31,32 @@ Codes Darkened(FormatCode inFormat, const Codes& inCodes, double inFactor, doubl
     return result;
 }
 
-/// inExpected finds the codes of a pixel by its index.
-template <class Expected>
-void ExpectPixels(const Area& inArea, double inTolerance, const Expected& inExpected) {
-    inArea.ExpectGuardsIntact();
-    const std::vector<Codes> pixels = inArea.Pixels();
-    for (std::size_t pixel = 0; pixel < pixels.size(); ++pixel) {
-        const Codes expected = inExpected(pixel);
-        for (std::size_t i = 0; i < 4; ++i) {
-            ASSERT_NEAR(pixels[pixel][i], expected[i], inTolerance)
-                << std::hex << "format 0x" << inArea.Format().bits << std::dec << " width "
-                << inArea.Width() << " pixel " << pixel << " component " << i;
-        }
-    }
+Codes Mixed(const Codes& inFirst, const Codes& inSecond, double inAmount) {
+    Codes codes = inFirst;
+    for (std::size_t i = 0; i < 4; ++i)
+        codes[i] += (inSecond[i] - inFirst[i]) * inAmount;
+    return codes;
 }
 
 TEST(CrossDissolve, MixesAllPairsOf8BitCodes) {
-    Area first(0x004, 64, 256);
-    Area second(0x004, 64, 256);
+    Area first(0x004, 64, 256), second = first;
     for (std::int32_t i = 0; i < 65536; ++i) {
         first.Set(i / 256, i % 256, static_cast<std::uint8_t>(i / 256));
         second.Set(i / 256, i % 256, static_cast<std::uint8_t>(i));
     }
+    const std::vector<Codes> from = first.Pixels(), to = second.Pixels();
     ForEachTarget([&] {
         for (const float amount :
              {-kInfinity, 0.0f, 1e-6f, 0.3f, 0.5f, 0.77f, 0.99999f, 1.0f, 9.0f}) {
             Area mixed(0x004, 64, 256);
             Dissolve(first, second, mixed, amount);
-            const double weight = std::clamp(amount, 0.0f, 1.0f);
             const bool isExact = amount <= 0 || amount == 0.5f || amount >= 1;
-            for (std::int32_t i = 0; i < 16384; ++i) {
-                const Codes a = first.At(i % 64, i / 64);
-                const Codes b = second.At(i % 64, i / 64);
-                const Codes code = mixed.At(i % 64, i / 64);
-                for (std::size_t c = 0; c < 4; ++c) {
-                    const double exact = a[c] + (b[c] - a[c]) * weight;
-                    ASSERT_NEAR(code[c], isExact ? std::floor(exact + 0.5) : exact,
-                                isExact ? 0 : 0.504)
-                        << a[c] << ' ' << b[c] << ' ' << amount;
-                }
-            }
+            mixed.ExpectPixels(isExact ? 0 : 0.504, [&](std::size_t pixel) {
+                Codes codes = Mixed(from[pixel], to[pixel], std::clamp(amount, 0.0f, 1.0f));
+                for (double& code : codes)
+                    code = isExact ? std::floor(code + 0.5) : code;
+                return codes;
+            });
         }
     });
 }
@@ -90,27 +65,49 @@ TEST(CrossDissolve, MixesInTheFormatOfItsOutput) {
     ForEachTarget([] {
         for (const FormatCode format : kPackedFormats) {
             for (const std::int32_t width : {1, 2, 4, 7, 12, 45}) {
-                const FormatCode other = width % 2 == 0 ? format : FormatCode(0x251);
-                Area first = RandomArea(format, width, 1);
-                Area second = RandomArea(other, width, 2);
+                Area first = RandomArea(format, width, 3, 1);
+                Area second = RandomArea(width % 2 == 0 ? format.bits : 0x251, width, 3, 2);
                 const std::vector<Codes> from = first.Pixels();
                 const std::vector<Codes> to = Converted(second, format).Pixels();
                 for (const float amount : {0.5f, 0.3f}) {
                     Area mixed(format, width, 3);
                     Dissolve(first, second, mixed, amount);
-                    ExpectPixels(mixed, Rounding(format) + (amount == 0.5f ? 0 : 0.016),
-                                 [&](std::size_t pixel) {
-                                     Codes codes = from[pixel];
-                                     for (std::size_t i = 0; i < 4; ++i)
-                                         codes[i] += (to[pixel][i] - codes[i]) * amount;
-                                     return codes;
-                                 });
+                    mixed.ExpectPixels(
+                        Rounding(format) + (amount == 0.5f ? 0 : 0.016),
+                        [&](std::size_t i) { return Mixed(from[i], to[i], amount); });
                     Area inPlace = first;
                     Dissolve(inPlace, second, inPlace, amount);
-                    ASSERT_EQ(inPlace.Pixels(), mixed.Pixels()) << std::hex << format.bits;
+                    inPlace.ExpectLike(mixed.Pixels(), 0);
                 }
             }
         }
+    });
+}
+
+void CheckMask(FormatCode inFormat, std::int32_t inWidth, std::int32_t inOffset) {
+    Area output = RandomArea(inFormat, inWidth, 3, 1), second = RandomArea(0x1104, inWidth, 3, 2);
+    const std::vector<Codes> whereSet = output.Pixels();
+    const std::vector<Codes> whereClear = Converted(second, inFormat).Pixels();
+    // The first row last, and not a byte more than needed.
+    const std::int32_t maskBytes = (inOffset + inWidth + 7) / 8;
+    std::vector<std::uint8_t> mask(static_cast<std::size_t>(3 * maskBytes));
+    std::mt19937 random(5);
+    for (std::uint8_t& byte : mask)
+        byte = static_cast<std::uint8_t>(random());
+    ASSERT_EQ(
+        Call(SV_OneBitMaskComposite, output.Memory(), second.Memory(), mask.data() + 2 * maskBytes,
+             -maskBytes, inOffset, output.Memory(), output.Size(), 0),
+        0);
+    output.ExpectPixels(0, [&](std::size_t pixel) {
+        const auto width = static_cast<std::size_t>(inWidth), x = pixel % width;
+        const auto from = [&](std::size_t column) {
+            const std::size_t bit = static_cast<std::size_t>(inOffset) + column;
+            const std::size_t start = (2 - pixel / width) * static_cast<std::size_t>(maskBytes);
+            return (mask[start + bit / 8] << bit % 8 & 0x80 ? whereSet : whereClear)[pixel];
+        };
+        Codes codes = from(x);
+        const Codes chroma = inFormat.Is422() ? from(x - x % 2) : codes;
+        return Codes{codes[0], chroma[1], chroma[2], codes[3]};
     });
 }
 
@@ -118,42 +115,8 @@ TEST(OneBitMaskComposite, TakesEveryPixelByItsBit) {
     ForEachTarget([] {
         for (const FormatCode format : kPackedFormats) {
             for (const std::int32_t width : {1, 7, 18, 93}) {
-                for (std::int32_t offset = width % 2; offset < 8; offset += 2) {
-                    Area first = RandomArea(format, width, 1);
-                    Area second = RandomArea(0x1104, width, 2);
-                    const std::vector<Codes> whereSet = first.Pixels();
-                    const std::vector<Codes> whereClear = Converted(second, format).Pixels();
-                    // The first row last, and not a byte more than needed.
-                    const std::int32_t maskBytes = (offset + width + 7) / 8;
-                    std::vector<std::uint8_t> mask(static_cast<std::size_t>(3 * maskBytes));
-                    std::mt19937 random(5);
-                    for (std::uint8_t& byte : mask)
-                        byte = static_cast<std::uint8_t>(random());
-                    const auto bitOf = [&](std::size_t inX, std::size_t inRow) {
-                        const std::size_t bit = static_cast<std::size_t>(offset) + inX;
-                        return (mask[(2 - inRow) * static_cast<std::size_t>(maskBytes) + bit / 8]
-                                    << bit % 8 &
-                                0x80) != 0;
-                    };
-                    Area output = first;
-                    ASSERT_EQ(SV_OneBitMaskComposite(
-                                  output.Start(), output.RowBytes(), format, second.Start(),
-                                  second.RowBytes(), FormatCode(0x1104),
-                                  mask.data() + 2 * maskBytes, -maskBytes, offset, output.Start(),
-                                  output.RowBytes(), format, width, 3, 0),
-                              0);
-                    ExpectPixels(output, 0, [&](std::size_t pixel) {
-                        const std::size_t x = pixel % static_cast<std::size_t>(width);
-                        const std::size_t row = pixel / static_cast<std::size_t>(width);
-                        const auto from = [&](std::size_t inX) {
-                            return (bitOf(inX, row) ? whereSet : whereClear)[pixel];
-                        };
-                        Codes codes = from(x);
-                        if (!format.Is422()) return codes;
-                        const Codes chroma = from(x - x % 2);
-                        return Codes{codes[0], chroma[1], chroma[2], codes[3]};
-                    });
-                }
+                for (std::int32_t offset = width % 2; offset < 8; offset += 2)
+                    CheckMask(format, width, offset);
             }
         }
     });
@@ -162,31 +125,26 @@ TEST(OneBitMaskComposite, TakesEveryPixelByItsBit) {
 TEST(Alpha, IsInvertedAndSet) {
     ForEachTarget([] {
         for (const FormatCode format : kPackedFormats) {
-            Area source = RandomArea(format, 45, 3);
+            Area source = RandomArea(format, 45, 3, 3);
             const std::vector<Codes> pixels = source.Pixels();
             const double full = BlackCodes(format)[3];
-            const auto expected = [&](std::size_t inPixel, double inAlpha) {
-                const Codes& codes = pixels[inPixel];
-                const double factor = codes[3] > 0 ? inAlpha / codes[3] : 0;
-                return Darkened(format, codes, format.IsPremultiplied() ? factor : 1, inAlpha);
+            const auto expected = [&](const Codes& codes, double alpha) {
+                const double factor = codes[3] > 0 ? alpha / codes[3] : 0;
+                return Darkened(format, codes, format.IsPremultiplied() ? factor : 1, alpha);
             };
-            Area inverted(format, 45, 3);
-            Area set(format, 45, 3);
+            Area inverted(format, 45, 3), set(format, 45, 3);
             // To another picture, then in place.
             for (Area* const from : {&source, &set}) {
                 if (from == &set) set = source;
-                ASSERT_EQ(SV_InvertAlpha(source.Start(), source.RowBytes(), inverted.Start(),
-                                         inverted.RowBytes(), format, 45, 3),
+                ASSERT_EQ(Call(SV_InvertAlpha, source.Rows(), inverted.Memory(), source.Size()), 0);
+                ASSERT_EQ(Call(SV_CopyAndSetAlpha, from->Rows(), set.Memory(), set.Size(), 0.3f),
                           0);
-                ASSERT_EQ(SV_CopyAndSetAlpha(from->Start(), from->RowBytes(), set.Start(),
-                                             set.RowBytes(), format, 45, 3, 0.3f),
-                          0);
-                ExpectPixels(inverted, Rounding(format), [&](std::size_t pixel) {
-                    const double alpha = pixels[pixel][3];
-                    return expected(pixel, format.HoldsAlpha() ? full - alpha : alpha);
+                inverted.ExpectPixels(Rounding(format), [&](std::size_t i) {
+                    const double alpha = pixels[i][3];
+                    return expected(pixels[i], format.HoldsAlpha() ? full - alpha : alpha);
                 });
-                ExpectPixels(set, Rounding(format), [&](std::size_t pixel) {
-                    return expected(pixel, (format & 0xC) == 0 ? full : 0.3 * full);
+                set.ExpectPixels(Rounding(format), [&](std::size_t i) {
+                    return expected(pixels[i], (format & 0xC) == 0 ? full : 0.3 * full);
                 });
             }
         }
@@ -197,67 +155,58 @@ TEST(CompositeToBlack, DarkensAndMakesOpaque) {
     ForEachTarget([] {
         for (const FormatCode format : kPackedFormats) {
             for (const float opacity : {0.0f, 0.4f, 1.0f, kInfinity}) {
-                Area source = RandomArea(format, 45, 4);
-                const double full = BlackCodes(format)[3];
-                const auto expected = [&, pixels = source.Pixels()](std::size_t inPixel) {
-                    const bool isStraight = (format.bits & 0xC) == 4;
-                    const double alpha = isStraight ? pixels[inPixel][3] / full : 1;
-                    return Darkened(format, pixels[inPixel], alpha * std::min(opacity, 1.0f), full);
-                };
-                Area other(0x1104, 45, 3);
+                Area source = RandomArea(format, 45, 3, 4), other(0x1104, 45, 3);
+                const std::vector<Codes> pixels = source.Pixels();
                 for (Area* const output : {&other, &source}) {
-                    ASSERT_EQ(SV_CompositeToBlack(source.Start(), source.RowBytes(), format,
-                                                  output->Start(), output->RowBytes(),
-                                                  output->Format(), 45, 3, opacity, 2),
+                    ASSERT_EQ(Call(SV_CompositeToBlack, source.Memory(), output->Memory(),
+                                   output->Size(), opacity, 2),
                               0);
                 }
-                ExpectPixels(source, Rounding(format) + 0.01, expected);
+                source.ExpectPixels(Rounding(format) + 0.01, [&](std::size_t i) {
+                    const double full = BlackCodes(format)[3];
+                    const double alpha = (format.bits & 0xC) == 4 ? pixels[i][3] / full : 1;
+                    return Darkened(format, pixels[i], alpha * std::min(opacity, 1.0f), full);
+                });
                 // Converted either before or after the codes are rounded.
-                const std::vector<Codes> converted = Converted(source, 0x1104).Pixels();
-                ExpectPixels(other, 0.008, [&](std::size_t pixel) { return converted[pixel]; });
+                other.ExpectLike(Converted(source, 0x1104).Pixels(), 0.008);
             }
         }
     });
 }
 
 TEST(BlendCalls, RefuseWhatCannotBe) {
-    constexpr FormatCode kGood = 0x004;
-    std::byte good[64]{};
-    std::byte out[64]{};
-    const auto expectAll = [&](std::int32_t inResult, const void* inSource, FormatCode inFormat,
-                               std::int32_t inWidth) {
+    constexpr FormatCode kRgb = 0x004;
+    std::byte good[64]{}, out[64]{};
+    const auto from = [&](const void* memory) { return std::tuple(memory, 32, kRgb); };
+    void* const bytes = out;
+    const std::tuple to(bytes, 32, kRgb);
+    // clang-format off
+    const struct { std::int32_t result; const void* memory; FormatCode format; std::int32_t width; }
+    kCases[] = {{kSV_NullPointer, nullptr, kRgb, 4}, {kSV_UnsupportedFormat, good, 0x01000021, 4},
+                {kSV_BadSize, good, kRgb, 0},        {kSV_BadSize, good, kRgb, 9}};
+    for (const auto& [result, memory, format, width] : kCases) {
+        const std::tuple bad(memory, 32, format);
         const std::int32_t results[] = {
-            SV_CrossDissolve(inSource, 32, inFormat, good, 32, kGood, out, 32, kGood, inWidth, 2,
-                             0.5f, 2),
-            SV_CrossDissolve(good, 32, kGood, inSource, 32, inFormat, out, 32, kGood, inWidth, 2,
-                             0.5f, 2),
-            SV_InvertAlpha(inSource, 32, out, 32, inFormat, inWidth, 2),
-            SV_CopyAndSetAlpha(inSource, 32, out, 32, inFormat, inWidth, 2, 1),
-            SV_CompositeToBlack(inSource, 32, inFormat, out, 32, kGood, inWidth, 2, 1, 2),
-            SV_OneBitMaskComposite(inSource, 32, inFormat, good, 32, kGood, good, 4, 0, out, 32,
-                                   kGood, inWidth, 2, 2),
-            SV_OneBitMaskComposite(good, 32, kGood, inSource, 32, inFormat, good, 4, 0, out, 32,
-                                   kGood, inWidth, 2, 2),
-        };
-        EXPECT_THAT(results, testing::Each(inResult));
-    };
-    expectAll(kSV_NullPointer, nullptr, kGood, 4);
-    expectAll(kSV_UnsupportedFormat, good, 0x01000021, 4);
-    expectAll(kSV_BadSize, good, kGood, 0);
-    expectAll(kSV_BadSize, good, kGood, 9);
-    const auto composite = [&](const void* inMask, std::int32_t inFirstBit) {
-        return SV_OneBitMaskComposite(good, 32, kGood, good, 32, kGood, inMask, 4, inFirstBit, out,
-                                      32, kGood, 4, 2, 2);
+            Call(SV_CrossDissolve, bad, from(good), to, width, 2, 0.5f, 2),
+            Call(SV_CrossDissolve, from(good), bad, to, width, 2, 0.5f, 2),
+            Call(SV_InvertAlpha, memory, 32, bytes, 32, format, width, 2),
+            Call(SV_CopyAndSetAlpha, memory, 32, bytes, 32, format, width, 2, 1),
+            Call(SV_CompositeToBlack, bad, to, width, 2, 1, 2),
+            Call(SV_OneBitMaskComposite, bad, from(good), good, 4, 0, to, width, 2, 2),
+            Call(SV_OneBitMaskComposite, from(good), bad, good, 4, 0, to, width, 2, 2)};
+        EXPECT_THAT(results, testing::Each(result));
+    }
+    // clang-format on
+    const auto composite = [&](const void* mask, std::int32_t firstBit) {
+        return Call(SV_OneBitMaskComposite, from(good), from(good), mask, 4, firstBit, to, 4, 2, 2);
     };
     EXPECT_EQ(composite(nullptr, 0), kSV_NullPointer);
-    EXPECT_EQ(composite(good, 8), kSV_BadArgument);
-    EXPECT_EQ(composite(good, -1), kSV_BadArgument);
-    EXPECT_EQ(
-        SV_CrossDissolve(good, 32, kGood, good, 32, kGood, out, 32, kGood, 4, 2, kNoNumber, 2),
-        kSV_BadArgument);
-    EXPECT_EQ(SV_CopyAndSetAlpha(good, 32, out, 32, kGood, 4, 2, kNoNumber), kSV_BadArgument);
-    EXPECT_EQ(SV_CompositeToBlack(good, 32, kGood, out, 32, kGood, 4, 2, kNoNumber, 2),
-              kSV_BadArgument);
+    const std::int32_t badArguments[] = {
+        composite(good, 8), composite(good, -1),
+        Call(SV_CrossDissolve, from(good), from(good), to, 4, 2, kNoNumber, 2),
+        Call(SV_CopyAndSetAlpha, good, 32, to, 4, 2, kNoNumber),
+        Call(SV_CompositeToBlack, from(good), to, 4, 2, kNoNumber, 2)};
+    EXPECT_THAT(badArguments, testing::Each(kSV_BadArgument));
     EXPECT_THAT(out, testing::Each(std::byte{0}));
 }
 

@@ -1,26 +1,22 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdint>
+#include <numeric>
 #include <vector>
 
 #include "contracts/Scanvo.h"
 
 // Around the size from which copies take another road, at every alignment of both ends.
 TEST(CopyMemory, CopiesExactlyTheBytesAsked) {
-    constexpr std::size_t kGuard = 300;
+    constexpr std::size_t kLarge = 2 << 20, kGuard = 300;
     for (const std::size_t count :
-         {std::size_t{0}, std::size_t{1}, std::size_t{1000}, (std::size_t{2} << 20) - 1,
-          std::size_t{2} << 20, (std::size_t{2} << 20) + 777}) {
+         {std::size_t{0}, std::size_t{1}, std::size_t{1000}, kLarge - 1, kLarge, kLarge + 777}) {
         for (const std::size_t shift : {0, 1, 63, 64, 255}) {
-            std::vector<std::uint8_t> source(count + shift + 1);
-            for (std::size_t i = 0; i < source.size(); ++i)
-                source[i] = static_cast<std::uint8_t>(i * 31 + i / 255);
-            std::vector<std::uint8_t> copy(count + 2 * kGuard, 0xEE);
-            const std::size_t start = kGuard - shift;
-            SV_CopyMemory(copy.data() + start, source.data() + shift, count);
-            std::vector<std::uint8_t> expected(copy.size(), 0xEE);
-            std::copy_n(source.data() + shift, count, expected.data() + start);
+            std::vector<std::uint32_t> source(count / 4 + 65);
+            std::iota(source.begin(), source.end(), 0x30201u);
+            const auto* const bytes = reinterpret_cast<const std::uint8_t*>(source.data()) + shift;
+            std::vector<std::uint8_t> copy(count + 2 * kGuard, 0xEE), expected = copy;
+            std::copy_n(bytes, count, expected.data() + kGuard - shift);
+            SV_CopyMemory(copy.data() + kGuard - shift, bytes, count);
             ASSERT_TRUE(copy == expected) << count << " bytes, shift " << shift;
         }
     }

@@ -8,7 +8,6 @@ extern "C" {
 #include <numeric>
 
 #include "Area.h"
-#include "Targets.h"
 #include "rows/RowPlan.h"
 
 namespace scanvo_test {
@@ -38,16 +37,14 @@ Area ByGeneralRoad(Area& inSource, FormatCode inFormat) {
 
 // Adds up how many codes there are and how many are not equal.
 void Compare(const Area& inArea, const Area& inExpected, std::array<double, 2>& ioCounts) {
-    const auto pixels = inArea.Pixels();
-    const auto expected = inExpected.Pixels();
-    const double tolerance = inArea.Format().IsFloat() ? 1e-5 : 1;
+    const auto pixels = inArea.Pixels(), expected = inExpected.Pixels();
+    const bool isFloat = inArea.Format().IsFloat();
     for (std::size_t i = 0; i < 4 * pixels.size(); ++i) {
-        const double code = pixels[i / 4][i % 4];
-        const double other = expected[i / 4][i % 4];
-        const double unit = tolerance < 1 ? std::max(1.0, std::abs(other)) : 1;
-        ASSERT_NEAR(code, other, tolerance * unit) << i << " of " << 4 * pixels.size();
+        const double code = pixels[i / 4][i % 4], other = expected[i / 4][i % 4];
+        const double tolerance = isFloat ? 1e-5 * std::max(1.0, std::abs(other)) : 1;
+        ASSERT_NEAR(code, other, tolerance) << i << " of " << 4 * pixels.size();
         ioCounts[0] += 1;
-        ioCounts[1] += tolerance == 1 && code != other;
+        ioCounts[1] += !isFloat && code != other;
     }
 }
 
@@ -58,8 +55,7 @@ void CheckRow(Area& inSource, const Area& inExpected, std::array<double, 2>& ioC
     if (convert == nullptr) return;
     // At an odd address, and no byte longer than the row, so that checkers see what reads beyond.
     std::vector<std::byte> row(1);
-    row.insert(row.end(), inSource.Start(),
-               inSource.Start() + inSource.Format().RowLength(inSource.Width()));
+    row.insert(row.end(), inSource.Start(), inSource.Start() + inSource.RowLength());
     Area result(inExpected.Format(), inSource.Width(), 1);
     convert(row.data() + 1, result.Start(), inSource.Width());
     result.ExpectGuardsIntact();
@@ -146,8 +142,7 @@ void CheckDecoded(FormatCode inFormat, AVCodecID inCodec, AVPixelFormat inPixels
     AVPacket* packet = av_packet_alloc();
     AVFrame* frame = av_frame_alloc();
     av_new_packet(packet, rowBytes * kHeight);
-    SV_Convert(source.Start(), source.RowBytes(), source.Format(), packet->data, rowBytes, inFormat,
-               kWidth, kHeight, 4);
+    Call(SV_Convert, source.Memory(), packet->data, rowBytes, inFormat, source.Size(), 4);
     const AVCodec* const codec = avcodec_find_decoder(inCodec);
     AVCodecContext* context = avcodec_alloc_context3(codec);
     context->width = kWidth;

@@ -4,7 +4,6 @@
 #include <thread>
 
 #include "Area.h"
-#include "Targets.h"
 
 namespace scanvo_test {
 namespace {
@@ -16,11 +15,9 @@ struct Size {
 Area Scaled(Area& inSource, FormatCode inFormat, Size inSize, std::int32_t inQuality,
             std::uint32_t inFieldType = 0) {
     Area result(inFormat, inSize.width, inSize.height);
-    EXPECT_EQ(
-        SV_ScaleConvert(inSource.Start(), inSource.RowBytes(), inSource.Width(), inSource.Height(),
-                        inSource.Format(), inFieldType, result.Start(), result.RowBytes(),
-                        inSize.width, inSize.height, inFormat, inFieldType, inQuality),
-        0);
+    EXPECT_EQ(Call(SV_ScaleConvert, inSource.Sized(), inFieldType, result.Sized(), inFieldType,
+                   inQuality),
+              0);
     result.ExpectGuardsIntact();
     return result;
 }
@@ -68,25 +65,18 @@ TEST(Scale, WeighsByTheFilterOfTheQuality) {
             // Red differs from column to column, green from row to row.
             Area source(0x10C, count, count);
             for (std::int32_t i = 0; i < count * count; ++i) {
-                source.Set(i / count, i % count * 4 + 2,
-                           values[static_cast<std::size_t>(i % count)]);
-                source.Set(i / count, i % count * 4 + 1,
-                           values[static_cast<std::size_t>(i / count)]);
+                source.Set(i / count, i % count * 4 + 2, values.begin()[i % count]);
+                source.Set(i / count, i % count * 4 + 1, values.begin()[i / count]);
             }
             const Area scaled = Scaled(source, 0x10C, {newCount, newCount}, quality);
             for (std::int32_t i = 0; i < newCount; ++i) {
-                const float value = expected[static_cast<std::size_t>(i)];
-                EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(i, 0)[0]), value)
-                    << count << ", quality " << quality;
-                EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(0, i)[1]), value)
-                    << count << ", quality " << quality;
+                SCOPED_TRACE(testing::Message() << count << ", quality " << quality);
+                EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(i, 0)[0]), expected.begin()[i]);
+                EXPECT_FLOAT_EQ(static_cast<float>(scaled.At(0, i)[1]), expected.begin()[i]);
             }
         }
     });
 }
-
-// ---- Against a double-precision filter
-// ------------------------------------------------------------
 
 double Kernel(std::int32_t inQuality, double inX) {
     const double x = std::abs(inX);
@@ -124,10 +114,9 @@ TEST(Scale, FiltersAZonePlate) {
         return std::round(127.5 + 127.5 * std::cos((x * x + y * y) * M_PI / kSize));
     };
     Area source(0x00C, kSize, kSize);
-    for (std::int32_t i = 0; i < kSize * kSize; ++i) {
+    for (std::int32_t i = 0; i < kSize * kSize; ++i)
         source.Set(i / kSize, i % kSize * 4 + 1,
                    static_cast<std::uint8_t>(plate(i / kSize, i % kSize)));
-    }
     for (const auto& [quality, newSize] :
          {std::pair{3, 89}, {4, 89}, {5, 89}, {4, 311}, {5, 311}}) {
         std::vector<std::vector<double>> columns(static_cast<std::size_t>(newSize));
@@ -149,14 +138,9 @@ TEST(Scale, FiltersAZonePlate) {
             }
         }
         const double decibels = 10 * std::log10(255.0 * 255 * newSize * newSize / error);
-        RecordProperty("decibels" + std::to_string(quality) + "_" + std::to_string(newSize),
-                       std::to_string(decibels));
         EXPECT_GT(decibels, 55) << "quality " << quality << " to " << newSize;
     }
 }
-
-// ---- Bytes
-// ----------------------------------------------------------------------------------------
 
 // Pictures of floats are scaled by other code than those of bytes. Colour counts by how much it
 // shows.
@@ -212,20 +196,18 @@ TEST(Scale, ShrinksToMeans) {
         Area source(0x008, 43 * factor, 7 * factor);
         source.Scatter();
         ForEachTarget([&] {
-            const Area scaled = Scaled(source, 0x008, {43, 7}, 2);
-            for (std::int32_t i = 0; i < 43 * 7; ++i) {
-                const std::int32_t x = i % 43;
-                const std::int32_t y = i / 43;
-                for (std::size_t c = 0; c < 4; ++c) {
-                    double sum = 0;
-                    for (std::int32_t part = 0; part < factor * factor; ++part) {
-                        sum += source.At(factor * x + part % factor, factor * y + part / factor)[c];
-                    }
-                    // The general road may round a half down.
-                    ASSERT_NEAR(scaled.At(x, y)[c], sum / (factor * factor), 0.5)
-                        << x << ", " << y;
+            // The general road may round a half down.
+            Scaled(source, 0x008, {43, 7}, 2).ExpectPixels(0.5, [&](std::size_t pixel) {
+                const auto i = static_cast<std::int32_t>(pixel);
+                Codes mean{};
+                for (std::int32_t part = 0; part < factor * factor; ++part) {
+                    const Codes codes = source.At(factor * (i % 43) + part % factor,
+                                                  factor * (i / 43) + part / factor);
+                    for (std::size_t c = 0; c < 4; ++c)
+                        mean[c] += codes[c] / (factor * factor);
                 }
-            }
+                return mean;
+            });
         });
     }
 }
@@ -243,13 +225,7 @@ TEST(Scale, Halves422ToWhatFloatsGive) {
                 Area exact = Scaled(source, floats, {width, 3}, 2);
                 const std::vector<Codes> expected = Converted(exact, bytes).Pixels();
                 ForEachTarget([&] {
-                    const std::vector<Codes> actual = Scaled(source, bytes, {width, 3}, 2).Pixels();
-                    for (std::size_t i = 0; i < expected.size(); ++i) {
-                        for (std::size_t c = 0; c < 4; ++c) {
-                            ASSERT_NEAR(actual[i][c], expected[i][c], 1.001)
-                                << format.bits << " to " << bytes.bits << ", pixel " << i;
-                        }
-                    }
+                    Scaled(source, bytes, {width, 3}, 2).ExpectLike(expected, 1.001);
                 });
             }
         }
@@ -260,11 +236,9 @@ TEST(Scale, Halves422ToWhatFloatsGive) {
 TEST(Scale, LetsGradientsPass) {
     for (const auto& [size, newSize] : kSizes) {
         Area source(0x10C, size.width, size.height);
-        for (std::int32_t y = 0; y < size.height; ++y) {
-            for (std::int32_t x = 0; x < size.width; ++x) {
-                source.Set(y, 4 * x + 1, static_cast<float>(x));
-                source.Set(y, 4 * x + 2, static_cast<float>(y));
-            }
+        for (std::int32_t i = 0; i < size.width * size.height; ++i) {
+            source.Set(i / size.width, i % size.width * 4 + 1, static_cast<float>(i % size.width));
+            source.Set(i / size.width, i % size.width * 4 + 2, static_cast<float>(i / size.width));
         }
         const double across = static_cast<double>(size.width) / newSize.width;
         const double down = static_cast<double>(size.height) / newSize.height;
@@ -294,9 +268,8 @@ TEST(Scale, KeepsOneColourInEveryFormatAndSize) {
                 std::vector<Rgba>(static_cast<std::size_t>(size.width), {0.8, 0.4, 0.2, 0.6}));
             Area row = Converted(pixels, format);
             Area source = Scaled(row, format, size, 1);
-            for (const std::int32_t quality : {1, 2, 3}) {
+            for (const std::int32_t quality : {1, 2, 3})
                 Scaled(source, format, newSize, quality).ExpectFilled(row.At(0, 0), step);
-            }
         }
     }
 }
@@ -317,10 +290,12 @@ TEST(Scale, ShowsNoFringeOfClearPixels) {
 // Chroma scaled on its own grid, and chroma scaled as part of whole pixels, lie in one place.
 TEST(Scale, KeepsChromaBesideItsLuma) {
     Area ramp(0x10D, 32, 1);
+    std::int32_t index = 0;
     for (std::int32_t x = 0; x < 32; ++x) {
-        ramp.Set(0, 4 * x, (static_cast<float>(x) - 16) / 64);
-        ramp.Set(0, 4 * x + 1, (static_cast<float>(x) - 16) / 64);
-        ramp.Set(0, 4 * x + 2, static_cast<float>(x) / 32);
+        const float chroma = (static_cast<float>(x) - 16) / 64;
+        for (const float value : {chroma, chroma, 2 * chroma + 0.5f})
+            ramp.Set(0, index++, value);
+        ++index;
     }
     Area v210 = Converted(ramp, 0x051);
     for (const std::int32_t newWidth : {16, 20, 48, 64}) {
@@ -338,19 +313,18 @@ TEST(Scale, KeepsChromaBesideItsLuma) {
 
 // Counted from the top, where memory ends, even rows are white. A single row has no other field.
 TEST(Scale, KeepsFieldsApart) {
-    constexpr std::int32_t kHeights[][2] = {{8, 4},  {4, 8},  {8, 5}, {7, 4},
-                                            {7, 13}, {60, 4}, {1, 3}};
-    for (const auto& [height, newHeight] : kHeights) {
+    for (const auto& [height, newHeight] :
+         {std::pair{8, 4}, {4, 8}, {8, 5}, {7, 4}, {7, 13}, {60, 4}, {1, 3}}) {
         Area source(0x00C, 1, height);
         for (std::int32_t y = 0; y < height; ++y)
             source.Set(y, 0, (height - 1 - y) % 2 == 0 ? 0xFFFFFFFFu : 0u);
         for (const std::int32_t quality : {1, 2, 3}) {
-            const Area scaled = Scaled(source, 0x00C, {2, newHeight}, quality, 2);
-            for (std::int32_t y = 0; y < newHeight; ++y) {
-                const bool isWhite = height == 1 || (newHeight - 1 - y) % 2 == 0;
-                EXPECT_EQ(scaled.At(1, y)[0], isWhite ? 255 : 0)
-                    << height << " to " << newHeight << ", row " << y;
-            }
+            Scaled(source, 0x00C, {2, newHeight}, quality, 2)
+                .ExpectPixels(0, [&](std::size_t pixel) {
+                    const auto y = static_cast<std::int32_t>(pixel / 2);
+                    const double code = height == 1 || (newHeight - 1 - y) % 2 == 0 ? 255 : 0;
+                    return Codes{code, code, code, code};
+                });
         }
     }
 }
@@ -359,7 +333,7 @@ TEST(Scale, RunsOnManyThreads) {
     Area source(0x004, 61, 47);
     source.Scatter();
     const Area expected = Scaled(source, 0x011, {33, 70}, 3);
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int call = 0; call < 20; ++call) {
@@ -369,8 +343,6 @@ TEST(Scale, RunsOnManyThreads) {
             }
         });
     }
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <limits>
 
 #include "Area.h"
-#include "Targets.h"
 #include "fast/FastRows.h"
 #include "fast/VectorColour.h"
 #include "rows/Chroma.h"
@@ -13,12 +12,11 @@ namespace {
 
 // Planes of random samples and rare ones, that begin at odd places.
 struct Planes {
-    static constexpr std::size_t kMargin = 3;
     explicit Planes(std::int32_t inWidth) {
         constexpr float kRare[] = {NAN, INFINITY, -INFINITY, -0.0f, 1e-40f, 3e38f, 0.5f / 255, 1};
         std::mt19937 random(static_cast<std::uint32_t>(inWidth));
         for (std::vector<float>& plane : samples) {
-            plane.resize(static_cast<std::size_t>(inWidth) + 2 * kMargin);
+            plane.resize(static_cast<std::size_t>(inWidth) + 6);
             for (float& sample : plane) {
                 const auto number = random() % 4096;
                 sample = number < 800 ? kRare[number % 8] : static_cast<float>(number) / 2048 - 1;
@@ -26,14 +24,13 @@ struct Planes {
         }
     }
     scanvo::PlanarRow Row() {
-        return {&samples[0][kMargin], &samples[1][kMargin], &samples[2][kMargin],
-                &samples[3][kMargin]};
+        return {&samples[0][3], &samples[1][3], &samples[2][3], &samples[3][3]};
     }
     void ExpectLike(const Planes& inExpected) const {
         for (std::size_t i = 0; i < 4 * samples[0].size(); ++i) {
             const float sample = samples[i % 4][i / 4], other = inExpected.samples[i % 4][i / 4];
             if (sample == other || (std::isnan(sample) && std::isnan(other))) continue;
-            ASSERT_NEAR(sample, other, 3e-6f * std::max(1.0f, std::abs(other))) << i / 4 - kMargin;
+            ASSERT_NEAR(sample, other, 3e-6f * std::max(1.0f, std::abs(other))) << i / 4;
         }
     }
     std::array<std::vector<float>, 4> samples;
@@ -58,13 +55,13 @@ TEST(VectorRows, LoadAndStoreWhatPlainOnesDo) {
             Area area(code, width, 1);
             area.Scatter();
             Area plainArea = area;
+            const auto bytes = static_cast<std::size_t>(area.RowLength());
             // No byte longer than the row, so that checkers see what reads beyond.
-            const std::vector<std::byte> row(area.Start(), area.Start() + code.RowLength(width));
+            const std::vector<std::byte> row(area.Start(), area.Start() + bytes);
             Planes planes(width), expected(width);
             vectors.Store(planes.Row(), {area.Start(), 0, width, 1, format}, 0);
             plain.Store(planes.Row(), {plainArea.Start(), 0, width, 1, format}, 0);
             area.ExpectGuardsIntact();
-            const auto bytes = static_cast<std::size_t>(code.RowLength(width));
             ASSERT_EQ(std::memcmp(area.Start(), plainArea.Start(), bytes), 0);
             vectors.Load({row.data(), 0, width, 1, format}, 0, planes.Row());
             plain.Load({row.data(), 0, width, 1, format}, 0, expected.Row());
@@ -120,22 +117,24 @@ TEST(VectorRows, RoundEveryPairOfByteAndAlphaExactly) {
             const auto format = *scanvo::DecodeFormat(straight);
             if (!scanvo::FastRowBetween(*scanvo::DecodeFormat(premultiplied), format)) return;
             Area from(straight, 256, 256), fromPremultiplied(premultiplied, 256, 256);
-            for (std::int32_t i = 0; i < 65536; ++i) {
-                const auto c = static_cast<std::uint32_t>(i % 256 * 0x010101);
-                const auto a = static_cast<std::uint32_t>(i / 256);
-                const std::uint32_t pixel = straight.IsReversed() ? c << 8 | a : a << 24 | c;
-                from.Set(i / 256, i % 256, pixel);
-                fromPremultiplied.Set(i / 256, i % 256, pixel);
+            for (std::uint32_t i = 0; i < 65536; ++i) {
+                const std::uint32_t c = i % 256 * 0x010101, a = i / 256;
+                for (Area* const area : {&from, &fromPremultiplied})
+                    area->Set(static_cast<int>(a), static_cast<int>(i % 256),
+                              straight.IsReversed() ? c << 8 | a : a << 24 | c);
             }
-            const Area times = Converted(from, premultiplied);
-            const Area over = Converted(fromPremultiplied, straight);
-            for (std::int32_t i = 0; i < 65536; ++i) {
-                const double c = i % 256, a = i / 256;
-                const double product = std::floor(c * a / 255 + 0.5);
-                const double quotient = a == 0 ? 0 : std::min(std::floor(c * 255 / a + 0.5), 255.0);
-                ASSERT_EQ(times.At(i % 256, i / 256), (Codes{product, product, product, a}));
-                ASSERT_EQ(over.At(i % 256, i / 256), (Codes{quotient, quotient, quotient, a}));
-            }
+            const auto expect = [](double code, std::size_t alpha) {
+                return Codes{code, code, code, static_cast<double>(alpha)};
+            };
+            Converted(from, premultiplied).ExpectPixels(0, [&](std::size_t i) {
+                return expect(std::floor(static_cast<double>(i % 256 * (i / 256)) / 255 + 0.5),
+                              i / 256);
+            });
+            Converted(fromPremultiplied, straight).ExpectPixels(0, [&](std::size_t i) {
+                const double quotient =
+                    static_cast<double>(i % 256) * 255 / static_cast<double>(i / 256);
+                return expect(i < 256 ? 0 : std::min(std::floor(quotient + 0.5), 255.0), i / 256);
+            });
         });
     }
 }
@@ -147,25 +146,22 @@ TEST(LargePictures, AreDoneAsTheirRowsAre) {
     source.Scatter();
     for (const FormatCode format : {0x004u, 0x1004u, 0x109u}) {
         Area whole(format, kSize, kSize, RowOrder::Up), row(format, kSize, 1);
-        const auto expectRows = [&](const auto& inMakeRow) {
+        const auto bytes = static_cast<std::size_t>(row.RowLength());
+        for (const bool isFill : {false, true}) {
+            const auto make = [&](const std::byte* from, Area& area) {
+                if (isFill)
+                    return Call(SV_FillWithColor, area.Sized(), source.Start(), source.Format());
+                return Call(SV_Convert, from, source.RowBytes(), source.Format(), area.Memory(),
+                            area.Size(), 4);
+            };
+            ASSERT_EQ(make(source.Start(), whole), 0);
             whole.ExpectGuardsIntact();
             for (std::int32_t i = 0; i < kSize; ++i) {
-                inMakeRow(source.Start() + source.RowBytes() * i);
-                const std::byte* const start = whole.Start() + whole.RowBytes() * i;
-                const auto bytes = static_cast<std::size_t>(format.RowLength(kSize));
-                ASSERT_EQ(std::memcmp(start, row.Start(), bytes), 0) << i;
+                ASSERT_EQ(make(source.Start() + source.RowBytes() * i, row), 0);
+                ASSERT_EQ(std::memcmp(whole.Start() + whole.RowBytes() * i, row.Start(), bytes), 0)
+                    << i;
             }
-        };
-        SV_Convert(source.Start(), source.RowBytes(), source.Format(), whole.Start(),
-                   whole.RowBytes(), format, kSize, kSize, 4);
-        expectRows([&](const std::byte* inRow) {
-            SV_Convert(inRow, 0, source.Format(), row.Start(), 0, format, kSize, 1, 4);
-        });
-        SV_FillWithColor(whole.Start(), whole.RowBytes(), kSize, kSize, format, source.Start(),
-                         source.Format());
-        expectRows([&](const std::byte*) {
-            SV_FillWithColor(row.Start(), 0, kSize, 1, format, source.Start(), source.Format());
-        });
+        }
     }
 }
 
