@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <climits>
 #include <cstring>
 
@@ -39,21 +40,13 @@ TEST(FrameLayout, SizeOfABuffer) {
 }
 
 TEST(FrameLayout, PixelOffset) {
-    const struct {
-        std::uintptr_t address;
-        int alignment, block, prefix, offset;
-    } kCases[] = {
-        {0x10000, 0, 0, 0, 0},
-        {0x10001, 0, 0, 0, 0},
-        {0x10000, 0, 4096, 0, 3968},
-        {0x10000 - 16, 0, 4096, 0, 3984},
-        {0x10000, 512, 4096, 512, 384 + 512},
-        {0x10000, 512, 0, -5, 384},
-        {0x10000, 0, 0, 77, 77},
-        {0x10000, 0, -1, 77, 77},
-        {0x10000, 64, 0, 0, 0},
-        {0x10001, 64, 0, 0, 63},
-    };
+    // clang-format off
+    const struct { std::uintptr_t address; int alignment, block, prefix, offset; } kCases[] = {
+        {0x10000, 0, 0, 0, 0}, {0x10001, 0, 0, 0, 0}, {0x10000, 0, 4096, 0, 3968},
+        {0x10000 - 16, 0, 4096, 0, 3984}, {0x10000, 512, 4096, 512, 384 + 512},
+        {0x10000, 512, 0, -5, 384}, {0x10000, 0, 0, 77, 77}, {0x10000, 0, -1, 77, 77},
+        {0x10000, 64, 0, 0, 0}, {0x10001, 64, 0, 0, 63}};
+    // clang-format on
     for (const auto& [address, alignment, block, prefix, offset] : kCases) {
         EXPECT_EQ(VF::DeterminePixelOffsetForVideoFrame(reinterpret_cast<const void*>(address),
                                                         alignment, block, prefix),
@@ -64,18 +57,17 @@ TEST(FrameLayout, PixelOffset) {
 
 // Whatever the address, the pixels fit behind the offset.
 TEST(FrameLayout, SizeAlwaysHasRoomForTheOffset) {
-    for (const int alignment : {0, 1, 16, 512}) {
-        for (const int block : {0, 32, 4096}) {
-            for (const int prefix : {-1, 0, 13}) {
-                unsigned long long size = 0;
-                VF::GetRequiredSharedMemorySizeForVideoFrame(kPixelFormat_BGRA_4444_8u, 5, 3,
-                                                             alignment, block, prefix, size);
-                for (std::uintptr_t address = 0x20000; address < 0x20000 + 4096; address += 7) {
-                    const int offset = VF::DeterminePixelOffsetForVideoFrame(
-                        reinterpret_cast<const void*>(address), alignment, block, prefix);
-                    EXPECT_LE(128U + static_cast<unsigned>(offset) + 5 * 3 * 4, size);
-                }
-            }
+    for (std::size_t i = 0; i < 4 * 3 * 3; ++i) {
+        const int alignment = std::array{0, 1, 16, 512}[i % 4];
+        const int block = std::array{0, 32, 4096}[i / 4 % 3],
+                  prefix = std::array{-1, 0, 13}[i / 12];
+        unsigned long long size = 0;
+        VF::GetRequiredSharedMemorySizeForVideoFrame(kPixelFormat_BGRA_4444_8u, 5, 3, alignment,
+                                                     block, prefix, size);
+        for (std::uintptr_t address = 0x20000; address < 0x20000 + 4096; address += 7) {
+            const int offset = VF::DeterminePixelOffsetForVideoFrame(
+                reinterpret_cast<const void*>(address), alignment, block, prefix);
+            EXPECT_LE(128U + static_cast<unsigned>(offset) + 5 * 3 * 4, size);
         }
     }
 }

@@ -76,16 +76,13 @@ TEST(Frame, ReadOnlyRefusesEveryWriteButTheRenderTime) {
 }
 
 TEST(Frame, InterfacesFollowFormatAndState) {
-    const struct {
-        VF::VideoFrameRef frame;
-        bool readOnly, clearable, rows;
-    } kCases[] = {
-        {MakeFrame(4, 4), false, true, true},
-        {MakeFrame(4, 4), true, false, true},
+    // clang-format off
+    const struct { VF::VideoFrameRef frame; bool readOnly, clearable, rows; } kCases[] = {
+        {MakeFrame(4, 4), false, true, true}, {MakeFrame(4, 4), true, false, true},
         {MakeFrame(720, 480, kPixelFormat_NTSCDV25), false, true, false},
         {MakeFrame(4, 4, kPixelFormat_Invalid), false, true, false},
-        {support::MakeCustomFrame(100), false, false, false},
-    };
+        {support::MakeCustomFrame(100), false, false, false}};
+    // clang-format on
     for (const auto& [frame, readOnly, clearable, rows] : kCases) {
         SCOPED_TRACE(frame->GetPixelType().code);
         frame->SetReadOnly(readOnly);
@@ -101,20 +98,17 @@ TEST(Frame, InterfacesFollowFormatAndState) {
 // Alpha counts where the format holds it; formats without addressable rows have no pixel size.
 TEST(Frame, FormatsSayPixelSizeAndAlpha) {
     constexpr int kNoRows = -1;
-    const struct {
-        PixelFormat format;
-        std::uint32_t alphaType;
-        bool hasAlpha;
-        int pixelSize;
-    } kCases[] = {
-        {kPixelFormat_BGRA_4444_8u, 1, true, 4},      {kPixelFormat_BGRA_4444_8u, 2, true, 4},
-        {kPixelFormat_BGRA_4444_8u, 3, false, 4},     {kPixelFormat_BGRP_4444_32f, 1, true, 16},
-        {kPixelFormat_BGRX_4444_8u, 1, false, 4},     {kPixelFormat_UYVY_422_8u, 1, false, 2},
-        {kPixelFormat_PALDV50, 1, false, kNoRows},    {kPixelFormat_Invalid, 1, false, kNoRows},
+    // clang-format off
+    const struct { PixelFormat format; std::uint32_t alphaType; bool hasAlpha; int pixelSize; }
+    kCases[] = {
+        {kPixelFormat_BGRA_4444_8u, 1, true, 4}, {kPixelFormat_BGRA_4444_8u, 2, true, 4},
+        {kPixelFormat_BGRA_4444_8u, 3, false, 4}, {kPixelFormat_BGRP_4444_32f, 1, true, 16},
+        {kPixelFormat_BGRX_4444_8u, 1, false, 4}, {kPixelFormat_UYVY_422_8u, 1, false, 2},
+        {kPixelFormat_PALDV50, 1, false, kNoRows}, {kPixelFormat_Invalid, 1, false, kNoRows},
         {kPixelFormat_VUYX_4444_8u_709, 1, false, 4}, {kPixelFormat_PRGB_4444_15u, 1, true, 8},
-        {kPixelFormat_VUYA_4444_16u, 1, true, 8},     {kPixelFormat_BGRA_4444_32f, 1, true, 16},
-        {kPixelFormat_YUYV_422_8u, 1, false, 2},      {kPixelFormat_V210_422_10u, 1, false, 0},
-    };
+        {kPixelFormat_VUYA_4444_16u, 1, true, 8}, {kPixelFormat_BGRA_4444_32f, 1, true, 16},
+        {kPixelFormat_YUYV_422_8u, 1, false, 2}, {kPixelFormat_V210_422_10u, 1, false, 0}};
+    // clang-format on
     for (const auto& [format, alphaType, hasAlpha, pixelSize] : kCases) {
         const VF::VideoFrameRef frame = MakeFrame(8, 2, format);
         frame->SetAlphaType(alphaType);

@@ -69,10 +69,10 @@ TEST(VideoSubFrame, HasPropertiesOfItsOwn) {
     parent->SetAlphaType(3);
     part->SetAlphaType(2);
     EXPECT_EQ(parent->GetAlphaType(), 2u);
+    // clang-format off
     for (const auto call : {+[](OV::IVideoFrame& frame) { frame.SetReadOnly(true); },
-                            +[](OV::IVideoFrame& frame) {
-                                frame.SetPixelAspectRatio({1, 1});
-                            }}) {
+                            +[](OV::IVideoFrame& frame) { frame.SetPixelAspectRatio({1, 1}); }}) {
+        // clang-format on
         try {
             call(*part);
             FAIL();
@@ -83,6 +83,7 @@ TEST(VideoSubFrame, HasPropertiesOfItsOwn) {
 }
 
 TEST(VideoSubFrame, KnowsItsFields) {
+    // clang-format off
     const struct {
         std::uint32_t fieldType;
         std::int32_t height;
@@ -91,19 +92,13 @@ TEST(VideoSubFrame, KnowsItsFields) {
                   {1, 5, 0, 1}, {0, 5, 1, 0}, {3, 4, 1, 0}};
     const VF::VideoFrameRef parent = MakeFrame(20, 20);
     for (const auto& [fieldType, height, first, second] : kCases) {
-        parent->SetFieldType(fieldType);
-        const VF::VideoFrameRef part = SubFrameOf(parent, {2, 3, 9, 3 + height});
-        const auto rows = Ask<Rows>(part);
-        EXPECT_EQ(rows->GetFieldFirstRow(0), first) << fieldType << ' ' << height;
-        EXPECT_EQ(rows->GetFieldFirstRow(1), second) << fieldType << ' ' << height;
-        EXPECT_EQ(rows->GetField0Data(), Data(part) + first * rows->GetRowBytes());
-        EXPECT_EQ(rows->GetField1Data(), Data(part) + second * rows->GetRowBytes());
-    }
-}
-
-TEST(VideoSubFrame, LivesWithItsParentAndOfIt) {
-    VF::VideoFrameRef parent = MakeFrame(400, 400);
-    Data(parent)[50 * 1600 + 400] = std::byte{42};
+        parent->SetFieldType(fieldType); const VF::VideoFrameRef part = SubFrameOf(parent,
+        {2, 3, 9, 3 + height}); const auto rows = Ask<Rows>(part); EXPECT_EQ(rows->GetFieldFirstRow(0),
+        first) << fieldType << ' ' << height; EXPECT_EQ(rows->GetFieldFirstRow(1),
+        second) << fieldType << ' ' << height; EXPECT_EQ(rows->GetField0Data(),
+        Data(part) + first * rows->GetRowBytes()); EXPECT_EQ(rows->GetField1Data(),
+        Data(part) + second * rows->GetRowBytes()); } } TEST(VideoSubFrame, LivesWithItsParentAndOfIt) { VF::VideoFrameRef parent = MakeFrame(400, 400); Data(parent)[50 * 1600 + 400] = std::byte{42};
+    // clang-format on
     const VF::VideoFrameRef part = SubFrameOf(parent);
     parent = nullptr;
     EXPECT_EQ(Data(part)[0], std::byte{42});

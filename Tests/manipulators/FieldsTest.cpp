@@ -61,20 +61,6 @@ TEST(CopyField, KeepsItsContracts) {
     EXPECT_THROW(VerticalConvolve(MakeCustomFrame(400), other.frame), Brix::NullInterfaceException);
 }
 
-TEST(SwapFields, MovesThePictureDownARow) {
-    for (const std::int32_t height : {1, 2, 3, 10}) {
-        const Canvas source = PaintPattern(5, height);
-        const Canvas destination = PaintPlain(5, height);
-        const auto expected = [](std::int32_t x, std::int32_t y) {
-            return PatternAt(x, std::max(y - 1, 0));
-        };
-        SwapFields(source.frame, destination.frame);
-        ExpectPixels(destination, expected);
-        SwapFields(source.frame, source.frame);
-        ExpectPixels(source, expected);
-    }
-}
-
 Pixel Mean(const Pixel& inA, const Pixel& inB) {
     Pixel mean;
     std::transform(inA.begin(), inA.end(), inB.begin(), mean.begin(),
@@ -113,20 +99,31 @@ TEST(Deinterlace, RebuildsTheOtherField) {
     EXPECT_EQ(planar->GetFieldType(), 1u);
 }
 
+// From another picture, then in place.
+template <class Call, class Expected>
+void ExpectRows(std::int32_t inHeight, const Call& inCall, const Expected& inExpected) {
+    const Canvas source = PaintPattern(5, inHeight), destination = PaintPlain(5, inHeight);
+    inCall(source.frame, destination.frame);
+    ExpectPixels(destination, inExpected);
+    inCall(source.frame, source.frame);
+    ExpectPixels(source, inExpected);
+}
+
+TEST(SwapFields, MovesThePictureDownARow) {
+    for (const std::int32_t height : {1, 2, 3, 10}) {
+        ExpectRows(height, SwapFields,
+                   [](std::int32_t x, std::int32_t y) { return PatternAt(x, std::max(y - 1, 0)); });
+    }
+}
+
 TEST(VerticalConvolve, MixesEachRowWithItsNeighbours) {
     for (const std::int32_t height : {2, 3, 8}) {
-        const auto expected = [height](std::int32_t x, std::int32_t y) {
+        ExpectRows(height, VerticalConvolve, [height](std::int32_t x, std::int32_t y) {
             const Pixel own = PatternAt(x, y);
             if (y == 0) return Mean(own, PatternAt(x, 1));
             if (y == height - 1) return Mean(own, PatternAt(x, y - 1));
             return Mean(Mean(PatternAt(x, y - 1), PatternAt(x, y + 1)), own);
-        };
-        const Canvas source = PaintPattern(5, height);
-        const Canvas destination = PaintPlain(5, height);
-        VerticalConvolve(source.frame, destination.frame);
-        ExpectPixels(destination, expected);
-        VerticalConvolve(source.frame, source.frame);
-        ExpectPixels(source, expected);
+        });
     }
     const Canvas row = PaintPattern(5, 1);
     VerticalConvolve(PaintPlain(5, 1).frame, row.frame);

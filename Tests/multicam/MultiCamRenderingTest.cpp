@@ -1,6 +1,6 @@
 #include "VideoFrame/MultiCamRendering.h"
 
-#include <algorithm>
+#include <array>
 #include <limits>
 #include <vector>
 
@@ -87,10 +87,7 @@ struct Case {
 };
 
 constexpr unsigned long long kNone = std::numeric_limits<unsigned long long>::max();
-constexpr auto& A = kColours[0];
-constexpr auto& B = kColours[1];
-constexpr auto& C = kColours[2];
-constexpr auto& D = kColours[3];
+constexpr auto &A = kColours[0], &B = kColours[1], &C = kColours[2], &D = kColours[3];
 
 // clang-format off
 const Case kCases[] = {
@@ -190,11 +187,10 @@ TEST(RenderMulticam, DrawsEveryFormatUpright) {
         ASSERT_EQ(output->GetPixelType(), format);
         const Canvas seen{MakeFrame(720, 480)};
         ASSERT_EQ(VF::VideoFrameManipulators::CopyFrame(output, seen.frame, 4), 0);
-        const Patch places[] = {{kRed, 8, 8, 0, 0},
-                                {A, 180, 120, 0, 0},
-                                {B, 540, 120, 0, 0},
-                                {C, 180, 360, 0, 0},
-                                {D, 540, 360, 0, 0}};
+        // clang-format off
+        const Patch places[] = {{kRed, 8, 8, 0, 0}, {A, 180, 120, 0, 0}, {B, 540, 120, 0, 0},
+                                {C, 180, 360, 0, 0}, {D, 540, 360, 0, 0}};
+        // clang-format on
         for (const Patch& place : places) {
             const Pixel found = seen.At(place.x, place.y);
             for (std::size_t i = 0; i < 4; ++i)
@@ -252,18 +248,16 @@ TEST(RenderMulticam, RaisesWhatCannotBeDrawn) {
         EXPECT_THROW(VF::RenderNonMulticam({source}, true, params, {}, useAllProcessors),
                      Brix::NullInterfaceException);
     }
-    auto huge = params;
-    huge.width = huge.height = 0x7FFFFFFF;  // created with success, but there is no frame
-    EXPECT_THROW(VF::RenderMulticam({}, 0, false, false, huge, false),
-                 Brix::NullInterfaceException);
-    auto unknown = params;
-    unknown.pixelFormat = OV::kPixelFormat_Invalid;
+    const auto render = [](std::uint32_t width, std::uint32_t height,
+                           tulomediatypes::PixelFormat format) {
+        VF::RenderMulticam({}, 0, false, false, Params(width, height, 1, format), false);
+    };
+    // Created with success, but there is no frame.
+    EXPECT_THROW(render(0x7FFFFFFF, 0x7FFFFFFF, params.pixelFormat), Brix::NullInterfaceException);
     ExpectBroken("rowbytes != 0", "MultiCamRendering", 0,
-                 [&] { VF::RenderMulticam({}, 0, false, false, unknown, false); });
-    auto empty = params;
-    empty.height = 0;
+                 [&] { render(8, 8, OV::kPixelFormat_Invalid); });
     ExpectBroken("inHeight != 0", "VideoFrameFactory", 80,
-                 [&] { VF::RenderMulticam({}, 0, false, false, empty, false); });
+                 [&] { render(8, 0, params.pixelFormat); });
 }
 
 TEST(RenderMulticam, GivesNothingWithoutMemory) {
@@ -278,6 +272,7 @@ TEST(RenderMulticam, GivesNothingWithoutMemory) {
 // ---------------------------------------------------------------------------------------------
 // Render parameters
 
+// clang-format off
 struct ParamsCase {
     std::uint32_t width, height;
     double scale;
@@ -285,21 +280,17 @@ struct ParamsCase {
     std::uint32_t expectedWidth, expectedHeight;
     double expectedScale;
     std::uint32_t expectedFullWidth, expectedFullHeight;
-};
-
-constexpr std::uint32_t kLargest = std::numeric_limits<std::uint32_t>::max();
-
-constexpr ParamsCase kParamsCases[] = {
+} constexpr kParamsCases[] = {
     {1920, 1080, 1, false, false, 960, 540, 0.5, 1920, 1080},
     {1920, 1080, 1, false, true, 480, 540, 0.5, 960, 1080},
     {1920, 1080, 1, true, true, 960, 1080, 1, 960, 1080},
     {1920, 1080, 1, true, false, 960, 540, 0.5, 1920, 1080},
     {1922, 1081, 0.75, false, false, 961, 540, 0.375, 2562, 1440},
     {1922, 1081, 0.75, false, true, 480, 540, 0.375, 1280, 1440},
-    {640, 480, 0, true, true, 320, 480, 0, kLargest, kLargest},
+    {640, 480, 0, true, true, 320, 480, 0, 0xFFFFFFFF, 0xFFFFFFFF},
     {640, 480, -1, false, false, 320, 240, -0.5, 0, 0},
-    {1, 1, 0, false, false, 0, 0, 0, 0, 0},
-};
+    {1, 1, 0, false, false, 0, 0, 0, 0, 0}};
+// clang-format on
 
 TEST(MultiCamRenderParams, AreDerivedForCells) {
     for (const ParamsCase& one : kParamsCases) {
@@ -316,9 +307,8 @@ TEST(MultiCamRenderParams, AreDerivedForCells) {
         EXPECT_EQ(derived.fullHeight, one.expectedFullHeight);
         EXPECT_EQ(derived.fullPixelAspectRatio.denominator, 11U);
         EXPECT_EQ(derived.pixelFormat, params.pixelFormat);
-        EXPECT_EQ(derived.settingA, 1U);
-        EXPECT_EQ(derived.settingB, 0U);
-        EXPECT_EQ(derived.settingC, 1U);
+        EXPECT_EQ((std::array{derived.settingA, derived.settingB, derived.settingC}),
+                  (std::array{1U, 0U, 1U}));
     }
 }
 

@@ -186,23 +186,16 @@ TEST(Calls, RefuseWhatCannotBe) {
     constexpr auto kFar = std::numeric_limits<std::int64_t>::min();
     std::vector<std::byte> memory(4096, std::byte{0xEE});
     std::byte *const there = memory.data(), good[64];
-    const struct {
-        std::byte* buffer;
-        std::int64_t rowBytes;
-        FormatCode format;
-        std::int32_t width, height, result;
-    } kCases[] = {
-        {nullptr, 64, 0x004, 4, 4, kSV_NullPointer},
-        {there, 64, 0, 4, 4, kSV_UnsupportedFormat},
+    // clang-format off
+    const struct { std::byte* buffer; std::int64_t rowBytes; FormatCode format; std::int32_t width, height, result; }
+    kCases[] = {
+        {nullptr, 64, 0x004, 4, 4, kSV_NullPointer}, {there, 64, 0, 4, 4, kSV_UnsupportedFormat},
         {there, 64, kSV_PixelFormat_Custom, 4, 4, kSV_UnsupportedFormat},
-        {there, 64, 0x01000021, 4, 4, kSV_BadSize},
-        {there, 64, 0x004, 0, 4, kSV_BadSize},
-        {there, 64, 0x004, 4, -1, kSV_BadSize},
-        {there, 15, 0x004, 4, 2, kSV_BadSize},
-        {there, -15, 0x004, 4, 2, kSV_BadSize},
-        {there, 8, 0x051, 3, 2, kSV_BadSize},
-        {there, kFar, 0x004, 4, 2, kSV_BadSize},
-    };
+        {there, 64, 0x01000021, 4, 4, kSV_BadSize}, {there, 64, 0x004, 0, 4, kSV_BadSize},
+        {there, 64, 0x004, 4, -1, kSV_BadSize}, {there, 15, 0x004, 4, 2, kSV_BadSize},
+        {there, -15, 0x004, 4, 2, kSV_BadSize}, {there, 8, 0x051, 3, 2, kSV_BadSize},
+        {there, kFar, 0x004, 4, 2, kSV_BadSize}};
+    // clang-format on
     constexpr FormatCode kGood = 0x004;
     const std::tuple whole(there, 64, kGood);
     const std::tuple to(there, 64, 3, 3, kGood, 0);

@@ -40,26 +40,18 @@ TEST(PixelFormatSize, IsThatOfATightPicture) {
 }
 
 TEST(ClipBufferToRect, AddressesMemoryRows) {
-    const struct {
-        FormatCode format;
-        std::int64_t rowBytes;
-        std::int32_t width, height, left, top, result;
-        std::int64_t offset;
-    } kCases[] = {
-        {0x004, 400, 10, 5, 3, 2, 0, 812},
-        {0x004, -400, 10, 5, 3, 2, 0, -788},
-        {0x104, 400, 0, 0, 1, 1, 0, 416},
-        {0x011, 400, 2, 2, 6, 1, 0, 412},
-        {0x011, 400, 2, 2, 5, 1, kSV_BadSize, 0},
-        {0x051, 256, 2, 2, 12, 1, 0, 288},
-        {0x051, 256, 2, 2, 2, 0, kSV_BadSize, 0},
-        {0x01000021, 0, 720, 480, 0, 0, 0, 0},
-        {0x01000021, 0, 720, 480, 0, 1, kSV_BadSize, 0},
-        {0x004, 400, -1, 5, 0, 0, kSV_BadSize, 0},
+    // clang-format off
+    const struct { FormatCode format; std::int64_t rowBytes; std::int32_t width, height, left, top, result; std::int64_t offset; }
+    kCases[] = {
+        {0x004, 400, 10, 5, 3, 2, 0, 812}, {0x004, -400, 10, 5, 3, 2, 0, -788},
+        {0x104, 400, 0, 0, 1, 1, 0, 416}, {0x011, 400, 2, 2, 6, 1, 0, 412},
+        {0x011, 400, 2, 2, 5, 1, kSV_BadSize, 0}, {0x051, 256, 2, 2, 12, 1, 0, 288},
+        {0x051, 256, 2, 2, 2, 0, kSV_BadSize, 0}, {0x01000021, 0, 720, 480, 0, 0, 0, 0},
+        {0x01000021, 0, 720, 480, 0, 1, kSV_BadSize, 0}, {0x004, 400, -1, 5, 0, 0, kSV_BadSize, 0},
         {0x004, 400, 1, 5, -1, 0, kSV_BadSize, 0},
         {0x004, std::numeric_limits<std::int64_t>::min(), 1, 1, 0, 7, kSV_BadSize, 0},
-        {0x7F000020, 400, 1, 1, 0, 0, kSV_UnsupportedFormat, 0},
-    };
+        {0x7F000020, 400, 1, 1, 0, 0, kSV_UnsupportedFormat, 0}};
+    // clang-format on
     std::byte memory[4096], *const buffer = memory + 2048;
     void* pixel;
     for (const auto& [format, rowBytes, width, height, left, top, result, offset] : kCases) {

@@ -95,8 +95,7 @@ std::vector<double> ScaledLine(const std::vector<double>& inLine, std::int32_t i
     std::vector<double> result;
     for (int i = 0; i < inCount; ++i) {
         const double centre = (i + 0.5) * scale - 0.5;
-        double sum = 0;
-        double weights = 0;
+        double sum = 0, weights = 0;
         for (int j = -3 * count; j < 4 * count; ++j) {
             const double weight = Kernel(inQuality, (j - centre) / step);
             sum += weight * inLine[static_cast<std::size_t>(std::clamp(j, 0, count - 1))];
@@ -177,14 +176,11 @@ TEST(Scale, GivesBytesWhatFloatsGive) {
                 for (const std::int32_t opaqueRows : {size.height, size.height / 2, 0}) {
                     Area source(format, size.width, size.height, RowOrder::Up);
                     source.Scatter();
-                    for (std::int32_t i = 0; i < opaqueRows * size.width; ++i) {
-                        source.Set(i / size.width,
-                                   i % size.width * 4 + (format.IsReversed() ? 0 : 3),
-                                   std::uint8_t{255});
-                    }
-                    for (const std::int32_t quality : {1, 2, 3, 4, 5}) {
+                    for (std::int32_t i = format.IsReversed() ? 0 : 3;
+                         i < opaqueRows * size.width * 4; i += 4)
+                        source.Set(i / (4 * size.width), i % (4 * size.width), std::uint8_t{255});
+                    for (const std::int32_t quality : {1, 2, 3, 4, 5})
                         ExpectWhatFloatsGive(source, floats, newSize, quality, quality == 3);
-                    }
                 }
             }
         }
@@ -323,7 +319,7 @@ TEST(Scale, KeepsFieldsApart) {
                 .ExpectPixels(0, [&](std::size_t pixel) {
                     const auto y = static_cast<std::int32_t>(pixel / 2);
                     const double code = height == 1 || (newHeight - 1 - y) % 2 == 0 ? 255 : 0;
-                    return Codes{code, code, code, code};
+                    return Codes{code, code, code, 255};
                 });
         }
     }
