@@ -54,19 +54,21 @@ TEST_F(TableTest, FrameOperations) {
     EXPECT_EQ(CallAt<Rect>(object_, 4), (Rect{0, 0, 64, 31}));
     const Rect bounds{0, 0, 64, 31};
     EXPECT_TRUE((CallAt<bool, const Rect&>(object_, 5, bounds)));
-    CallAt<void>(object_, 7, PixelAspectRatio{10, 11});
-    EXPECT_EQ(CallAt<PixelAspectRatio>(object_, 6), (PixelAspectRatio{10, 11}));
+    const auto expectKept = [&](std::size_t position, const auto& value) {
+        using Value = std::decay_t<decltype(value)>;
+        CallAt<void, Value>(object_, position + 1, value);
+        EXPECT_EQ(CallAt<Value>(object_, position), value) << position;
+    };
+    expectKept(6, PixelAspectRatio{10, 11});
     EXPECT_EQ(CallAt<tulomediatypes::PixelFormat>(object_, 8),
               tulomediatypes::kPixelFormat_BGRA_4444_8u);
-    CallAt<void>(object_, 10, true);
-    EXPECT_TRUE(CallAt<bool>(object_, 9));
-    CallAt<void>(object_, 10, false);
-    CallAt<void>(object_, 12, 2U);
-    EXPECT_EQ(CallAt<std::uint32_t>(object_, 11), 2U);
+    expectKept(9, true);
+    expectKept(9, false);
+    expectKept(11, 2U);
     EXPECT_TRUE(CallAt<bool>(object_, 15));
-    CallAt<void>(object_, 14, 3U);
-    EXPECT_EQ(CallAt<std::uint32_t>(object_, 13), 3U);
+    expectKept(13, 3U);
     EXPECT_FALSE(CallAt<bool>(object_, 15));
+    expectKept(22, 99U);
     CallAt<void>(object_, 17, 5, 7);
     EXPECT_EQ(CallAt<OV::Point>(object_, 16), (OV::Point{5, 7}));
     const Rect content{1, 2, 30, 20};
@@ -74,8 +76,6 @@ TEST_F(TableTest, FrameOperations) {
     EXPECT_EQ(CallAt<Rect>(object_, 18), content);
     CallAt<void>(object_, 21, OV::AuxiliaryInfo{1, 2, 3});
     EXPECT_EQ(CallAt<OV::AuxiliaryInfo>(object_, 20), OV::AuxiliaryInfo{});
-    CallAt<void>(object_, 23, 99U);
-    EXPECT_EQ(CallAt<std::uint32_t>(object_, 22), 99U);
     const Rect data{3, 4, 5, 6};
     CallAt<void, const Rect&>(object_, 26, data);
     Rect read;

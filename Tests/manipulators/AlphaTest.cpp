@@ -32,12 +32,8 @@ TEST(AlphaBounds, KnowTheAlphaOfEachFormat) {
     constexpr Brix::Rect kAll{0, 0, 4, 2};
     constexpr float kNotANumber = std::numeric_limits<float>::quiet_NaN();
     const auto bitsOf = [](float value) { return std::bit_cast<std::uint32_t>(value); };
-    const struct {
-        PixelFormat format;
-        int bytes;
-        std::uint64_t pixelEnd;  // the highest bytes of the pixel at (1, 0)
-        Brix::Rect bounds;
-    } kCases[] = {
+    // Bytes at the end of the pixel at (1, 0), and what is in them.
+    const std::tuple<PixelFormat, std::uint32_t, std::uint64_t, Brix::Rect> kCases[] = {
         {kPixelFormat_VUYA_4444_8u, 4, 0x01000000, kPixel},
         {kPixelFormat_VUYA_4444_8u_709, 4, 0x00FFFFFF, kNone},
         {kPixelFormat_BGRA_4444_16u, 8, 0x0001000000000000, kPixel},
@@ -55,9 +51,8 @@ TEST(AlphaBounds, KnowTheAlphaOfEachFormat) {
         std::memset(memory->GetData(), 0, memory->GetDataSize());
         if (bytes != 0) {
             const auto rows = Ask<VF::IVideoFrame2DPixelMemoryAccess>(frame);
-            std::memcpy(Data(frame) + rows->GetRowBytes() + 2 * rows->GetPixelSize() -
-                            static_cast<std::uint32_t>(bytes),
-                        &pixelEnd, static_cast<std::size_t>(bytes));
+            const std::uint32_t end = rows->GetRowBytes() + 2 * rows->GetPixelSize();
+            std::memcpy(Data(frame) + end - bytes, &pixelEnd, bytes);
         }
         frame->SetReadOnly(true);
         Brix::Rect bounds;

@@ -60,10 +60,8 @@ TEST(CopyRect, ConvertsAndScales) {
 }
 
 TEST(CopyRect, KeepsItsContracts) {
-    const VF::VideoFrameRef frame = MakeFrame(10, 10);
-    const VF::VideoFrameRef readOnly = MakeFrame(10, 10);
-    const VF::VideoFrameRef planar =
-        MakeFrame(10, 10, tulomediatypes::kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601);
+    const VF::VideoFrameRef frame = MakeFrame(10, 10), readOnly = MakeFrame(10, 10);
+    const VF::VideoFrameRef planar = MakeFrame(10, 10, kPlanar);
     readOnly->SetReadOnly(true);
     const Brix::Rect whole{0, 0, 10, 10};
     EXPECT_EQ(CopyRect(nullptr, whole, readOnly, {10, 10, 10, 50}, 4, 3), 0);
@@ -132,15 +130,13 @@ TEST(MakeAddressable, KeepsOrConverts) {
         VF::VideoFrameRef result;
         ASSERT_EQ(MakeAddressableVideoFrame(wide, result, kPixelFormat_BGRA_4444_8u, quality), 0);
         const auto size = Ask<VF::IVideoFrame2DPixelMemoryAccess>(result)->GetPixelSize();
-        EXPECT_EQ(
-            size == 4,
-            quality == 4 ||
-                PixelFormatSize(Select4444PixelFormat(kPixelFormat_V210_422_10u, 5), 1, 1) == 4);
+        const PixelFormat widest = Select4444PixelFormat(kPixelFormat_V210_422_10u, 5);
+        EXPECT_EQ(size == 4, quality == 4 || PixelFormatSize(widest, 1, 1) == 4);
     }
     VF::VideoFrameRef untouched = wide;
-    EXPECT_EQ(MakeAddressableVideoFrame(MakeCustomFrame(400), untouched, kPixelFormat_BGRA_4444_8u,
-                                        4) < 0,
-              untouched == wide);
+    const std::int32_t result =
+        MakeAddressableVideoFrame(MakeCustomFrame(400), untouched, kPixelFormat_BGRA_4444_8u, 4);
+    EXPECT_EQ(result < 0, untouched == wide);
 }
 
 TEST(MakeWriteable, CopiesReadOnlyFrames) {

@@ -6,9 +6,6 @@
 namespace manipulators_test {
 namespace {
 
-constexpr PixelFormat kPlanar =
-    tulomediatypes::kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601;
-
 // Field 0 of field type 1 is the even display rows, of every other type the odd ones.
 bool IsInField(std::uint32_t inFieldType, std::int32_t inField, std::int32_t inY) {
     return (inY % 2 == 0) == ((inFieldType == 1) == (inField == 0));
@@ -132,18 +129,16 @@ TEST(VerticalConvolve, MixesEachRowWithItsNeighbours) {
 
 TEST(MergePulldown, TakesFieldOneOfTheSecond) {
     const Canvas first = PatternOfType(10, 1);
-    const Canvas second = Paint(5, 10, [](std::int32_t, std::int32_t) {
-        return Pixel{9, 9, 9, 9};
-    });
+    constexpr auto kNines = [](std::int32_t, std::int32_t) { return Pixel{9, 9, 9, 9}; };
+    const Canvas second = Paint(5, 10, kNines);
     second.frame->SetFieldType(1);
     EXPECT_EQ(MergePulldownFrames(first.frame, second.frame), 0);
     ExpectPixels(first, [](std::int32_t x, std::int32_t y) {
         return y % 2 == 0 ? PatternAt(x, y) : Pixel{9, 9, 9, 9};
     });
-    ExpectBroken("inSourceFrameA->GetPixelType() == inSourceFrameB->GetPixelType()", kFile, 0, [&] {
-        MergePulldownFrames(first.frame,
-                            MakeFrame(5, 10, tulomediatypes::kPixelFormat_VUYA_4444_8u));
-    });
+    const VF::VideoFrameRef other = MakeFrame(5, 10, tulomediatypes::kPixelFormat_VUYA_4444_8u);
+    ExpectBroken("inSourceFrameA->GetPixelType() == inSourceFrameB->GetPixelType()", kFile, 0,
+                 [&] { MergePulldownFrames(first.frame, other); });
 }
 
 // Whatever the format, a plain picture stays plain, also where the last pixel has half a unit.

@@ -13,6 +13,8 @@ using namespace VF::VideoFrameManipulators;
 using tulomediatypes::PixelFormat;
 
 constexpr const char* kFile = "VideoFrameManipulators";
+constexpr PixelFormat kPlanar =
+    tulomediatypes::kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601;
 
 /// Every row and column differs from its neighbours.
 inline Pixel PatternAt(std::int32_t inX, std::int32_t inY) {

@@ -47,10 +47,8 @@ VF::MultiCamRenderParams Params(std::uint32_t inWidth, std::uint32_t inHeight, d
 std::vector<VF::VideoFrameRef> Sources(const std::vector<Size>& inSizes) {
     std::vector<VF::VideoFrameRef> sources;
     for (const Size& size : inSizes) {
-        const Pixel& colour = kColours[sources.size()];
-        sources.push_back(size.width == 0 ? nullptr : Paint(size.width, size.height, [&](int, int) {
-                                                          return colour;
-                                                      }).frame);
+        const auto colour = [&, i = sources.size()](int, int) { return kColours[i]; };
+        sources.push_back(size.width == 0 ? nullptr : Paint(size.width, size.height, colour).frame);
     }
     return sources;
 }
@@ -153,12 +151,10 @@ TEST(RenderMulticam, KeepsUnitsOf422Whole) {
     const auto params = Params(86, 42, 0.3, format);  // outline of one pixel, cells of 43
     const VF::VideoFrameRef output = VF::RenderMulticam(
         Sources({{10, 10}, {15, 10}, {36, 24}, {42, 21}}), 2, false, true, params, true);
-    const Canvas expected = PaintPatches({86, 42}, {{A, 10, 0, 20, 21},
-                                                    {B, 48, 0, 30, 21},
-                                                    {kRed, 0, 21, 42, 21},
-                                                    {kBlack, 2, 22, 38, 19},
-                                                    {C, 6, 22, 30, 19},
-                                                    {D, 42, 21, 42, 21}});
+    // clang-format off
+    const Canvas expected = PaintPatches({86, 42}, {{A, 10, 0, 20, 21}, {B, 48, 0, 30, 21},
+        {kRed, 0, 21, 42, 21}, {kBlack, 2, 22, 38, 19}, {C, 6, 22, 30, 19}, {D, 42, 21, 42, 21}});
+    // clang-format on
     const auto rows = Ask<VF::IVideoFrame2DPixelMemoryAccess>(output);
     for (int y = 0; y < 42; ++y) {
         for (int x = 0; x < 86; x += 2) {

@@ -55,11 +55,7 @@ TEST(Convert, CarriesColourBetweenEveryTwoFormats) {
 
 TEST(Convert, TakesSpecialValues) {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    const struct {
-        Rgba colour;
-        FormatCode first, second;
-        Codes expected;
-    } kCases[] = {
+    const std::tuple<Rgba, FormatCode, FormatCode, Codes> kCases[] = {
         // What integers cannot hold is clamped, and floats pass one and zero.
         {{kInfinity, -2, std::nan(""), 7}, 0x1104, 0x004, {255, 0, 0, 255}},
         {{kInfinity, -2, std::nan(""), 7}, 0x1104, 0x084, {32768, 0, 0, 32768}},
@@ -124,8 +120,9 @@ TEST(Convert, KeepsV210SamplesBesideTheArea) {
             source.Scatter();
             wide.Scatter(67890);
             Area before = wide;
-            ASSERT_EQ(
-                Call(SV_Convert, source.Memory(), wide.Start(), 0, wide.Format(), width, 1, 4), 0);
+            const std::tuple to(wide.Start(), 0, wide.Format(), width, 1);
+            ASSERT_EQ(Call(SV_Convert, source.Memory(), to, 4), 0);
+            ASSERT_EQ(Call(SV_CompositeToBlack, source.Memory(), to, 0.5f, 2), 0);
             for (auto sample = static_cast<std::size_t>(2 * width + width % 2); sample < 12;
                  ++sample)
                 EXPECT_EQ(V210Sample(wide.Start(), sample), V210Sample(before.Start(), sample))

@@ -30,11 +30,7 @@ constexpr std::pair<Size, Size> kSizes[] = {
 // In both directions, since rows and columns are mixed by different code.
 TEST(Scale, WeighsByTheFilterOfTheQuality) {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    using Values = std::vector<float>;
-    const struct {
-        std::int32_t quality;
-        Values values, expected;
-    } kCases[] = {
+    const std::tuple<std::int32_t, std::vector<float>, std::vector<float>> kCases[] = {
         // The nearest; half way between two, the first.
         {0, {1, 2, 3}, {1, 1, 1, 2, 2, 2, 3, 3, 3}},
         {1, {1, 2, 4, 8}, {1, 4}},
@@ -156,9 +152,8 @@ void ExpectWhatFloatsGive(Area& inSource, FormatCode inFloats, Size inSize, std:
         for (std::size_t c = 0; c < 4; ++c) {
             const double shown = isStraight && c < 3 ? expected[i][3] / 255 : 1;
             ASSERT_NEAR(actual[i][c] * shown, expected[i][c] * shown, 1.001)
-                << std::hex << format.bits << std::dec << ", " << inSource.Width() << " to "
-                << inSize.width << ", quality " << inQuality << ", pixel " << i << ", component "
-                << c;
+                << std::hex << format.bits << std::dec << ", quality " << inQuality << ", pixel "
+                << i;
         }
     }
 }
@@ -238,18 +233,15 @@ TEST(Scale, LetsGradientsPass) {
         }
         const double across = static_cast<double>(size.width) / newSize.width;
         const double down = static_cast<double>(size.height) / newSize.height;
-        for (const std::int32_t quality : {2, 3}) {
-            for (const std::int32_t fields : {1, 2}) {
-                const Area scaled = Scaled(source, 0x10C, newSize, quality, fields == 2 ? 1 : 0);
-                // Pixels away from the edges, where every tap lies in the picture.
-                const auto marginX = static_cast<std::int32_t>(std::ceil(1 / across)) + 1;
-                const auto marginY = fields * (static_cast<std::int32_t>(std::ceil(1 / down)) + 1);
-                for (std::int32_t y = marginY; y < newSize.height - marginY; ++y) {
-                    for (std::int32_t x = marginX; x < newSize.width - marginX; ++x) {
-                        EXPECT_NEAR(scaled.At(x, y)[1], (x + 0.5) * across - 0.5, 0.05 * across);
-                        EXPECT_NEAR(scaled.At(x, y)[0], (y + 0.5) * down - 0.5,
-                                    0.05 * fields * down);
-                    }
+        for (const auto& [quality, fields] : {std::pair{2, 1}, {2, 2}, {3, 1}, {3, 2}}) {
+            const Area scaled = Scaled(source, 0x10C, newSize, quality, fields == 2 ? 1 : 0);
+            // Pixels away from the edges, where every tap lies in the picture.
+            const auto marginX = static_cast<std::int32_t>(std::ceil(1 / across)) + 1;
+            const auto marginY = fields * (static_cast<std::int32_t>(std::ceil(1 / down)) + 1);
+            for (std::int32_t y = marginY; y < newSize.height - marginY; ++y) {
+                for (std::int32_t x = marginX; x < newSize.width - marginX; ++x) {
+                    EXPECT_NEAR(scaled.At(x, y)[1], (x + 0.5) * across - 0.5, 0.05 * across);
+                    EXPECT_NEAR(scaled.At(x, y)[0], (y + 0.5) * down - 0.5, 0.05 * fields * down);
                 }
             }
         }
