@@ -1,4 +1,4 @@
-#include <cstring>
+#include <array>
 
 #include "support/Contracts.h"
 #include "support/Frames.h"
@@ -83,22 +83,24 @@ TEST(VideoSubFrame, HasPropertiesOfItsOwn) {
 }
 
 TEST(VideoSubFrame, KnowsItsFields) {
-    // clang-format off
-    const struct {
-        std::uint32_t fieldType;
-        std::int32_t height;
-        std::uint32_t first, second;
-    } kCases[] = {{2, 4, 0, 1}, {2, 5, 0, 1}, {1, 4, 1, 0},
-                  {1, 5, 0, 1}, {0, 5, 1, 0}, {3, 4, 1, 0}};
+    constexpr std::array<std::uint32_t, 4> kCases[] = {{2, 4, 0, 1}, {2, 5, 0, 1}, {1, 4, 1, 0},
+                                                       {1, 5, 0, 1}, {0, 5, 1, 0}, {3, 4, 1, 0}};
     const VF::VideoFrameRef parent = MakeFrame(20, 20);
     for (const auto& [fieldType, height, first, second] : kCases) {
-        parent->SetFieldType(fieldType); const VF::VideoFrameRef part = SubFrameOf(parent,
-        {2, 3, 9, 3 + height}); const auto rows = Ask<Rows>(part); EXPECT_EQ(rows->GetFieldFirstRow(0),
-        first) << fieldType << ' ' << height; EXPECT_EQ(rows->GetFieldFirstRow(1),
-        second) << fieldType << ' ' << height; EXPECT_EQ(rows->GetField0Data(),
-        Data(part) + first * rows->GetRowBytes()); EXPECT_EQ(rows->GetField1Data(),
-        Data(part) + second * rows->GetRowBytes()); } } TEST(VideoSubFrame, LivesWithItsParentAndOfIt) { VF::VideoFrameRef parent = MakeFrame(400, 400); Data(parent)[50 * 1600 + 400] = std::byte{42};
-    // clang-format on
+        parent->SetFieldType(fieldType);
+        const Brix::Rect rect{2, 3, 9, 3 + static_cast<std::int32_t>(height)};
+        const VF::VideoFrameRef part = SubFrameOf(parent, rect);
+        const auto rows = Ask<Rows>(part);
+        EXPECT_EQ(rows->GetFieldFirstRow(0), first) << fieldType << ' ' << height;
+        EXPECT_EQ(rows->GetFieldFirstRow(1), second) << fieldType << ' ' << height;
+        EXPECT_EQ(rows->GetField0Data(), Data(part) + first * rows->GetRowBytes());
+        EXPECT_EQ(rows->GetField1Data(), Data(part) + second * rows->GetRowBytes());
+    }
+}
+
+TEST(VideoSubFrame, LivesWithItsParentAndOfIt) {
+    VF::VideoFrameRef parent = MakeFrame(400, 400);
+    Data(parent)[50 * 1600 + 400] = std::byte{42};
     const VF::VideoFrameRef part = SubFrameOf(parent);
     parent = nullptr;
     EXPECT_EQ(Data(part)[0], std::byte{42});

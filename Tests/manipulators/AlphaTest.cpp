@@ -14,7 +14,10 @@ TEST(AlphaBounds, HoldEveryCoveredPixel) {
         const Canvas canvas = PaintPlain(width, 9);
         Brix::Rect expected{width, 9, 0, 0};
         for (int i = 0; i < 1 + round % 4; ++i) {
-            const auto x = static_cast<std::int32_t>(random() % static_cast<unsigned>(width));
+            // The first one also where a run of pixels begins.
+            const auto x =
+                static_cast<std::int32_t>((i == 0 ? 64 * static_cast<unsigned>(round) : random()) %
+                                          static_cast<unsigned>(width));
             const auto y = static_cast<std::int32_t>(random() % 9);
             canvas.Set(x, y, {0, 0, 0, i == 0 ? std::uint8_t{1} : std::uint8_t{255}});
             expected = {std::min(expected.left, x), std::min(expected.top, y),

@@ -122,7 +122,7 @@ TEST(Convert, KeepsV210SamplesBesideTheArea) {
             Area before = wide;
             const std::tuple to(wide.Start(), 0, wide.Format(), width, 1);
             ASSERT_EQ(Call(SV_Convert, source.Memory(), to, 4), 0);
-            ASSERT_EQ(Call(SV_CompositeToBlack, source.Memory(), to, 0.5f, 2), 0);
+            ASSERT_EQ(Call(SV_CrossDissolve, source.Memory(), source.Memory(), to, 0.5f, 2), 0);
             for (auto sample = static_cast<std::size_t>(2 * width + width % 2); sample < 12;
                  ++sample)
                 EXPECT_EQ(V210Sample(wide.Start(), sample), V210Sample(before.Start(), sample))
@@ -184,8 +184,9 @@ TEST(Calls, RefuseWhatCannotBe) {
     std::vector<std::byte> memory(4096, std::byte{0xEE});
     std::byte *const there = memory.data(), good[64];
     // clang-format off
-    const struct { std::byte* buffer; std::int64_t rowBytes; FormatCode format; std::int32_t width, height, result; }
-    kCases[] = {
+    const struct {
+        std::byte* buffer; std::int64_t rowBytes; FormatCode format; std::int32_t width, height, result;
+    } kCases[] = {
         {nullptr, 64, 0x004, 4, 4, kSV_NullPointer}, {there, 64, 0, 4, 4, kSV_UnsupportedFormat},
         {there, 64, kSV_PixelFormat_Custom, 4, 4, kSV_UnsupportedFormat},
         {there, 64, 0x01000021, 4, 4, kSV_BadSize}, {there, 64, 0x004, 0, 4, kSV_BadSize},

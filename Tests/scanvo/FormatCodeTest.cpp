@@ -41,8 +41,10 @@ TEST(PixelFormatSize, IsThatOfATightPicture) {
 
 TEST(ClipBufferToRect, AddressesMemoryRows) {
     // clang-format off
-    const struct { FormatCode format; std::int64_t rowBytes; std::int32_t width, height, left, top, result; std::int64_t offset; }
-    kCases[] = {
+    const struct {
+        FormatCode format; std::int64_t rowBytes;
+        std::int32_t width, height, left, top, result; std::int64_t offset;
+    } kCases[] = {
         {0x004, 400, 10, 5, 3, 2, 0, 812}, {0x004, -400, 10, 5, 3, 2, 0, -788},
         {0x104, 400, 0, 0, 1, 1, 0, 416}, {0x011, 400, 2, 2, 6, 1, 0, 412},
         {0x011, 400, 2, 2, 5, 1, kSV_BadSize, 0}, {0x051, 256, 2, 2, 12, 1, 0, 288},
