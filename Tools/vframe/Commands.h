@@ -13,6 +13,8 @@ void AddMulticamCommand(CLI::App& inApp);
 void AddShowCommand(CLI::App& inApp);
 void AddPublishCommand(CLI::App& inApp);
 void AddReceiveCommand(CLI::App& inApp);
+void AddQuantiseCommand(CLI::App& inApp);
+void AddCutCommand(CLI::App& inApp);
 void AddDemoCommand(CLI::App& inApp);
 
 }  // namespace vframe

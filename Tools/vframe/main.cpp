@@ -42,6 +42,8 @@ void DescribeProgram(CLI::App& inApp) {
     AddShowCommand(inApp);
     AddPublishCommand(inApp);
     AddReceiveCommand(inApp);
+    AddQuantiseCommand(inApp);
+    AddCutCommand(inApp);
     AddDemoCommand(inApp);
 }
 
