@@ -3,6 +3,7 @@
 #include "contracts/Scanvo.h"
 #include "raster/BaseSuite.h"
 #include "raster/PixelLoops.h"
+#include "raster/VectorTables.h"
 
 #if defined(VF_VECTORS_OF_32_BYTES)
 #include <immintrin.h>
@@ -89,18 +90,15 @@ VF_VECTORS_OF_32_BYTES void Row24To32Vectors(const std::uint8_t* inRow, std::uin
     Row24To32Plain(inRow + 3 * x, outRow + 4 * x, inWidth - x);
 }
 
+#endif
+
 void Row24To32(const std::uint8_t* inRow, std::uint8_t* outRow, std::size_t inWidth) {
+#if defined(VF_VECTORS_OF_32_BYTES)
     static const bool hasVectors = __builtin_cpu_supports("avx2") != 0;
-    (hasVectors ? Row24To32Vectors : Row24To32Plain)(inRow, outRow, inWidth);
-}
-
-#else
-
-void Row24To32(const std::uint8_t* inRow, std::uint8_t* outRow, std::size_t inWidth) {
+    if (hasVectors) return Row24To32Vectors(inRow, outRow, inWidth);
+#endif
     Row24To32Plain(inRow, outRow, inWidth);
 }
-
-#endif
 
 void Row8To32Plain(const std::uint8_t* inRow, std::uint8_t* outRow, std::size_t inWidth,
                    const std::uint32_t* inTable) {
@@ -110,32 +108,17 @@ void Row8To32Plain(const std::uint8_t* inRow, std::uint8_t* outRow, std::size_t 
 
 #if defined(VF_VECTORS_OF_64_BYTES)
 
-/// One byte of every word of a table, in four vectors.
-struct TablePlane {
-    __m512i quarters[4];
-};
-
-VF_VECTORS_OF_64_BYTES inline __m512i LookUp(const TablePlane& inPlane, __m512i inCodes,
-                                             __mmask64 inUpperHalf) {
-    const __m512i lower =
-        _mm512_permutex2var_epi8(inPlane.quarters[0], inCodes, inPlane.quarters[1]);
-    const __m512i upper =
-        _mm512_permutex2var_epi8(inPlane.quarters[2], inCodes, inPlane.quarters[3]);
-    return _mm512_mask_blend_epi8(inUpperHalf, lower, upper);
-}
-
 // The table is looked up in registers, a byte of the word at a time.
 VF_VECTORS_OF_64_BYTES void Row8To32Vectors(const std::uint8_t* inRow, std::uint8_t* outRow,
                                             std::size_t inWidth, const std::uint32_t* inTable) {
     constexpr std::size_t kPixels = 64;
     if (inWidth < kPixels) return Row8To32Plain(inRow, outRow, inWidth, inTable);
-    TablePlane planes[4];
+    VF::VectorTable planes[4];
     for (int plane = 0; plane < 4; ++plane) {
-        alignas(64) std::uint8_t bytes[256];
+        std::uint8_t bytes[256];
         for (std::size_t i = 0; i < 256; ++i)
             bytes[i] = static_cast<std::uint8_t>(inTable[i] >> (8 * plane));
-        for (int quarter = 0; quarter < 4; ++quarter)
-            planes[plane].quarters[quarter] = _mm512_load_si512(bytes + 64 * quarter);
+        planes[plane] = VF::LoadTable(bytes);
     }
     // Interleaving works on blocks of 16 bytes; in this order it gives pixels one after the other.
     const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
@@ -144,10 +127,10 @@ VF_VECTORS_OF_64_BYTES void Row8To32Vectors(const std::uint8_t* inRow, std::uint
         const __m512i codes =
             _mm512_maskz_permutexvar_epi32(0xFFFF, order, _mm512_loadu_si512(inRow + x));
         const __mmask64 upper = _mm512_movepi8_mask(codes);
-        const __m512i blue = LookUp(planes[0], codes, upper);
-        const __m512i green = LookUp(planes[1], codes, upper);
-        const __m512i red = LookUp(planes[2], codes, upper);
-        const __m512i alpha = LookUp(planes[3], codes, upper);
+        const __m512i blue = VF::LookUp(planes[0], codes, upper);
+        const __m512i green = VF::LookUp(planes[1], codes, upper);
+        const __m512i red = VF::LookUp(planes[2], codes, upper);
+        const __m512i alpha = VF::LookUp(planes[3], codes, upper);
         const __m512i lowPairs[] = {_mm512_unpacklo_epi8(blue, green),
                                     _mm512_unpacklo_epi8(red, alpha)};
         const __m512i highPairs[] = {_mm512_unpackhi_epi8(blue, green),
@@ -161,20 +144,15 @@ VF_VECTORS_OF_64_BYTES void Row8To32Vectors(const std::uint8_t* inRow, std::uint
     Row8To32Plain(inRow + x, outRow + 4 * x, inWidth - x, inTable);
 }
 
-void Row8To32(const std::uint8_t* inRow, std::uint8_t* outRow, std::size_t inWidth,
-              const std::uint32_t* inTable) {
-    static const bool hasVectors = __builtin_cpu_supports("avx512vbmi") != 0;
-    (hasVectors ? Row8To32Vectors : Row8To32Plain)(inRow, outRow, inWidth, inTable);
-}
-
-#else
+#endif
 
 void Row8To32(const std::uint8_t* inRow, std::uint8_t* outRow, std::size_t inWidth,
               const std::uint32_t* inTable) {
+#if defined(VF_VECTORS_OF_64_BYTES)
+    if (VF::CanPermuteBytes()) return Row8To32Vectors(inRow, outRow, inWidth, inTable);
+#endif
     Row8To32Plain(inRow, outRow, inWidth, inTable);
 }
-
-#endif
 
 }  // namespace
 

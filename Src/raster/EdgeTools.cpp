@@ -83,16 +83,30 @@ void EdgePaintChannel(void* ioPixels, std::int32_t inStride, std::int32_t inWidt
     TvBlockMove(ioScratch, ioChannel, bytes);
 }
 
+namespace VF {
+namespace {
+
+VF_PIXEL_LOOP void ChooseAlphas(const std::uint8_t* inInside, const std::uint8_t* inOutside,
+                                const std::uint8_t* inMask, std::size_t inWidth,
+                                std::uint8_t* __restrict ioLine) {
+    for (std::size_t x = 0; x < inWidth; ++x) {
+        const std::uint32_t alpha = inMask[x] != 0 ? inInside[x] : inOutside[x];
+        const auto pixel = LoadWord<std::uint32_t>(ioLine + kPixelBytes * x);
+        StoreWord((pixel & 0x00FFFFFF) | alpha << 24, ioLine + kPixelBytes * x);
+    }
+}
+
+}  // namespace
+}  // namespace VF
+
 void EdgeReconstructAlphas(const std::uint8_t* inInside, const std::uint8_t* inOutside,
                            void* ioPixels, const std::uint8_t* inMask, std::int32_t inWidth,
                            std::int32_t inHeight, std::int32_t inStride) {
-    if (!inInside || !inOutside || !ioPixels || !inMask) return;
+    if (!inInside || !inOutside || !ioPixels || !inMask || inWidth <= 0) return;
     for (std::int64_t y = 0; y < inHeight; ++y) {
-        std::uint8_t* const line = VF::AsBytes(ioPixels) + y * inStride;
-        for (std::int64_t x = 0; x < inWidth; ++x) {
-            const std::int64_t i = y * inWidth + x;
-            line[4 * x + 3] = inMask[i] != 0 ? inInside[i] : inOutside[i];
-        }
+        const std::int64_t i = y * inWidth;
+        VF::ChooseAlphas(inInside + i, inOutside + i, inMask + i, static_cast<std::size_t>(inWidth),
+                         VF::AsBytes(ioPixels) + y * inStride);
     }
 }
 
@@ -152,25 +166,40 @@ class Window {
 };
 
 /// Half of each byte.
-std::uint32_t Half(std::uint32_t inPixel) {
+inline std::uint32_t Half(std::uint32_t inPixel) {
     return inPixel >> 1 & 0x7F7F7F7F;
 }
 
-std::uint32_t Softened(const Window& inPixels, std::int64_t inLine, std::size_t inX) {
-    const auto at = [&](std::int64_t line, std::ptrdiff_t shift) {
-        return LoadWord<std::uint32_t>(inPixels.Line(line) + kPixelBytes * inX + shift);
-    };
-    constexpr std::ptrdiff_t kPixel = kPixelBytes;
-    const std::uint32_t column = Half(at(inLine - 1, 0)) + Half(at(inLine + 1, 0));
-    const std::uint32_t row = Half(at(inLine, -kPixel)) + Half(at(inLine, kPixel));
-    return Half(at(inLine, 0)) + Half(Half(column) + Half(row));
-}
+/// A line and its neighbours; the elements before the first and after the last can be read.
+struct Lines {
+    explicit Lines(const Window& inWindow, std::int64_t inLine)
+        : above(inWindow.Line(inLine - 1)),
+          here(inWindow.Line(inLine)),
+          below(inWindow.Line(inLine + 1)) {}
 
-bool IsEdge(const Window& inChannel, std::int64_t inLine, std::size_t inX) {
-    const std::uint8_t* const here = inChannel.Line(inLine) + inX;
-    const int sum = here[-1] + here[0] + here[1] + inChannel.Line(inLine - 1)[inX] +
-                    inChannel.Line(inLine + 1)[inX];
-    return sum != 0 && sum < kAllInside;
+    const std::uint8_t* above;
+    const std::uint8_t* here;
+    const std::uint8_t* below;
+};
+
+VF_PIXEL_LOOP void SoftenLine(const Lines& inPixels, const Lines& inChannel, std::size_t inWidth,
+                              std::uint8_t* __restrict outPixels,
+                              std::uint8_t* __restrict outChannel) {
+    for (std::size_t x = 0; x < inWidth; ++x) {
+        const std::uint8_t* const here = inChannel.here + x;
+        const int sum = here[-1] + here[0] + here[1] + inChannel.above[x] + inChannel.below[x];
+        const bool isEdge = (sum != 0) & (sum < kAllInside);
+        outChannel[x] = isEdge ? kSoftened : here[0];
+        const auto at = [x](const std::uint8_t* line) {
+            return LoadWord<std::uint32_t>(line + kPixelBytes * x);
+        };
+        const std::uint32_t pixel = at(inPixels.here);
+        const std::uint32_t column = Half(at(inPixels.above)) + Half(at(inPixels.below));
+        const std::uint32_t row =
+            Half(at(inPixels.here - kPixelBytes)) + Half(at(inPixels.here + kPixelBytes));
+        const std::uint32_t softened = Half(pixel) + Half(Half(column) + Half(row));
+        StoreWord(isEdge ? softened : pixel, outPixels + kPixelBytes * x);
+    }
 }
 
 }  // namespace
@@ -193,10 +222,7 @@ void EdgeAliasChannel(void* ioPixels, std::int32_t inStride, std::int32_t inWidt
     for (std::int64_t y = 0; y < inHeight; ++y) {
         pixels.MoveTo(y);
         channel.MoveTo(y);
-        for (std::size_t x = 0; x < width; ++x) {
-            if (!IsEdge(channel, y, x)) continue;
-            ioChannel[y * inWidth + static_cast<std::int64_t>(x)] = kSoftened;
-            StoreWord(Softened(pixels, y, x), AsBytes(ioPixels) + y * inStride + kPixelBytes * x);
-        }
+        SoftenLine(Lines(pixels, y), Lines(channel, y), width, AsBytes(ioPixels) + y * inStride,
+                   ioChannel + y * inWidth);
     }
 }
