@@ -35,6 +35,7 @@ int main(int inCount, char** inArguments) {
     bench::AddManipulatorRows();
     bench::AddBridgeRows();
     bench::AddRasterRows();
+    bench::AddToolsRows();
     bench::AddMulticamRows();
     bench::AddCacheRows();
     const bool done = bench::RunTable(only, csv);

@@ -38,6 +38,7 @@ void AddBlendRows();
 void AddManipulatorRows();
 void AddBridgeRows();
 void AddRasterRows();
+void AddToolsRows();
 void AddMulticamRows();
 void AddCacheRows();
 void AddLiveRows();
