@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kPixelBytes = 4;
 constexpr std::uint8_t kInside = 31;
 constexpr std::uint8_t kSoftened = 255;
-constexpr int kAllInside = 128;  // no sum of a cross below it is that of five inside
+constexpr std::uint16_t kAllInside = 128;  // no sum of a cross below it is that of five inside
 
 /// Three neighbouring lines of a channel, the outermost ones standing in for those beyond.
 struct ChannelLines {
@@ -27,19 +27,26 @@ struct ChannelLines {
     const std::uint8_t* below;
 };
 
-/// 1 for pixels at the edge, else 0. The sums are 16-bit numbers with a sign; five bytes fit.
+/// 1 for a pixel at the edge, else 0. Sums are 16-bit numbers; five bytes fit.
+inline std::uint8_t EdgeMark(std::uint8_t inHere, std::uint8_t inLeft, std::uint8_t inRight,
+                             std::uint8_t inAbove, std::uint8_t inBelow) {
+    const auto sum = static_cast<std::uint16_t>(inHere + inLeft + inRight + inAbove + inBelow);
+    // Of 0 this is the largest number.
+    return static_cast<std::uint16_t>(sum - 1) < kAllInside - 1 ? 1 : 0;
+}
+
 VF_PIXEL_LOOP void MarkEdge(const ChannelLines& inLines, std::size_t inWidth,
                             std::uint8_t* __restrict outMarks) {
-    const auto mark = [&](std::size_t x, std::size_t left, std::size_t right) {
-        const int sum = inLines.here[x] + inLines.here[left] + inLines.here[right] +
-                        inLines.above[x] + inLines.below[x];
-        outMarks[x] = static_cast<std::uint8_t>((sum != 0) & (sum < kAllInside));
-    };
+    const std::uint8_t* const here = inLines.here;
+    const std::uint8_t* const above = inLines.above;
+    const std::uint8_t* const below = inLines.below;
     const std::size_t last = inWidth - 1;
-    mark(0, 0, std::min<std::size_t>(1, last));
+    outMarks[0] =
+        EdgeMark(here[0], here[0], here[std::min<std::size_t>(1, last)], above[0], below[0]);
     for (std::size_t x = 1; x < last; ++x)
-        mark(x, x - 1, x + 1);
-    if (last > 0) mark(last, last - 1, last);
+        outMarks[x] = EdgeMark(here[x], here[x - 1], here[x + 1], above[x], below[x]);
+    if (last > 0)
+        outMarks[last] = EdgeMark(here[last], here[last - 1], here[last], above[last], below[last]);
 }
 
 VF_PIXEL_LOOP void PaintMarked(const std::uint8_t* inMarks, std::uint32_t inColour,
@@ -182,23 +189,36 @@ struct Lines {
     const std::uint8_t* below;
 };
 
+/// Most pixels are at no edge, so these are passed over many at a time.
+constexpr std::size_t kPassedOver = 64;
+
 VF_PIXEL_LOOP void SoftenLine(const Lines& inPixels, const Lines& inChannel, std::size_t inWidth,
-                              std::uint8_t* __restrict outPixels,
-                              std::uint8_t* __restrict outChannel) {
-    for (std::size_t x = 0; x < inWidth; ++x) {
-        const std::uint8_t* const here = inChannel.here + x;
-        const int sum = here[-1] + here[0] + here[1] + inChannel.above[x] + inChannel.below[x];
-        const bool isEdge = (sum != 0) & (sum < kAllInside);
-        outChannel[x] = isEdge ? kSoftened : here[0];
-        const auto at = [x](const std::uint8_t* line) {
-            return LoadWord<std::uint32_t>(line + kPixelBytes * x);
-        };
-        const std::uint32_t pixel = at(inPixels.here);
-        const std::uint32_t column = Half(at(inPixels.above)) + Half(at(inPixels.below));
-        const std::uint32_t row =
-            Half(at(inPixels.here - kPixelBytes)) + Half(at(inPixels.here + kPixelBytes));
-        const std::uint32_t softened = Half(pixel) + Half(Half(column) + Half(row));
-        StoreWord(isEdge ? softened : pixel, outPixels + kPixelBytes * x);
+                              std::uint8_t* __restrict ioPixels,
+                              std::uint8_t* __restrict ioChannel) {
+    for (std::size_t start = 0; start < inWidth; start += kPassedOver) {
+        const std::size_t end = std::min(start + kPassedOver, inWidth);
+        std::uint8_t marks[kPassedOver];
+        std::uint8_t anyMark = 0;
+        for (std::size_t x = start; x < end; ++x) {
+            const std::uint8_t* const here = inChannel.here + x;
+            marks[x - start] =
+                EdgeMark(here[0], here[-1], here[1], inChannel.above[x], inChannel.below[x]);
+            anyMark |= marks[x - start];
+        }
+        if (anyMark == 0) continue;
+        for (std::size_t x = start; x < end; ++x) {
+            const auto at = [x](const std::uint8_t* line) {
+                return LoadWord<std::uint32_t>(line + kPixelBytes * x);
+            };
+            const std::uint32_t pixel = at(inPixels.here);
+            const std::uint32_t column = Half(at(inPixels.above)) + Half(at(inPixels.below));
+            const std::uint32_t row =
+                Half(at(inPixels.here - kPixelBytes)) + Half(at(inPixels.here + kPixelBytes));
+            const std::uint32_t softened = Half(pixel) + Half(Half(column) + Half(row));
+            const bool isEdge = marks[x - start] != 0;
+            StoreWord(isEdge ? softened : pixel, ioPixels + kPixelBytes * x);
+            ioChannel[x] = isEdge ? kSoftened : inChannel.here[x];
+        }
     }
 }
 

@@ -111,9 +111,16 @@ class ScanConverter {
         const float middle = static_cast<float>(inLine) + 0.5F;
         for (; next_ < byHeight_.size() && points_[byHeight_[next_]].y <= middle; ++next_)
             Pass(byHeight_[next_], middle);
-        std::erase_if(active_, [this](const ActiveEdge& edge) { return isGone_[edge.vertex]; });
-        std::sort(active_.begin(), active_.end(),
-                  [](const ActiveEdge& left, const ActiveEdge& right) { return left.x < right.x; });
+        if (hasChanged_) {
+            std::erase_if(active_, [this](const ActiveEdge& edge) { return isGone_[edge.vertex]; });
+            hasChanged_ = false;
+        }
+        const auto isLeft = [](const ActiveEdge& left, const ActiveEdge& right) {
+            return left.x < right.x;
+        };
+        // From line to line, edges mostly keep their order.
+        if (!std::is_sorted(active_.begin(), active_.end(), isLeft))
+            std::sort(active_.begin(), active_.end(), isLeft);
         return active_;
     }
 
@@ -132,7 +139,7 @@ class ScanConverter {
     }
     void PassEdge(std::size_t inEdge, float inOtherEnd, float inMiddle) {
         if (inOtherEnd <= inMiddle - 1)
-            isGone_[inEdge] = true;
+            isGone_[inEdge] = hasChanged_ = true;
         else if (inOtherEnd > inMiddle)
             Insert(inEdge, inMiddle);
     }
@@ -148,6 +155,7 @@ class ScanConverter {
     std::span<const TPixPoint> points_;
     std::vector<std::size_t> byHeight_;
     std::vector<bool> isGone_;
+    bool hasChanged_ = false;  // since edges that are gone were taken out
     std::vector<ActiveEdge> active_;
     std::size_t next_ = 0;
 };
