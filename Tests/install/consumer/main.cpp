@@ -9,6 +9,9 @@ int main() {
     const int status = VF::PublishVideoFrame(frame, tulocore::utility::Guid::Generate());
     std::printf("%d x %d, published: %d\n", frame->GetBounds().right, frame->GetBounds().bottom, status);
     frame = nullptr;
+    // Hosts call the libraries beside it as well.
+    const bool isAlone = OV::GetMediaManager()->GetUsedBytes() == 0 && hoardex::CountBlocks() == 0 &&
+                         win32::CountObjects() == 0;
     VF::Shutdown();
-    return status;
+    return isAlone ? status : 1;
 }
