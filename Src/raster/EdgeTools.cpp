@@ -123,101 +123,70 @@ void EdgeReconstructAlphas(const std::uint8_t* inInside, const std::uint8_t* inO
 namespace VF {
 namespace {
 
-constexpr std::size_t kWindow = 3;  // lines
-
-/// Copies of three neighbouring lines as they were, each with a copy of its first and last element
-/// at its ends; the outermost lines stand in for those beyond.
-class Window {
-  public:
-    Window(std::uint8_t* inBlock, const std::uint8_t* inStart, std::int64_t inStride,
-           std::size_t inElementBytes, std::size_t inWidth, std::int64_t inHeight)
-        : block_(inBlock),
-          start_(inStart),
-          stride_(inStride),
-          elementBytes_(inElementBytes),
-          width_(inWidth),
-          height_(inHeight) {
-        Fill(0);
-        Fill(std::min<std::int64_t>(1, height_ - 1));
-    }
-
-    /// The first element of a line, of the one above or below the line in work, or that line.
-    const std::uint8_t* Line(std::int64_t inLine) const {
-        return Slot(std::clamp<std::int64_t>(inLine, 0, height_ - 1)) + elementBytes_;
-    }
-
-    /// To be called before a line is changed, for each from the first on.
-    void MoveTo(std::int64_t inLine) {
-        if (inLine + 1 < height_) Fill(inLine + 1);
-    }
-
-  private:
-    std::uint8_t* Slot(std::int64_t inLine) const {
-        return block_ + static_cast<std::size_t>(inLine) % kWindow * (width_ + 2) * elementBytes_;
-    }
-    void Fill(std::int64_t inLine) {
-        std::uint8_t* const slot = Slot(inLine);
-        const std::uint8_t* const line = start_ + inLine * stride_;
-        const std::size_t bytes = width_ * elementBytes_;
-        std::memcpy(slot, line, elementBytes_);
-        std::memcpy(slot + elementBytes_, line, bytes);
-        std::memcpy(slot + elementBytes_ + bytes, line + bytes - elementBytes_, elementBytes_);
-    }
-
-    std::uint8_t* block_;
-    const std::uint8_t* start_;
-    std::int64_t stride_;
-    std::size_t elementBytes_;
-    std::size_t width_;
-    std::int64_t height_;
-};
-
 /// Half of each byte.
 inline std::uint32_t Half(std::uint32_t inPixel) {
     return inPixel >> 1 & 0x7F7F7F7F;
 }
 
-/// A line and its neighbours; the elements before the first and after the last can be read.
-struct Lines {
-    explicit Lines(const Window& inWindow, std::int64_t inLine)
-        : above(inWindow.Line(inLine - 1)),
-          here(inWindow.Line(inLine)),
-          below(inWindow.Line(inLine + 1)) {}
+/// Three neighbouring lines of pixels, the outermost ones standing in for those beyond.
+struct PixelLines {
+    PixelLines(const void* inPixels, std::int64_t inStride, std::int64_t inHeight,
+               std::int64_t inLine)
+        : above(AsBytes(inPixels) + std::max<std::int64_t>(inLine - 1, 0) * inStride),
+          here(AsBytes(inPixels) + inLine * inStride),
+          below(AsBytes(inPixels) + std::min(inLine + 1, inHeight - 1) * inStride) {}
 
     const std::uint8_t* above;
     const std::uint8_t* here;
     const std::uint8_t* below;
 };
 
+inline std::uint32_t Softened(const PixelLines& inLines, std::size_t inLeft, std::size_t inX,
+                              std::size_t inRight) {
+    const auto at = [](const std::uint8_t* line, std::size_t x) {
+        return Half(LoadWord<std::uint32_t>(line + kPixelBytes * x));
+    };
+    const std::uint32_t column = at(inLines.above, inX) + at(inLines.below, inX);
+    const std::uint32_t row = at(inLines.here, inLeft) + at(inLines.here, inRight);
+    return at(inLines.here, inX) + Half(Half(column) + Half(row));
+}
+
 /// Most pixels are at no edge, so these are passed over many at a time.
 constexpr std::size_t kPassedOver = 64;
 
-VF_PIXEL_LOOP void SoftenLine(const Lines& inPixels, const Lines& inChannel, std::size_t inWidth,
-                              std::uint8_t* __restrict ioPixels,
-                              std::uint8_t* __restrict ioChannel) {
+inline bool AnyMark(const std::uint8_t* inMarks, std::size_t inStart, std::size_t inEnd) {
+    std::uint8_t any = 0;
+    for (std::size_t x = inStart; x < inEnd; ++x)
+        any |= inMarks[x];
+    return any != 0;
+}
+
+/// What marked pixels become; of the others some are written too.
+VF_PIXEL_LOOP void SoftenMarked(const PixelLines& inLines, const std::uint8_t* inMarks,
+                                std::size_t inWidth, std::uint8_t* __restrict outLine) {
+    const std::size_t last = inWidth - 1;
     for (std::size_t start = 0; start < inWidth; start += kPassedOver) {
         const std::size_t end = std::min(start + kPassedOver, inWidth);
-        std::uint8_t marks[kPassedOver];
-        std::uint8_t anyMark = 0;
+        if (!AnyMark(inMarks, start, end)) continue;
+        for (std::size_t x = std::max<std::size_t>(start, 1); x < std::min(end, last); ++x)
+            StoreWord(Softened(inLines, x - 1, x, x + 1), outLine + kPixelBytes * x);
+    }
+    StoreWord(Softened(inLines, 0, 0, std::min<std::size_t>(1, last)), outLine);
+    StoreWord(Softened(inLines, last - (last > 0), last, last), outLine + kPixelBytes * last);
+}
+
+VF_PIXEL_LOOP void StoreMarked(const std::uint8_t* inMarks, const std::uint8_t* inSoftened,
+                               std::size_t inWidth, std::uint8_t* __restrict ioLine,
+                               std::uint8_t* __restrict ioChannel) {
+    for (std::size_t start = 0; start < inWidth; start += kPassedOver) {
+        const std::size_t end = std::min(start + kPassedOver, inWidth);
+        if (!AnyMark(inMarks, start, end)) continue;
         for (std::size_t x = start; x < end; ++x) {
-            const std::uint8_t* const here = inChannel.here + x;
-            marks[x - start] =
-                EdgeMark(here[0], here[-1], here[1], inChannel.above[x], inChannel.below[x]);
-            anyMark |= marks[x - start];
-        }
-        if (anyMark == 0) continue;
-        for (std::size_t x = start; x < end; ++x) {
-            const auto at = [x](const std::uint8_t* line) {
-                return LoadWord<std::uint32_t>(line + kPixelBytes * x);
-            };
-            const std::uint32_t pixel = at(inPixels.here);
-            const std::uint32_t column = Half(at(inPixels.above)) + Half(at(inPixels.below));
-            const std::uint32_t row =
-                Half(at(inPixels.here - kPixelBytes)) + Half(at(inPixels.here + kPixelBytes));
-            const std::uint32_t softened = Half(pixel) + Half(Half(column) + Half(row));
-            const bool isEdge = marks[x - start] != 0;
-            StoreWord(isEdge ? softened : pixel, ioPixels + kPixelBytes * x);
-            ioChannel[x] = isEdge ? kSoftened : inChannel.here[x];
+            const std::size_t i = kPixelBytes * x;
+            const auto pixel = LoadWord<std::uint32_t>(ioLine + i);
+            const auto softened = LoadWord<std::uint32_t>(inSoftened + i);
+            StoreWord(inMarks[x] != 0 ? softened : pixel, ioLine + i);
+            ioChannel[x] = inMarks[x] != 0 ? kSoftened : ioChannel[x];
         }
     }
 }
@@ -230,19 +199,27 @@ void EdgeAliasChannel(void* ioPixels, std::int32_t inStride, std::int32_t inWidt
     using namespace VF;
     if (!ioPixels || !ioChannel || inWidth <= 0 || inHeight <= 0) return;
     const auto width = static_cast<std::size_t>(inWidth);
-    const auto makeBlock = [&](std::size_t elementBytes) {
+    const auto makeTwoLines = [&](std::size_t elementBytes) {
         return MaskBlock(static_cast<std::uint8_t*>(
-            TvNewPtr(static_cast<std::int64_t>(kWindow * (width + 2) * elementBytes))));
+            TvNewPtr(static_cast<std::int64_t>(2 * width * elementBytes))));
     };
-    const MaskBlock pixelBlock = makeBlock(kPixelBytes);
-    const MaskBlock channelBlock = makeBlock(1);
-    if (!pixelBlock || !channelBlock) return;
-    Window pixels(pixelBlock.get(), AsBytes(ioPixels), inStride, kPixelBytes, width, inHeight);
-    Window channel(channelBlock.get(), ioChannel, inWidth, 1, width, inHeight);
+    const MaskBlock marks = makeTwoLines(1);
+    const MaskBlock softened = makeTwoLines(kPixelBytes);
+    if (!marks || !softened) return;
+    const auto marksOf = [&](std::int64_t line) { return marks.get() + line % 2 * inWidth; };
+    const auto softenedOf = [&](std::int64_t line) {
+        return softened.get() + static_cast<std::size_t>(line % 2) * kPixelBytes * width;
+    };
+    // A line is stored once the one below it, which is softened from the line as it was, is worked
+    // out.
+    const auto store = [&](std::int64_t line) {
+        StoreMarked(marksOf(line), softenedOf(line), width, AsBytes(ioPixels) + line * inStride,
+                    ioChannel + line * inWidth);
+    };
     for (std::int64_t y = 0; y < inHeight; ++y) {
-        pixels.MoveTo(y);
-        channel.MoveTo(y);
-        SoftenLine(Lines(pixels, y), Lines(channel, y), width, AsBytes(ioPixels) + y * inStride,
-                   ioChannel + y * inWidth);
+        MarkEdge(ChannelLines(ioChannel, inWidth, inHeight, y), width, marksOf(y));
+        SoftenMarked(PixelLines(ioPixels, inStride, inHeight, y), marksOf(y), width, softenedOf(y));
+        if (y > 0) store(y - 1);
     }
+    store(inHeight - 1);
 }
