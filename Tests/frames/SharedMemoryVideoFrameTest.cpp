@@ -123,18 +123,27 @@ TEST(Frame, FormatsSayPixelSizeAndAlpha) {
     }
 }
 
+// Sub-frames have a rule of their own.
 TEST(Frame, FieldsStartAtTheRowThatFieldTypeAndHeightSay) {
-    constexpr std::uint32_t kCases[][4] = {{1, 1080, 1, 0}, {1, 1081, 0, 1}, {2, 1080, 0, 1},
-                                           {2, 1081, 1, 0}, {3, 480, 0, 1},  {0, 481, 1, 0}};
-    for (const auto& [fieldType, height, first, second] : kCases) {
+    constexpr std::uint32_t kCases[][4] = {
+        // field type, height, first row of a frame, of a part
+        {1, 10, 1, 1}, {1, 11, 0, 0}, {2, 10, 0, 0}, {2, 11, 1, 0}, {3, 10, 0, 1}, {0, 11, 1, 1}};
+    for (const auto& [fieldType, height, ofFrame, ofPart] : kCases) {
         const VF::VideoFrameRef frame = MakeFrame(16, height);
         frame->SetFieldType(fieldType);
-        const auto rows = Ask<VF::IVideoFrame2DPixelMemoryAccess>(frame);
-        EXPECT_EQ(rows->GetFieldFirstRow(0), first) << fieldType << " " << height;
-        EXPECT_EQ(rows->GetFieldFirstRow(1), second) << fieldType << " " << height;
-        EXPECT_EQ(rows->GetField0Data(), support::Data(frame) + first * 64);
-        EXPECT_EQ(rows->GetField1Data(), support::Data(frame) + second * 64);
-        EXPECT_EQ(rows->GetFieldRowBytes(), 128U);
+        VF::VideoFrameRef parent = MakeFrame(16, 20), part;
+        parent->SetFieldType(fieldType);
+        const auto bottom = 3 + static_cast<std::int32_t>(height);
+        EXPECT_EQ(VF::CreateVideoSubFrame(part, parent, {2, 3, 9, bottom}), 0);
+        for (const auto& [each, first] : {std::pair(frame, ofFrame), {part, ofPart}}) {
+            SCOPED_TRACE(testing::Message() << fieldType << ' ' << height << ' ' << first);
+            const auto rows = Ask<VF::IVideoFrame2DPixelMemoryAccess>(each);
+            EXPECT_EQ(rows->GetFieldFirstRow(0), first);
+            EXPECT_EQ(rows->GetFieldFirstRow(1), 1 - first);
+            EXPECT_EQ(rows->GetField0Data(), support::Data(each) + first * 64);
+            EXPECT_EQ(rows->GetField1Data(), support::Data(each) + (1 - first) * 64);
+            EXPECT_EQ(rows->GetFieldRowBytes(), 128U);
+        }
     }
     const VF::VideoFrameRef compressed = MakeFrame(720, 480, kPixelFormat_NTSCDV25);
     support::ExpectBroken("IsRowAddressable()", "SharedMemoryVideoFrame", 0,
