@@ -110,34 +110,6 @@ TEST(Rle, DecodesEveryKindOfPair) {
     }
 }
 
-/// Lines of runs and noise, as an encoder might write them.
-Bytes Encoded(std::size_t inWidth, std::size_t inHeight, std::mt19937& ioRandom) {
-    Bytes data;
-    const auto add = [&](auto... inBytes) {
-        (data.push_back(static_cast<std::uint8_t>(inBytes)), ...);
-    };
-    for (std::size_t y = 0; y < inHeight; ++y) {
-        for (std::size_t left = inWidth; left > 0;) {
-            const std::size_t count = std::min<std::size_t>(left, 1 + ioRandom() % 255);
-            left -= count;
-            if (ioRandom() % 2 == 0 && count > 2) {
-                add(0, count);
-                for (std::size_t i = 0; i < count + count % 2; ++i)
-                    add(ioRandom() & 255);
-            } else {
-                add(count, ioRandom() & 255);
-            }
-        }
-        if (ioRandom() % 4 == 0) {
-            add(0, 2, 0, 1);  // straight down
-            y += 1;
-        }
-        add(0, 0);
-    }
-    add(0, 1);
-    return data;
-}
-
 // A line's length is told in 16 bits.
 TEST(Rle, LinesOf65536PixelsAndMoreEndElsewhere) {
     const auto header = Header(40000, 3);
@@ -148,26 +120,25 @@ TEST(Rle, LinesOf65536PixelsAndMoreEndElsewhere) {
     EXPECT_EQ(actual[80000 + 40000 - (80000 - 65536)], 7);
 }
 
-// Blocks end where their memory ends, so that the address sanitizer sees every step beyond. Often
-// the output is smaller than the picture, by its header or by its memory.
-TEST(Rle, MutatedStreamsStayInside) {
+// Blocks end where their memory ends, so that the address sanitizer sees every step beyond. Small
+// numbers are escapes, larger ones lines that are too long; the output has fewer bytes, now and
+// then, than its header says.
+TEST(Rle, RandomStreamsStayInside) {
     std::mt19937 random(5);
     for (int round = 0; round < 4000; ++round) {
-        const std::size_t width = 1 + random() % 300;
-        const std::size_t height = 1 + random() % 6;
-        Bytes data = Encoded(width, height, random);
-        for (std::size_t i = random() % 6; i > 0; --i)
-            data[random() % data.size()] = static_cast<std::uint8_t>(random() % 6);
-        data.resize(data.size() - random() % data.size());
-        const std::size_t shown = random() % 4 == 0 ? 1 + random() % 300 : width;
-        const std::size_t bytes = Stride(shown) * height;
+        const std::size_t width = 1 + random() % 40, height = 1 + random() % 20;
+        Bytes data(random() % 400);
+        const std::uint32_t most = 4 + random() % 30;
+        for (std::uint8_t& byte : data)
+            byte = static_cast<std::uint8_t>(random() % 3 == 0 ? 0 : 2 + random() % most);
+        const std::size_t bytes = Stride(width) * height;
         const Bytes background(random() % 4 == 0 ? random() % bytes : bytes, 0xEE);
         const Dib output(
-            Header(static_cast<std::int32_t>(shown), static_cast<std::int32_t>(height)),
+            Header(static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)),
             background);
         const Dib rle(Header(1, 1), data);
         PlayRleDib(output.Block(), rle.Block());
-        ASSERT_EQ(output.Bits(), Decoded(data, shown, background)) << round;
+        ASSERT_EQ(output.Bits(), Decoded(data, width, background)) << round;
     }
 }
 
