@@ -16,7 +16,7 @@ struct Step {
     bool hasView = true;
 };
 
-void Run(TPixHand inHandle, const Step& inStep) {
+void Take(TPixHand inHandle, const Step& inStep) {
     if (inStep.call == Step::kPrep)
         TPixFieldsPrep(inHandle, static_cast<std::uint8_t>(inStep.argument));
     if (inStep.call == Step::kPointAtField) {
@@ -50,7 +50,7 @@ TEST_F(TPixFields, ViewsNest) {
         const std::uint8_t* const base = record.pixels;
         for (const Step& step : *steps) {
             SCOPED_TRACE(&step - steps->data());
-            Run(handle, step);
+            Take(handle, step);
             EXPECT_EQ(record.pixels, base + step.first * kRowBytes);
             EXPECT_EQ(record.rowbytes, step.lineStep * kRowBytes);
             EXPECT_EQ(GetPixFieldbase(handle), step.fieldbase);
