@@ -228,16 +228,6 @@ TEST_F(ShowTest, EndsWhenItIsAskedTo) {
     }
 }
 
-TEST_F(ShowTest, FailsWithOneLine) {
-    WritePng("in.png", MakeSolid(20, 20, kBlue));
-    WriteFile("three.raw", "123");
-    ExpectFails("show", 2, "INPUT");
-    ExpectFails("show in.png in.png in.png in.png in.png", 2, "not 5");
-    ExpectFails("show in.png three.raw", 2, "three.raw: ");
-    ExpectFails("show in.png absent.png", 1, "absent.png: No such file");
-    ExpectFails("show in.png --memory -1", 2, "--memory");
-}
-
 // Each with a server of its own, or none.
 TEST(ShowWithoutDisplayTest, FailsWithOneLine) {
     const std::string show = "show " SAMPLES_FOLDER "/angle-1.png";

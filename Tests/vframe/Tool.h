@@ -46,16 +46,19 @@ struct Result {
     std::string errors;
 };
 
-/// One run of the program, with arguments as the shell takes them.
+/// One run of the program, with arguments as the shell takes them; these may send its output
+/// elsewhere. inBefore is done in the process before the program is started there.
 class RunningTool {
   public:
-    explicit RunningTool(const std::string& inArguments) {
+    explicit RunningTool(
+        const std::string& inArguments, void (*inBefore)() = [] {}) {
         WriteFile(folder_ / "out", "");
-        const std::string command = "exec " VFRAME_PROGRAM " " + inArguments + " </dev/null >" +
-                                    (folder_ / "out").string() + " 2>" +
-                                    (folder_ / "errors").string();
+        const std::string command = "exec </dev/null >" + (folder_ / "out").string() + " 2>" +
+                                    (folder_ / "errors").string() + " " VFRAME_PROGRAM " " +
+                                    inArguments;
         id_ = fork();
         if (id_ != 0) return;
+        inBefore();
         execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
         _exit(127);
     }
@@ -65,6 +68,8 @@ class RunningTool {
     }
     RunningTool(const RunningTool&) = delete;
     RunningTool& operator=(const RunningTool&) = delete;
+
+    pid_t Id() const { return id_; }
 
     /// What it has put on standard output until now.
     std::string OutputSoFar() const { return ReadFile(folder_ / "out"); }
@@ -86,18 +91,20 @@ class RunningTool {
 };
 
 /// Expects success without a word on standard error; returns what is on standard output.
-inline std::string ExpectRuns(const std::string& inArguments) {
-    const Result result = RunningTool(inArguments).Wait();
+inline std::string ExpectRuns(
+    const std::string& inArguments, void (*inBefore)() = [] {}) {
+    const Result result = RunningTool(inArguments, inBefore).Wait();
     EXPECT_EQ(result.status, 0) << inArguments;
     EXPECT_EQ(result.errors, "") << inArguments;
     return result.output;
 }
 
 /// Expects this exit status and exactly one line on standard error, which begins with "vframe: ".
-inline void ExpectFails(const std::string& inArguments, int inStatus,
-                        const std::string& inPartOfLine) {
+inline void ExpectFails(
+    const std::string& inArguments, int inStatus, const std::string& inPartOfLine,
+    void (*inBefore)() = [] {}) {
     SCOPED_TRACE(inArguments);
-    const Result result = RunningTool(inArguments).Wait();
+    const Result result = RunningTool(inArguments, inBefore).Wait();
     EXPECT_EQ(result.status, inStatus);
     EXPECT_TRUE(result.errors.starts_with("vframe: ")) << result.errors;
     EXPECT_EQ(result.errors.find('\n') + 1, result.errors.size()) << result.errors;
