@@ -86,7 +86,7 @@ TEST_F(OutputTest, TakesThePlaceOfWhatIsThere) {
     for (const Before before : {Before([] {}), Before(RefuseUnnamedFiles)}) {
         fs::create_symlink("made.png", "link.png");
         const std::string longName = std::string(251, 'n') + ".png";
-        for (const std::string name : {std::string("link.png"), longName, longName})
+        for (const std::string& name : {std::string("link.png"), longName, longName})
             ExpectRuns("convert in.png " + name, before);
         fs::permissions("made.png", fs::perms::owner_read);
         ExpectRuns("convert in.png link.png --invert-alpha", before);
@@ -95,8 +95,9 @@ TEST_F(OutputTest, TakesThePlaceOfWhatIsThere) {
         EXPECT_EQ(fs::status("made.png").permissions(), fs::perms::owner_read);
         EXPECT_EQ(ReadPng("made.png").At(0, 0)[3], 0);
         EXPECT_EQ(LargestDifference(ReadPng(longName), ReadPng("in.png")), 0);
-        for (const std::string name : {std::string("link.png"), std::string("made.png"), longName})
-            fs::remove(name);
+        fs::remove("link.png");
+        fs::remove("made.png");
+        fs::remove(longName);
     }
 }
 
@@ -125,7 +126,10 @@ TEST_F(OutputTest, SaysWhyItIsNotThere) {
         setrlimit(RLIMIT_FSIZE, &limit);
     };
     const auto limitFiles = [] {
-        const rlimit limit{4, 4};
+        const int unused = dup(STDIN_FILENO);  // and one descriptor is needed to start
+        close(unused);
+        const auto count = static_cast<rlim_t>(unused) + 1;
+        const rlimit limit{count, count};
         setrlimit(RLIMIT_NOFILE, &limit);
     };
     const struct {
@@ -135,7 +139,7 @@ TEST_F(OutputTest, SaysWhyItIsNotThere) {
     } kCases[] = {
         {"convert in.png full.png", "full.png: cannot be written: No space left on device"},
         {"convert in.png full.mkv", "full.mkv: No space left on device"},
-        {"convert in.png out.png --size 80x70", "out.png: cannot be written: File too large",
+        {"convert " + Sample(1) + " out.png", "out.png: cannot be written: File too large",
          limitSize},
         {"convert in.png out.raw", "out.raw: cannot be written: File too large", limitSize},
         {"convert in.png out.mp4", "out.mp4: File too large", limitSize},
@@ -143,6 +147,7 @@ TEST_F(OutputTest, SaysWhyItIsNotThere) {
         {"formats", "standard output: File too large", limitSize},
         {"formats >/dev/full", "standard output: No space left on device"},
         {"--help >/dev/full", "standard output: No space left on device"},
+        {"--version >/dev/full", "standard output: No space left on device"},
         {"info in.png >/dev/full", "standard output: No space left on device"},
         {"publish in.png >/dev/full" + guid, "standard output: No space left on device"},
         {"demo . in.png >/dev/full", "standard output: No space left on device"},

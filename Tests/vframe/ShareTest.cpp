@@ -1,5 +1,7 @@
 // vframe publish and vframe receive, between real processes.
 
+#include <cstring>
+
 #include "Tool.h"
 #include "VideoFrame/VideoFrame.h"
 
@@ -68,23 +70,17 @@ TEST_F(ShareTest, TellsThatAFrameWillNotCome) {
 }
 
 TEST_F(ShareTest, LooksAtForeignDataBeforeItTakesItForAFrame) {
-    const Client client;
-    const struct {
-        VF::SharedFrameHeader header;
-        std::string reason;
-    } kCases[] = {
+    VF::SharedFrameHeader custom{};
+    custom.headerSize = custom.totalSize = VF::kFrameHeaderSize;
+    custom.version = 6;
+    custom.formatCode = '@';
+    custom.width = custom.height = 4;
+    custom.aspectRatioNumerator = custom.aspectRatioDenominator = 1;
+    const std::pair<VF::SharedFrameHeader, std::string> kCases[] = {
         {{}, "it does not begin with a frame's header"},
-        {{.headerSize = VF::kFrameHeaderSize,
-          .version = 6,
-          .totalSize = VF::kFrameHeaderSize,
-          .width = 4,
-          .height = 4,
-          .formatCode = '@',
-          .aspectRatioNumerator = 1,
-          .aspectRatioDenominator = 1},
-         "only its maker knows its format"},
-    };
+        {custom, "only its maker knows its format"}};
     for (const auto& [header, reason] : kCases) {
+        const Client client;
         WritableBinaryReferencePtr buffer;
         ASSERT_EQ(GetWritableBinaryData(sizeof header, buffer), kSuccess);
         std::memcpy(buffer->GetData(), &header, sizeof header);

@@ -2,6 +2,7 @@
 // and written with another library than the program's, so that a mistake does not undo itself.
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <png.h>
 #include <sys/wait.h>
@@ -52,12 +53,14 @@ class RunningTool {
   public:
     explicit RunningTool(
         const std::string& inArguments, void (*inBefore)() = [] {}) {
-        WriteFile(folder_ / "out", "");
-        const std::string command = "exec </dev/null >" + (folder_ / "out").string() + " 2>" +
-                                    (folder_ / "errors").string() + " " VFRAME_PROGRAM " " +
-                                    inArguments;
+        for (const char* const name : {"out", "errors"})
+            WriteFile(folder_ / name, "");
+        const std::string command = "exec " VFRAME_PROGRAM " " + inArguments;
         id_ = fork();
         if (id_ != 0) return;
+        Attach(STDIN_FILENO, "/dev/null", O_RDONLY);
+        Attach(STDOUT_FILENO, folder_ / "out", O_WRONLY);
+        Attach(STDERR_FILENO, folder_ / "errors", O_WRONLY);
         inBefore();
         execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
         _exit(127);
@@ -86,6 +89,12 @@ class RunningTool {
     }
 
   private:
+    static void Attach(int inStream, const fs::path& inPath, int inMode) {
+        const int file = open(inPath.c_str(), inMode);
+        dup2(file, inStream);
+        close(file);
+    }
+
     const fs::path folder_ = MakeFolder();
     pid_t id_ = -1;
 };

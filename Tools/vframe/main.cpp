@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <new>
+#include <sstream>
 
 #include "Commands.h"
 #include "Failure.h"
@@ -59,7 +60,9 @@ int Run(int inCount, char** inArguments) {
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() != 0)
             return Report(std::string("arguments: ") + error.what(), kExitUsage);
-        app.exit(error);  // help or version
+        std::ostringstream text;  // help or version
+        app.exit(error, text, text);
+        std::fputs(text.str().c_str(), stdout);
         FlushOutput();
         return 0;
     }
