@@ -195,6 +195,16 @@ inline int LargestDifference(const Picture& inLeft, const Picture& inRight) {
     return largest;
 }
 
+/// A lossless clip of 16x16 frames, each of one grey.
+inline void WriteClip(const std::string& inPath, const std::vector<std::uint8_t>& inGreys) {
+    std::string bytes;
+    for (const std::uint8_t grey : inGreys)
+        bytes += std::string(16 * 16 * 4, static_cast<char>(grey));
+    WriteFile("in.raw", bytes);
+    ExpectRuns("convert in.raw " + inPath +
+               " --opaque --input-format BGRA_4444_8u --input-size 16x16");
+}
+
 /// A temporary folder that is the current one, and a private one for what is shared between
 /// processes.
 class ToolTest : public testing::Test {
