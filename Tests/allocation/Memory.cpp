@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
-#include <execinfo.h>
 
 // What the linker makes of each call of these functions; the sanitizers' own ones come last.
 extern "C" {
@@ -27,7 +26,6 @@ bool IsRefused() {
     const std::int64_t left = gLeft--;
     if (left > 0 || (left < 0 && !gIsForGood)) return false;
     gHasRefused = true;
-    if (getenv("ALLOC_TRACE")) { void* f[60]; gIsCounting = false; backtrace_symbols_fd(f, backtrace(f, 60), 2); gIsCounting = true; }
     return true;
 }
 
