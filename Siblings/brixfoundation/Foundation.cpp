@@ -23,7 +23,8 @@ Starts& State() {
 void Initialize() {
     Starts& starts = State();
     const std::lock_guard lock(starts.mutex);
-    if (starts.count++ == 0) starts.recycler.emplace();
+    if (starts.count == 0) starts.recycler.emplace();
+    ++starts.count;
 }
 
 void Terminate() {

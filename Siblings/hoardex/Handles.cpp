@@ -5,6 +5,7 @@
 #include <limits>
 #include <mutex>
 #include <new>
+#include <type_traits>
 
 #include "contracts/Hoardex.h"
 
@@ -96,11 +97,9 @@ class Masters {
     Master* lastFree_ = nullptr;
 };
 
-Masters& TheMasters() {
-    // Never destroyed: hosts dispose of handles while the process ends.
-    static Masters& masters = *new Masters;
-    return masters;
-}
+// Never destroyed: hosts dispose of handles while the process ends.
+constinit Masters gMasters;
+static_assert(std::is_trivially_destructible_v<Masters>);
 
 // Null for a handle without a block.
 Master* Find(TvHandle inHandle) {
@@ -110,7 +109,7 @@ Master* Find(TvHandle inHandle) {
 TvHandle NewHandle(std::int64_t inSize, bool inIsClear) {
     void* const block = AllocateBlock(inSize, inIsClear);
     if (!block) return nullptr;
-    Master* const master = TheMasters().Take();
+    Master* const master = gMasters.Take();
     if (!master) {
         FreeBlock(block);
         return nullptr;
@@ -138,7 +137,7 @@ void TvDisposeHandle(TvHandle inHandle) {
     Master* const master = Find(inHandle);
     if (!master) return;
     FreeBlock(master->block);
-    TheMasters().GiveBack(master);
+    gMasters.GiveBack(master);
 }
 
 std::int64_t TvGetHandleSize(TvHandle inHandle) {

@@ -203,7 +203,11 @@ bool InitializeClient() {
 }
 
 void UninitializeClient() {
-    CurrentService().Stop();
+    try {
+        CurrentService().Stop();
+    } catch (const std::exception&) {
+        // The next client that starts removes what is left.
+    }
 }
 
 std::int32_t GetWritableBinaryData(std::uint64_t inSize, WritableBinaryReferencePtr& outReference) {

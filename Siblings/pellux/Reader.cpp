@@ -73,8 +73,9 @@ std::shared_ptr<const Memory> MappingCache::Map(const FileId& inFile,
     Entries dropped;  // unmapped when the lock is no longer held
     const std::lock_guard lock(mutex_);
     if (Find(inFile) != nullptr) return memory;  // another thread was faster
-    entries_.push_back({inFile, memory, {}});
-    index_[inFile] = std::prev(entries_.end());
+    Entries added{{inFile, memory, {}}};
+    index_[inFile] = added.begin();  // the last step that can fail
+    entries_.splice(entries_.end(), added);
     bytes_ += inFileSize;
     Trim(dropped);
     return memory;

@@ -73,17 +73,12 @@ void FillColourLine(std::uint8_t* outLine, int inLeft, int inRight, bool inIsWhi
         std::memcpy(outLine + x * 4, pixel.data(), pixel.size());
 }
 
-struct StockBrushes {
-    HANDLE white = Add(true);
-    HANDLE black = Add(false);
-
-    static HANDLE Add(bool inIsWhite) {
-        auto brush = std::make_shared<Brush>(inIsWhite);
-        brush->isStock = true;
-        brush->isCounted = false;
-        return LockedObjects()->Add(std::move(brush));
-    }
-};
+HANDLE AddStockBrush(bool inIsWhite) {
+    auto brush = std::make_shared<Brush>(inIsWhite);
+    brush->isStock = true;
+    brush->isCounted = false;
+    return LockedObjects()->Add(std::move(brush));
+}
 
 }  // namespace
 
@@ -214,9 +209,10 @@ BOOL DeleteObject(HGDIOBJ inObject) {
 }
 
 HGDIOBJ GetStockObject(int inIndex) try {
-    static const StockBrushes brushes;
-    if (inIndex == WHITE_BRUSH) return brushes.white;
-    return inIndex == BLACK_BRUSH ? brushes.black : nullptr;
+    static const HANDLE white = AddStockBrush(true);
+    static const HANDLE black = AddStockBrush(false);
+    if (inIndex == WHITE_BRUSH) return white;
+    return inIndex == BLACK_BRUSH ? black : nullptr;
 } catch (const std::bad_alloc&) {
     return nullptr;
 }

@@ -1,6 +1,8 @@
 #include "Objects.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <new>
 
 namespace win32 {
 namespace {
@@ -12,9 +14,11 @@ struct Shared {
     Objects objects;
 };
 
-// Never destroyed: hosts let go of objects while the process ends.
+// Never destroyed: hosts let go of objects while the process ends. In a place of its own, since
+// looking for an object must not fail for want of memory.
 Shared& TheObjects() {
-    static Shared& shared = *new Shared;
+    alignas(Shared) static std::byte place[sizeof(Shared)];
+    static Shared& shared = *new (place) Shared;
     return shared;
 }
 

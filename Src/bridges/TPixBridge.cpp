@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <memory>
+#include <new>
 
 #include "VideoFrame/VideoFrameFactory.h"
 #include "bridges/RowGeometry.h"
@@ -37,10 +38,12 @@ RecordOwner MakeRecord() {
     return RecordOwner(reinterpret_cast<TPixHand>(TvNewHandleClear(sizeof(TPix))));
 }
 
-/// Gives the record to the caller and its frame to the map.
-TPixHand Registered(RecordOwner inRecord, const FrameRoot& inFrame) {
+/// Gives the record to the caller and its frame to the map; null when there is no memory.
+TPixHand Registered(RecordOwner inRecord, const FrameRoot& inFrame) try {
     RegisterTPixFrame(inRecord.get(), inFrame);
     return inRecord.release();
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 void PointAt(TPix& outRecord, void* inPixels) {
@@ -198,13 +201,15 @@ TPixHand NewTPixOver(const Brix::InterfaceRef<RawFrame>& inFrame, RecordOwner in
 
 }  // namespace
 
-TPixHand NewTPixWithRawFrame(std::uint64_t inSize, std::uint64_t inAlignment) {
+TPixHand NewTPixWithRawFrame(std::uint64_t inSize, std::uint64_t inAlignment) try {
     Require(inSize != 0, "inSize", kFile, __LINE__);
     RecordOwner record = MakeRecord();
     if (!record) return nullptr;
     const Brix::InterfaceRef<RawFrame> frame = RawFrame::Create();
     if (frame->AllocateMemory(inSize, inAlignment) < 0) return nullptr;
     return NewTPixOver(frame, std::move(record));
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 TPixHand NewTPixFromVideoMemoryAccess(Brix::InterfaceRef<IVideoFrameMemoryAccess> inMemory) {

@@ -27,9 +27,10 @@ struct WorldTable {
     std::array<World, 200> worlds;
 };
 
-// Never destroyed: a host may dispose of worlds while the process ends.
+// Without a destructor: a host may dispose of worlds while the process ends.
 WorldTable& Table() {
-    static WorldTable& table = *new WorldTable;
+    static_assert(std::is_trivially_destructible_v<WorldTable>);
+    static WorldTable table;
     return table;
 }
 

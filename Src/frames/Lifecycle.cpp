@@ -1,6 +1,7 @@
 #include "VideoFrame/Lifecycle.h"
 
 #include <cstdint>
+#include <type_traits>
 
 #include "contracts/BrixFoundation.h"
 #include "contracts/Pellux.h"
@@ -17,9 +18,10 @@ struct Library {
     std::uint32_t startCount = 0;  // starts not yet matched by a stop; wraps
 };
 
-// Never destroyed: a host may stop the library while the process ends.
+// Without a destructor: a host may stop the library while the process ends.
 Library& State() {
-    static Library& library = *new Library;
+    static_assert(std::is_trivially_destructible_v<Library>);
+    static Library library;
     return library;
 }
 

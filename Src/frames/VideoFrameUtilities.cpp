@@ -2,6 +2,8 @@
 
 #include <array>
 #include <charconv>
+#include <cstddef>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -10,15 +12,25 @@
 
 namespace VF {
 
-FrameMap<TPixHand>& TPixFrameMap() {
-    // Never destroyed: a host may dispose of handles while the process ends.
-    static auto& map = *new FrameMap<TPixHand>;
+namespace {
+
+// Never destroyed: a host may dispose of handles while the process ends. In a place of its own,
+// since the last stop must not fail for want of memory.
+template <class Map>
+Map& TheMap() {
+    alignas(Map) static std::byte place[sizeof(Map)];
+    static Map& map = *new (place) Map;
     return map;
 }
 
+}  // namespace
+
+FrameMap<TPixHand>& TPixFrameMap() {
+    return TheMap<FrameMap<TPixHand>>();
+}
+
 FrameMap<GF_Pixel*>& EffectWorldFrameMap() {
-    static auto& map = *new FrameMap<GF_Pixel*>;
-    return map;
+    return TheMap<FrameMap<GF_Pixel*>>();
 }
 
 void RegisterTPixFrame(TPixHand inHandle, const Brix::InterfaceRef<Brix::BrixUnknown>& inFrame) {

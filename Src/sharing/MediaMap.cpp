@@ -2,6 +2,7 @@
 
 #include <boost/bind/bind.hpp>
 #include <boost/function.hpp>
+#include <new>
 
 namespace OV::Details {
 
@@ -33,7 +34,7 @@ void MediaMapTemplateHelper::Detach() {
         ownerUses_.wait(uses);
 }
 
-void MediaMapTemplateHelper::ReportRetainedBytes(std::uint64_t inBytes) {
+void MediaMapTemplateHelper::ReportRetainedBytes(std::uint64_t inBytes) try {
     struct Report {
         static void Run(const Brix::InterfaceRef<MediaMapTemplateHelper>& inMap,
                         const tulocore::utility::Guid& inMapGuid, std::uint64_t inRetained) {
@@ -46,6 +47,8 @@ void MediaMapTemplateHelper::ReportRetainedBytes(std::uint64_t inBytes) {
     const boost::function<void()> report =
         boost::bind(&Report::Run, Brix::InterfaceRef<MediaMapTemplateHelper>(this), guid_, inBytes);
     tulocore::threads::AsyncCallFromMainThread(report);
+} catch (const std::bad_alloc&) {
+    // The next report gives the whole again.
 }
 
 void MediaMapTemplateHelper::AddRef() {

@@ -38,7 +38,8 @@ class MediaMapTemplateHelper final : public IMediaMap,
     void Detach();
 
     /// Queues a call for the main thread that tells the manager what the owner retains outside its
-    /// items. An owner that is detached by then has nothing to tell.
+    /// items. An owner that is detached by then has nothing to tell. Without memory nothing is
+    /// queued.
     void ReportRetainedBytes(std::uint64_t inBytes);
 
     const Brix::InterfaceRef<IMediaManager>& Manager() const { return manager_; }

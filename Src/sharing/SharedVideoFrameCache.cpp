@@ -48,8 +48,12 @@ void Cache::Insert(const VideoFrameRef& inFrame, const Guid& inGuid, std::uint32
     if (inCheckFirst && Retrieve(inGuid)) return;
 
     const ItemId item = FindOrAddItem(inFrame, inManagerValue);
-    idsByGuid_[inGuid] = item;
-    guidsById_.emplace(item, inGuid);
+    try {
+        Name(item, inGuid);
+    } catch (...) {
+        if (!guidsById_.contains(item)) Drop(item);
+        throw;
+    }
     if (const auto dependency = dependencies_.find(inGuid); dependency != dependencies_.end())
         replaced = std::exchange(dependency->second.frame, inFrame);
     if (const auto retained = retained_.find(inFrame); retained != retained_.end())
@@ -73,9 +77,28 @@ Cache::ItemId Cache::FindOrAddItem(const VideoFrameRef& inFrame, std::uint32_t i
         static_cast<bool>(Brix::QueryInterface<IPublishableVideoFrame>(inFrame));
     const ItemId item = nextItem_++;
     items_.emplace(item, inFrame);
-    idsByFrame_.emplace(inFrame, item);
-    manager->AddItem(item, bytes, inManagerValue, isPublishable, map);
+    try {
+        idsByFrame_.emplace(inFrame, item);
+        manager->AddItem(item, bytes, inManagerValue, isPublishable, map);
+    } catch (...) {
+        Drop(item);
+        throw;
+    }
     return item;
+}
+
+/// Names the item, or changes nothing.
+void Cache::Name(ItemId inItem, const Guid& inGuid) {
+    GuidsById named;
+    named.emplace(inItem, inGuid);
+    idsByGuid_[inGuid] = inItem;  // the last step that can fail
+    guidsById_.merge(named);
+}
+
+/// Takes the item from here and from the manager's books.
+void Cache::Drop(ItemId inItem) {
+    mediaMap_->Manager()->RemoveItem(inItem, mediaMap_->GetReference());
+    Flush(inItem);
 }
 
 VideoFrameRef Cache::Retrieve(const Guid& inGuid) {
@@ -134,11 +157,16 @@ void Cache::ForgetGuids(ItemId inItem, const VideoFrameRef& inFrame) {
         idsByGuid_.erase(named->second);
         dependedOn += dependencies_.count(named->second);
     }
-    if (dependedOn > 0 && retained_.insert_or_assign(inFrame, dependedOn).second) {
-        retainedBytes_ += FrameBytes(inFrame);
-        mediaMap_->ReportRetainedBytes(retainedBytes_);
-    }
     guidsById_.erase(first, last);
+    if (dependedOn > 0) Retain(inFrame, dependedOn);
+}
+
+/// The dependencies hold the frame in any case; without memory for it, it is not counted.
+void Cache::Retain(const VideoFrameRef& inFrame, std::uint64_t inDependedOn) try {
+    if (!retained_.insert_or_assign(inFrame, inDependedOn).second) return;
+    retainedBytes_ += FrameBytes(inFrame);
+    mediaMap_->ReportRetainedBytes(retainedBytes_);
+} catch (const std::bad_alloc&) {
 }
 
 void Cache::EndRetention(Retained::iterator inRetained) {

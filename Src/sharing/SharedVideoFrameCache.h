@@ -51,7 +51,10 @@ class Cache final : private OV::Details::MediaMapTemplateCache, public Brix::All
     void Flush(ItemId inItem) override;
 
     ItemId FindOrAddItem(const VideoFrameRef& inFrame, std::uint32_t inManagerValue);
+    void Name(ItemId inItem, const Guid& inGuid);
+    void Drop(ItemId inItem);
     void ForgetGuids(ItemId inItem, const VideoFrameRef& inFrame);
+    void Retain(const VideoFrameRef& inFrame, std::uint64_t inDependedOn);
     void EndRetention(Retained::iterator inRetained);
 
     Brix::InterfaceRef<OV::Details::MediaMapTemplateHelper> mediaMap_;

@@ -1,0 +1,127 @@
+#include "Memory.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+// What the linker makes of each call of these functions; the sanitizers' own ones come last.
+extern "C" {
+void* __real_malloc(std::size_t inSize);
+void* __real_calloc(std::size_t inCount, std::size_t inSize);
+void* __real_realloc(void* inBlock, std::size_t inSize);
+void* __real_aligned_alloc(std::size_t inAlignment, std::size_t inSize);
+void __real_free(void* inBlock);
+}
+
+namespace {
+
+std::atomic<bool> gIsCounting = false;
+std::atomic<bool> gIsForGood = false;
+std::atomic<bool> gHasRefused = false;
+std::atomic<std::int64_t> gLeft = 0;
+std::atomic<std::int64_t> gLive = 0;
+
+bool IsRefused() {
+    if (!gIsCounting) return false;
+    const std::int64_t left = gLeft--;
+    if (left > 0 || (left < 0 && !gIsForGood)) return false;
+    gHasRefused = true;
+    return true;
+}
+
+void* Counted(void* inBlock) {
+    if (inBlock) ++gLive;
+    return inBlock;
+}
+
+void* TryNew(std::size_t inSize, std::size_t inAlignment) {
+    if (IsRefused()) return nullptr;
+    const std::size_t size = (inSize + inAlignment) / inAlignment * inAlignment;
+    return Counted(inAlignment == 1 ? __real_malloc(size)
+                                    : __real_aligned_alloc(inAlignment, size));
+}
+
+void* New(std::size_t inSize, std::size_t inAlignment) {
+    if (void* const block = TryNew(inSize, inAlignment)) return block;
+    throw std::bad_alloc();
+}
+
+void Delete(void* inBlock) {
+    if (inBlock) --gLive;
+    __real_free(inBlock);
+}
+
+}  // namespace
+
+namespace memory {
+
+void RefuseAfter(std::int64_t inCount, bool inForGood) {
+    gLeft = inCount;
+    gIsForGood = inForGood;
+    gHasRefused = false;
+    gIsCounting = true;
+}
+
+bool EndRefusal() {
+    gIsCounting = false;
+    return gHasRefused;
+}
+
+std::int64_t LiveBlocks() {
+    return gLive;
+}
+
+}  // namespace memory
+
+extern "C" {
+void* __wrap_malloc(std::size_t inSize) {
+    return IsRefused() ? nullptr : Counted(__real_malloc(inSize));
+}
+void* __wrap_calloc(std::size_t inCount, std::size_t inSize) {
+    return IsRefused() ? nullptr : Counted(__real_calloc(inCount, inSize));
+}
+void* __wrap_realloc(void* inBlock, std::size_t inSize) {
+    if (IsRefused()) return nullptr;
+    void* const block = __real_realloc(inBlock, inSize);
+    return inBlock ? block : Counted(block);
+}
+void* __wrap_aligned_alloc(std::size_t inAlignment, std::size_t inSize) {
+    return IsRefused() ? nullptr : Counted(__real_aligned_alloc(inAlignment, inSize));
+}
+void __wrap_free(void* inBlock) {
+    Delete(inBlock);
+}
+}
+
+// The standard library's other forms call these; those of the address sanitizer do not, so there
+// must be a partner for each.
+void* operator new(std::size_t inSize) {
+    return New(inSize, 1);
+}
+void* operator new[](std::size_t inSize) {
+    return New(inSize, 1);
+}
+void* operator new(std::size_t inSize, const std::nothrow_t&) noexcept {
+    return TryNew(inSize, 1);
+}
+void* operator new(std::size_t inSize, std::align_val_t inAlignment) {
+    return New(inSize, static_cast<std::size_t>(inAlignment));
+}
+void operator delete(void* inBlock) noexcept {
+    Delete(inBlock);
+}
+void operator delete[](void* inBlock) noexcept {
+    Delete(inBlock);
+}
+void operator delete(void* inBlock, std::size_t) noexcept {
+    Delete(inBlock);
+}
+void operator delete[](void* inBlock, std::size_t) noexcept {
+    Delete(inBlock);
+}
+void operator delete(void* inBlock, std::align_val_t) noexcept {
+    Delete(inBlock);
+}
+void operator delete(void* inBlock, std::size_t, std::align_val_t) noexcept {
+    Delete(inBlock);
+}
