@@ -182,18 +182,17 @@ TEST(Frame, DuplicateHasThePropertiesAndPixelsOfItsOwn) {
 // The four colours reach the last pixel, also of rows that go down in memory.
 TEST(Frame, FillsEveryPixel) {
     using Clearable = OV::IVideoFrameClearable;
-    constexpr std::int32_t (Clearable::*kFills[])() = {
-        &Clearable::FillWithOpaqueBlack, &Clearable::FillWithOpaqueWhite,
-        &Clearable::FillWithTransparentBlack, &Clearable::FillWithTransparentWhite};
-    constexpr std::uint32_t kPixels[] = {0xFF000000, 0xFFFFFFFF, 0x00000000, 0x00FFFFFF};
     for (const bool upsideDown : {false, true}) {
         const VF::VideoFrameRef frame = MakeFrame(3, 5);
         auto* const pixels = reinterpret_cast<std::uint32_t*>(support::Data(frame));
         Header(frame).rowBytes = upsideDown ? -12 : 12;
         Header(frame).pixelOffset = upsideDown ? 4 * 12 : 0;
-        for (std::size_t i = 0; i < 4; ++i) {
-            EXPECT_EQ((*Ask<Clearable>(frame).*kFills[i])(), 0);
-            EXPECT_EQ(std::count(pixels, pixels + 15, kPixels[i]), 15);
+        for (const auto& [fill, pixel] : {std::pair(&Clearable::FillWithOpaqueBlack, 0xFF000000U),
+                                          {&Clearable::FillWithOpaqueWhite, 0xFFFFFFFFU},
+                                          {&Clearable::FillWithTransparentBlack, 0U},
+                                          {&Clearable::FillWithTransparentWhite, 0xFFFFFFU}}) {
+            EXPECT_EQ((*Ask<Clearable>(frame).*fill)(), 0);
+            EXPECT_EQ(std::count(pixels, pixels + 15, pixel), 15);
         }
     }
 }

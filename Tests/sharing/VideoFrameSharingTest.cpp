@@ -162,7 +162,7 @@ TEST(CheckedWrap, TakesFramesThatLieInTheDataAndSaysWhyNoOthers) {
         {"its rows begin before its pixels", {{{68, -16}}, {{68, -16}, {92, 31}}}},
         {"it is shorter than its pixels", {{{32, 4}}, {{68, 17}}, {{92, 1}}, {{92, -1}},
             {{68, INT_MAX}, {32, INT_MAX}}, {{68, -16}, {92, 33}}, in(kDV, {{28, 720}, {32, 480}}),
-            in(kPlanar, {{28, 8}, {32, 5}}), in(kCustom, {{92, 1}})}},
+            in(kPlanar, {{28, 8}, {32, 5}}), in(kPlanar, {{92, -1}}), in(kCustom, {{92, 1}})}},
     };
     // clang-format on
     for (const auto& [expected, headers] : kCases) {
@@ -200,16 +200,22 @@ TEST(CheckedWrap, FrameKeepsTheHeaderThatWasChecked) {
 }
 
 TEST(Wrap, GivesAStatusWithoutDataAndWithoutMemory) {
-    const auto data = boost::make_shared<ReceivedData>();
+    const auto data = boost::make_shared<ReceivedData>(
+        ReceivedData::Words{{8, 128}, {12, support::kCustomFormat.code}});
     data->size = 0;
+    VF::VideoFrameRef checked;
     for (const BinaryReferencePtr& reference : {BinaryReferencePtr(), BinaryReferencePtr(data)}) {
-        VF::VideoFrameRef frame = support::MakeFrame(8, 8), checked = frame;
+        VF::VideoFrameRef frame = checked = support::MakeFrame(8, 8);
         EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference(reference, {}, frame),
                   VF::kGeneralFailure);
         EXPECT_EQ(VF::WrapCheckedBinaryReference(reference, {}, checked), VF::kGeneralFailure);
         EXPECT_TRUE(!frame && !checked);
     }
+    // A header alone is a custom frame without pixels.
+    const char* fault = nullptr;
     data->size = 127;
-    VF::VideoFrameRef frame;
-    EXPECT_EQ(VF::WrapCheckedBinaryReference(data, {}, frame), VF::kFrameNotReadable);
+    EXPECT_EQ(VF::WrapCheckedBinaryReference(data, {}, checked, &fault), VF::kFrameNotReadable);
+    EXPECT_STREQ(fault, "it is shorter than a frame's header");
+    data->size = 128;
+    EXPECT_EQ(VF::WrapCheckedBinaryReference(data, {}, checked), 0);
 }
