@@ -84,6 +84,22 @@ TEST(Convert, CopiesEveryBitOfItsOwnFormat) {
     }
 }
 
+// Whatever the source has there.
+TEST(Convert, ClearsV210SamplesOfNoPixel) {
+    for (const FormatCode format : {0x004u, 0x011u, 0x051u, 0x104u}) {
+        for (std::int32_t width = 1; width < 6; ++width) {
+            Area source(format, width, 1), converted(0x051, width, 1), mixed = converted;
+            source.Scatter();
+            ASSERT_EQ(Call(SV_Convert, source.Memory(), converted.Memory(), width, 1, 4), 0);
+            ASSERT_EQ(Call(SV_CrossDissolve, source.Memory(), source.Memory(), mixed.Memory(),
+                           width, 1, 0.5f, 2),
+                      0);
+            for (auto i = static_cast<std::size_t>(2 * width + width % 2); i < 12; ++i)
+                EXPECT_EQ(V210Sample(converted.Start(), i) + V210Sample(mixed.Start(), i), 0) << i;
+        }
+    }
+}
+
 // By a row up or down, or by a few pixels of a row: what arrives is what was there.
 TEST(Convert, CopiesWithinOnePicture) {
     for (const FormatCode format : {0x004u, 0x051u}) {
