@@ -178,6 +178,19 @@ TEST(Calls, RefuseWhatCannotBe) {
             Call(SV_ScaleConvert, to, sized, 0, 2),
         };
         EXPECT_THAT(results, testing::Each(result)) << std::hex << format.bits;
+        // Blends take no compressed frames at all.
+        const bool isDv = format == 0x01000021;
+        const std::tuple size(width, height);
+        const std::int32_t blends[] = {
+            Call(SV_CrossDissolve, bad, whole, whole, size, 0.5f, 2),
+            Call(SV_CrossDissolve, whole, bad, whole, size, 0.5f, 2),
+            Call(SV_InvertAlpha, buffer, rowBytes, bad, size),
+            Call(SV_CopyAndSetAlpha, buffer, rowBytes, bad, size, 1),
+            Call(SV_CompositeToBlack, bad, whole, size, 1, 2),
+            Call(SV_OneBitMaskComposite, bad, whole, good, 4, 0, whole, size, 2),
+            Call(SV_OneBitMaskComposite, whole, bad, good, 4, 0, whole, size, 2),
+        };
+        EXPECT_THAT(blends, testing::Each(isDv ? kSV_UnsupportedFormat : result));
     }
     EXPECT_EQ(SV_FillWithColor(there, 64, 4, 4, kGood, nullptr, kGood), kSV_NullPointer);
     EXPECT_EQ(SV_FillWithColor(there, 64, 4, 4, kGood, good, kSV_PixelFormat_Custom),
