@@ -84,6 +84,22 @@ TEST(Convert, CopiesEveryBitOfItsOwnFormat) {
     }
 }
 
+// Whatever the source has there.
+TEST(Convert, ClearsV210SamplesOfNoPixel) {
+    for (const FormatCode format : {0x004u, 0x011u, 0x051u, 0x104u}) {
+        for (std::int32_t width = 1; width < 6; ++width) {
+            Area source(format, width, 1), converted(0x051, width, 1), mixed = converted;
+            source.Scatter();
+            ASSERT_EQ(Call(SV_Convert, source.Memory(), converted.Memory(), width, 1, 4), 0);
+            ASSERT_EQ(Call(SV_CrossDissolve, source.Memory(), source.Memory(), mixed.Memory(),
+                           width, 1, 0.5f, 2),
+                      0);
+            for (auto i = static_cast<std::size_t>(2 * width + width % 2); i < 12; ++i)
+                EXPECT_EQ(V210Sample(converted.Start(), i) + V210Sample(mixed.Start(), i), 0) << i;
+        }
+    }
+}
+
 // By a row up or down, or by a few pixels of a row: what arrives is what was there.
 TEST(Convert, CopiesWithinOnePicture) {
     for (const FormatCode format : {0x004u, 0x051u}) {
@@ -162,6 +178,19 @@ TEST(Calls, RefuseWhatCannotBe) {
             Call(SV_ScaleConvert, to, sized, 0, 2),
         };
         EXPECT_THAT(results, testing::Each(result)) << std::hex << format.bits;
+        // Blends take no compressed frames at all.
+        const bool isDv = format == 0x01000021;
+        const std::tuple size(width, height);
+        const std::int32_t blends[] = {
+            Call(SV_CrossDissolve, bad, whole, whole, size, 0.5f, 2),
+            Call(SV_CrossDissolve, whole, bad, whole, size, 0.5f, 2),
+            Call(SV_InvertAlpha, buffer, rowBytes, bad, size),
+            Call(SV_CopyAndSetAlpha, buffer, rowBytes, bad, size, 1),
+            Call(SV_CompositeToBlack, bad, whole, size, 1, 2),
+            Call(SV_OneBitMaskComposite, bad, whole, good, 4, 0, whole, size, 2),
+            Call(SV_OneBitMaskComposite, whole, bad, good, 4, 0, whole, size, 2),
+        };
+        EXPECT_THAT(blends, testing::Each(isDv ? kSV_UnsupportedFormat : result));
     }
     EXPECT_EQ(SV_FillWithColor(there, 64, 4, 4, kGood, nullptr, kGood), kSV_NullPointer);
     EXPECT_EQ(SV_FillWithColor(there, 64, 4, 4, kGood, good, kSV_PixelFormat_Custom),

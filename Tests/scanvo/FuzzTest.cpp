@@ -158,14 +158,15 @@ TEST(Fuzz, KeepsEveryCallInsideItsPictures) {
 }
 
 // Leaves what is easily told in memory that a call may take: scratch, heap and stack.
-[[gnu::noinline]] void Soil(std::uint8_t inDirt) {
+[[gnu::noinline]] void Soil(std::byte inDirt) {
     constexpr std::int32_t kCount = 1 << 14;
-    mallopt(M_PERTURB, inDirt);
+    const int value = std::to_integer<int>(inDirt);
+    mallopt(M_PERTURB, value);
     std::uint8_t stack[kCount];
-    std::memset(stack, inDirt, sizeof(stack));
+    std::memset(stack, value, sizeof(stack));
     asm volatile("" : : "r"(stack) : "memory");
     scanvo::Scratch scratch;
-    std::memset(scratch.Floats(kCount), inDirt, sizeof(float) * kCount);
+    std::memset(scratch.Floats(kCount), value, sizeof(float) * kCount);
 }
 
 // Whatever lay about, the units of all rows come out the same, and nothing else is touched. False
@@ -173,18 +174,18 @@ TEST(Fuzz, KeepsEveryCallInsideItsPictures) {
 bool ExpectNoDirt(const Random& inRandom, std::size_t inCall, FormatCode inInput, FormatCode inOut,
                   std::int32_t inWidth) {
     std::vector<std::byte> first;
-    for (const std::uint8_t dirt : {0x5A, 0xA5}) {
+    for (const std::byte dirt : {std::byte{0x5A}, std::byte{0xA5}}) {
         Random random = inRandom;
         const Picture a = AnyPicture(random, inInput, inWidth, 4);
         const Picture b = AnyPicture(random, inInput, inWidth, 4);
         Picture out = AnyPicture(random, inOut, inWidth, 4);
-        std::fill(out.memory.begin(), out.memory.end(), std::byte{dirt});
+        std::fill(out.memory.begin(), out.memory.end(), dirt);
         Soil(dirt);
         if (kCalls[inCall].call(random, a, b, out) != 0) return false;
         if (first.empty()) first = out.memory;
         for (std::size_t i = 0; i < first.size(); ++i) {
             const auto place = static_cast<std::int64_t>(i) % std::abs(out.rowBytes);
-            const std::byte expected = place < out.used ? first[i] : std::byte{dirt};
+            const std::byte expected = place < out.used ? first[i] : dirt;
             if (out.memory[i] == expected) continue;
             ADD_FAILURE() << std::hex << inInput.bits << " to " << inOut.bits << std::dec
                           << ", call " << inCall << ", width " << inWidth << ", byte " << i;

@@ -99,8 +99,9 @@ TEST(Scale, GivesBytesWhatFloatsGive) {
     constexpr std::pair<FormatCode, FormatCode> kFormats[] = {
         {0x004, 0x104}, {0x1004, 0x1104}, {0x008, 0x108}, {0x00C, 0x10C}, {0x005, 0x105}};
     constexpr std::pair<Size, Size> kByteSizes[] = {
-        {{64, 48}, {32, 24}}, {{50, 6}, {25, 3}},   {{77, 31}, {35, 14}},  {{33, 20}, {50, 31}},
-        {{40, 9}, {131, 9}},  {{300, 40}, {13, 3}}, {{16, 70}, {16, 150}}, {{3, 2}, {9, 5}}};
+        {{64, 48}, {32, 24}}, {{50, 6}, {25, 3}},    {{77, 31}, {35, 14}},
+        {{33, 20}, {50, 31}}, {{40, 9}, {131, 9}},   {{300, 40}, {13, 3}},
+        {{172, 28}, {43, 7}}, {{16, 70}, {16, 150}}, {{3, 2}, {9, 5}}};
     ForEachTarget([&] {
         for (const auto& [size, newSize] : kByteSizes) {
             for (const auto& [format, floats] : kFormats) {
@@ -182,6 +183,18 @@ TEST(Scale, KeepsFieldsApart) {
                     return Codes{code, code, code, 255};
                 });
         }
+    }
+}
+
+// Rows of a field lie between those of the other, away from the ends on one gradient with them.
+TEST(Scale, KeepsRowsOfFieldsInPlace) {
+    Area source(0x10C, 1, 16);
+    for (std::int32_t y = 0; y < 16; ++y)
+        source.Set(y, 0, static_cast<float>(y));
+    for (const std::int32_t height : {8, 9, 32}) {
+        const Area scaled = Scaled(source, 0x10C, {1, height}, 2, 1);
+        for (std::int32_t y = height / 4; y < height - height / 4; ++y)
+            EXPECT_NEAR(scaled.At(0, y)[2], (y + 0.5) * 16 / height - 0.5, 0.2) << height;
     }
 }
 

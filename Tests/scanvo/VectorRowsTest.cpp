@@ -94,35 +94,6 @@ TEST(VectorRows, DoToColourWhatPlainOnesDo) {
     });
 }
 
-TEST(VectorRows, RoundEveryPairOfByteAndAlphaExactly) {
-    for (const FormatCode straight : {0x004u, 0x1004u}) {
-        const FormatCode premultiplied = straight.bits ^ 0xC;
-        ForEachTarget([straight, premultiplied] {
-            const auto format = *scanvo::DecodeFormat(straight);
-            if (!scanvo::FastRowBetween(*scanvo::DecodeFormat(premultiplied), format)) return;
-            Area from(straight, 256, 256), fromPremultiplied(premultiplied, 256, 256);
-            for (std::uint32_t i = 0; i < 65536; ++i) {
-                const std::uint32_t c = i % 256 * 0x010101, a = i / 256;
-                for (Area* const area : {&from, &fromPremultiplied})
-                    area->Set(static_cast<int>(a), static_cast<int>(i % 256),
-                              straight.IsReversed() ? c << 8 | a : a << 24 | c);
-            }
-            const auto expect = [](double code, std::size_t alpha) {
-                return Codes{code, code, code, static_cast<double>(alpha)};
-            };
-            Converted(from, premultiplied).ExpectPixels(0, [&](std::size_t i) {
-                return expect(std::floor(static_cast<double>(i % 256 * (i / 256)) / 255 + 0.5),
-                              i / 256);
-            });
-            Converted(fromPremultiplied, straight).ExpectPixels(0, [&](std::size_t i) {
-                const double quotient =
-                    static_cast<double>(i % 256) * 255 / static_cast<double>(i / 256);
-                return expect(i < 256 ? 0 : std::min(std::floor(quotient + 0.5), 255.0), i / 256);
-            });
-        });
-    }
-}
-
 // Those are written past the caches: by a copy, a fast road, the general road and a fill.
 TEST(LargePictures, AreDoneAsTheirRowsAre) {
     constexpr std::int32_t kSize = 2101;
