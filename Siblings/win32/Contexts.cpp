@@ -227,16 +227,3 @@ int FillRect(HDC inContext, const RECT* inRect, HBRUSH inBrush) {
     Fill(*bitmap, *inRect, brush->isWhite);
     return 1;
 }
-
-BOOL OffsetRect(RECT* ioRect, int inX, int inY) {
-    if (!ioRect) return false;
-    // Beyond the last number they go round.
-    const auto move = [](LONG& ioPlace, int inBy) {
-        ioPlace = static_cast<LONG>(static_cast<DWORD>(ioPlace) + static_cast<DWORD>(inBy));
-    };
-    move(ioRect->left, inX);
-    move(ioRect->right, inX);
-    move(ioRect->top, inY);
-    move(ioRect->bottom, inY);
-    return true;
-}

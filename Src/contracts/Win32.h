@@ -235,9 +235,6 @@ SIBLING_API HGDIOBJ GetStockObject(int inIndex);
 SIBLING_API int FillRect(HDC inContext, const RECT* inRect, HBRUSH inBrush);
 SIBLING_API BOOL FillRgn(HDC inContext, HRGN inRegion, HBRUSH inBrush);
 
-/// Moves a rectangle; 0 for null.
-SIBLING_API BOOL OffsetRect(RECT* ioRect, int inX, int inY);
-
 // ---------------------------------------------------------------------------------------------
 // Regions
 

@@ -9,8 +9,6 @@
 namespace raster_test {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
 /// Sizes from the smallest on, in memory lines.
 constexpr std::pair<std::int32_t, std::int32_t> kSizes[] = {
     {1, 1}, {1, 2}, {2, 1}, {2, 2}, {3, 3}, {4, 3}, {3, 4}, {4, 4}, {67, 5}, {130, 9}};
@@ -42,6 +40,18 @@ std::size_t Place(std::int32_t inX, std::int32_t inY, std::int32_t inStride) {
     return static_cast<std::size_t>(inY * inStride + 4 * inX);
 }
 
+/// The picture with bytes inByteAt(x, y, component) in its pixels.
+template <class ByteAt>
+Bytes Changed(Bytes ioPicture, std::int32_t inWidth, std::int32_t inHeight, std::int32_t inStride,
+              const ByteAt& inByteAt) {
+    for (std::int32_t i = 0; i < 4 * inWidth * inHeight; ++i) {
+        const std::int32_t x = i / 4 % inWidth, y = i / 4 / inWidth;
+        const auto c = static_cast<std::size_t>(i % 4);
+        ioPicture[Place(x, y, inStride) + c] = static_cast<std::uint8_t>(inByteAt(x, y, c));
+    }
+    return ioPicture;
+}
+
 TEST_F(RasterTools, AlphaAndGrey) {
     ForEverySize([&](Bytes& picture, std::int32_t width, std::int32_t height, std::int32_t stride) {
         TPix record{};
@@ -49,35 +59,30 @@ TEST_F(RasterTools, AlphaAndGrey) {
         record.rowbytes = stride;
         TPix* handle = &record;
         const Bytes before = picture;
-        Bytes spread = before;
-        Bytes inverse = before;
-        Bytes replaced = before;
-        Bytes grey;
         const Bytes alphas = RandomBytes(static_cast<std::size_t>(width * height));
-        for (std::int32_t i = 0; i < width * height; ++i) {
-            const std::size_t at = Place(i % width, i / width, stride);
-            for (std::size_t c = 0; c < 3; ++c) {
-                spread[at + c] = before[at + 3];
-                inverse[at + c] = static_cast<std::uint8_t>(255 - before[at + 3]);
-            }
-            grey.push_back(before[at + 3]);
-            replaced[at + 3] = alphas[static_cast<std::size_t>(i)];
-        }
-        Bytes taken(grey.size());
-        record.pixels = picture.data();
+        const auto expect = [&](const auto& inTool, const auto& inByteAt) {
+            picture = before;
+            record.pixels = picture.data();
+            inTool();
+            EXPECT_EQ(picture, Changed(before, width, height, stride, inByteAt));
+        };
+        const auto alphaAt = [&](std::int32_t x, std::int32_t y, std::size_t) {
+            return before[Place(x, y, stride) + 3];
+        };
+        expect([&] { A_AlphaToRGB(picture.data(), width, height, stride); }, alphaAt);
+        expect([&] { AlphaToRGB(&handle); }, alphaAt);
+        expect([&] { AlphaToInverseRGB(&handle); },
+               [&](std::int32_t x, std::int32_t y, std::size_t c) {
+                   return c == 3 ? alphaAt(x, y, c) : 255 - alphaAt(x, y, c);
+               });
+        expect([&] { GreyBufferToAlpha(&handle, alphas.data()); },
+               [&](std::int32_t x, std::int32_t y, std::size_t c) {
+                   return c == 3 ? alphas[static_cast<std::size_t>(y * width + x)]
+                                 : before[Place(x, y, stride) + c];
+               });
+        Bytes taken(alphas.size());
         AlphaToGreyBuffer(&handle, taken.data());
-        EXPECT_EQ(taken, grey);
-        A_AlphaToRGB(picture.data(), width, height, stride);
-        EXPECT_EQ(picture, spread);
-        picture = before;
-        AlphaToInverseRGB(&handle);
-        EXPECT_EQ(picture, inverse);
-        picture = before;
-        AlphaToRGB(&handle);
-        EXPECT_EQ(picture, spread);
-        picture = before;
-        GreyBufferToAlpha(&handle, alphas.data());
-        EXPECT_EQ(picture, replaced);
+        EXPECT_EQ(taken, alphas);
     });
     AlphaToGreyBuffer(nullptr, nullptr);
     GreyBufferToAlpha(nullptr, nullptr);
@@ -91,10 +96,9 @@ bool IsAtEdge(const Bytes& inChannel, std::int32_t inWidth, std::int32_t inHeigh
               std::int32_t inY) {
     int sum = 0;
     for (const auto& [dx, dy] : {std::pair{0, 0}, {-1, 0}, {1, 0}, {0, -1}, {0, 1}}) {
-        const std::int32_t x = inX + dx;
-        const std::int32_t y = inY + dy;
-        const bool isIn = x >= 0 && x < inWidth && y >= 0 && y < inHeight;
-        sum += inChannel[static_cast<std::size_t>(isIn ? y * inWidth + x : inY * inWidth + inX)];
+        const std::int32_t x = std::clamp(inX + dx, 0, inWidth - 1);
+        const std::int32_t y = std::clamp(inY + dy, 0, inHeight - 1);
+        sum += inChannel[static_cast<std::size_t>(y * inWidth + x)];
     }
     return sum != 0 && sum < 128;
 }
@@ -109,39 +113,36 @@ TEST_F(RasterTools, EdgesOfKeyedRegions) {
 
         const Bytes before = picture;
         const Bytes region = channel;
-        Bytes painted = before;
-        Bytes edge = region;
-        Bytes softened = before;
-        Bytes marked = region;
-        const auto half = [](int value) { return value >> 1; };
-        for (std::int32_t i = 0; i < width * height; ++i) {
-            const std::int32_t x = i % width;
-            const std::int32_t y = i / width;
-            const auto index = static_cast<std::size_t>(i);
-            const bool isEdge = IsAtEdge(region, width, height, x, y);
-            if (width >= 3 && height >= 3) edge[index] = isEdge ? 31 : 0;
-            if (!isEdge) continue;
-            marked[index] = 255;
-            for (std::size_t c = 0; c < 4; ++c) {
-                const auto at = [&](std::int32_t px, std::int32_t py) {
-                    return before[Place(std::clamp(px, 0, width - 1), std::clamp(py, 0, height - 1),
-                                        stride) +
-                                  c];
-                };
-                const int column = half(at(x, y - 1)) + half(at(x, y + 1));
-                const int row = half(at(x - 1, y)) + half(at(x + 1, y));
-                softened[Place(x, y, stride) + c] =
-                    static_cast<std::uint8_t>(half(at(x, y)) + half(half(column) + half(row)));
-                if (width >= 3 && height >= 3) {
-                    constexpr std::uint8_t kColour[] = {1, 2, 3, 4};
-                    painted[Place(x, y, stride) + c] = kColour[c];
-                }
-            }
+        const bool isLarge = width >= 3 && height >= 3;
+        Bytes edge = region, marked = region;
+        const auto isEdge = [&](std::int32_t x, std::int32_t y) {
+            return IsAtEdge(region, width, height, x, y);
+        };
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            const auto place = static_cast<std::int32_t>(i);
+            const bool isAtEdge = isEdge(place % width, place / width);
+            if (isLarge) edge[i] = isAtEdge ? 31 : 0;
+            if (isAtEdge) marked[i] = 255;
         }
+        const auto painted = [&](std::int32_t x, std::int32_t y, std::size_t c) {
+            return isLarge && isEdge(x, y) ? c + 1 : before[Place(x, y, stride) + c];
+        };
+        const auto softened = [&](std::int32_t x, std::int32_t y, std::size_t c) {
+            const auto halfAt = [&](std::int32_t px, std::int32_t py) {
+                return before[Place(std::clamp(px, 0, width - 1), std::clamp(py, 0, height - 1),
+                                    stride) +
+                              c] >>
+                       1;
+            };
+            if (!isEdge(x, y)) return int{before[Place(x, y, stride) + c]};
+            const int column = halfAt(x, y - 1) + halfAt(x, y + 1);
+            const int row = halfAt(x - 1, y) + halfAt(x + 1, y);
+            return halfAt(x, y) + (((column >> 1) + (row >> 1)) >> 1);
+        };
         Bytes scratch(region.size());
         EdgePaintChannel(picture.data(), stride, width, height, 0x04030201, channel.data(),
                          scratch.data());
-        EXPECT_EQ(picture, painted);
+        EXPECT_EQ(picture, Changed(before, width, height, stride, painted));
         EXPECT_EQ(channel, edge);
 
         picture = before;
@@ -151,7 +152,7 @@ TEST_F(RasterTools, EdgesOfKeyedRegions) {
         hoardex::FailAllocationsAfter(-1);
         EXPECT_EQ(picture, before);
         EdgeAliasChannel(picture.data(), stride, width, height, channel.data());
-        EXPECT_EQ(picture, softened);
+        EXPECT_EQ(picture, Changed(before, width, height, stride, softened));
         EXPECT_EQ(channel, marked);
     });
 }
@@ -185,23 +186,19 @@ TEST_F(RasterTools, TablesAndConvolutions) {
         const auto h = static_cast<std::int16_t>(height);
         const auto s = static_cast<std::int16_t>(stride);
         for (const auto& kernel : kKernels) {
-            Bytes expected = before;
             const float scale = kernel[10] == 0 ? 0 : 1.0F / kernel[10];
-            for (std::int32_t i = 0; i < 4 * width * height; ++i) {
-                const std::int32_t x = i / 4 % width;
-                const std::int32_t y = i / 4 / width;
+            const auto byteAt = [&](std::int32_t x, std::int32_t y, std::size_t c) {
                 float sum = 0;
                 for (std::int32_t tap = 0; tap < 9; ++tap) {
                     const std::int32_t px = std::clamp(x + tap % 3 - 1, 0, width - 1);
                     const std::int32_t py = std::clamp(y + tap / 3 - 1, 0, height - 1);
-                    const float code =
-                        before[Place(px, py, stride) + static_cast<std::size_t>(i % 4)];
+                    const float code = before[Place(px, py, stride) + c];
                     sum += code * (static_cast<float>(kernel[tap]) * scale);
                 }
                 sum += static_cast<float>(kernel[9]) * scale;
-                expected[Place(x, y, stride) + static_cast<std::size_t>(i % 4)] =
-                    static_cast<std::uint8_t>(std::clamp(static_cast<int>(sum), 0, 255));
-            }
+                return std::clamp(static_cast<int>(sum), 0, 255);
+            };
+            const Bytes expected = Changed(before, width, height, stride, byteAt);
             Bytes apart = before;
             DoConvolve(before.data(), apart.data(), kernel, s, w, h);
             ASSERT_EQ(apart, expected);
@@ -209,13 +206,11 @@ TEST_F(RasterTools, TablesAndConvolutions) {
             DoConvolve(picture.data(), picture.data(), kernel, s, w, h);
             ASSERT_EQ(picture, expected);
         }
-        Bytes expected = before;
-        for (std::int32_t i = 0; i < width * height; ++i) {
-            const std::size_t at = Place(i % width, i / width, stride);
-            expected[at] = tables[512U + before[at]];
-            expected[at + 1] = tables[256U + before[at + 1]];
-            expected[at + 2] = tables[before[at + 2]];
-        }
+        const auto lookedUp = [&](std::int32_t x, std::int32_t y, std::size_t c) {
+            const std::uint8_t code = before[Place(x, y, stride) + c];
+            return c == 3 ? code : tables[256 * (2 - c) + code];
+        };
+        const Bytes expected = Changed(before, width, height, stride, lookedUp);
         picture = before;
         bn_DoIndexMap(before.data(), picture.data(), s, w, h, tables.data(), tables.data() + 256,
                       tables.data() + 512);
@@ -237,22 +232,18 @@ TEST_F(RasterTools, InterpolatedFields) {
             const std::int32_t stride = 4 * 33 + 4;
             Bytes picture = RandomBytes(static_cast<std::size_t>(stride * height));
             const Bytes before = picture;
-            Bytes expected = before;
             const bool keepsEven = (height % 2 == 1) == (field == 1);
-            for (std::int32_t y = 0; y < height; ++y) {
-                if ((y % 2 == 0) == keepsEven) continue;
-                // The only neighbour counts twice.
-                const std::int32_t above = y > 0 ? y - 1 : y + 1;
-                const std::int32_t below = y + 1 < height ? y + 1 : y - 1;
-                if (above >= height || below < 0) continue;
-                if (!keepsEven && y > 0 && y + 1 == height) continue;  // stays as it is
-                for (std::int32_t i = 0; i < 4 * 20; ++i) {
-                    expected[static_cast<std::size_t>(y * stride + i)] = static_cast<std::uint8_t>(
-                        (before[static_cast<std::size_t>(above * stride + i)] +
-                         before[static_cast<std::size_t>(below * stride + i)]) /
-                        2);
-                }
-            }
+            const auto byteAt = [&](std::int32_t x, std::int32_t y, std::size_t c) {
+                const auto at = [&](std::int32_t line) {
+                    return before[Place(x, line, stride) + c];
+                };
+                // The only neighbour counts twice, but the last even line stays as it is.
+                const bool isKept = (y % 2 == 0) == keepsEven || height == 1 ||
+                                    (!keepsEven && y > 0 && y + 1 == height);
+                if (isKept) return int{at(y)};
+                return (at(y > 0 ? y - 1 : y + 1) + at(y + 1 < height ? y + 1 : y - 1)) / 2;
+            };
+            const Bytes expected = Changed(picture, 20, height, stride, byteAt);
             TPix record{};
             record.bounds = {0, 0, 33, height};
             record.rowbytes = stride;
@@ -297,11 +288,9 @@ TEST_F(RasterTools, FillsAndBounds) {
 TEST_F(RasterTools, Warps) {
     std::mt19937 random(3);
     LocalRecord source(16, 16, 0, random);
-    for (std::int32_t i = 0; i < 256; ++i) {
-        source.Set(i % 16, i / 16,
-                   {static_cast<std::uint8_t>(16 * (i % 16)),
-                    static_cast<std::uint8_t>(16 * (i / 16)), 0, 255});
-    }
+    source.Paint([](std::int32_t x, std::int32_t y) {
+        return Pixel{static_cast<std::uint8_t>(16 * x), static_cast<std::uint8_t>(16 * y), 0, 255};
+    });
     const tagRECT all = {0, 0, 16, 16};
     const TPixFixedQuad whole = {{{0, 0}, {16, 0}, {16, 16}, {0, 16}}};
     const TPixFixedQuad turned = {{{16, 0}, {16, 16}, {0, 16}, {0, 0}}};
@@ -329,8 +318,7 @@ TEST_F(RasterTools, Warps) {
             for (std::size_t c = 0; c < 4; ++c)
                 ASSERT_NEAR(next.At(i % 16, i / 16)[c], expected[c], 1);
         }
-        for (std::int32_t i = 0; i < 256; ++i)
-            picture.Set(i % 16, i / 16, next.At(i % 16, i / 16));
+        picture.Paint([&](std::int32_t x, std::int32_t y) { return next.At(x, y); });
     }
     const TPixFixedQuad line = {{{0, 0}, {1, 1}, {2, 2}, {3, 3}}};
     EXPECT_NE(bn_MapPolygon(source.Handle(), picture.Handle(), &whole, &line), 0);

@@ -128,7 +128,7 @@ TEST(Rle, RandomStreamsStayInside) {
     for (int round = 0; round < 4000; ++round) {
         const std::size_t width = 1 + random() % 40, height = 1 + random() % 20;
         Bytes data(random() % 400);
-        const std::uint32_t most = 4 + random() % 30;
+        const std::size_t most = 4 + random() % 30;
         for (std::uint8_t& byte : data)
             byte = static_cast<std::uint8_t>(random() % 3 == 0 ? 0 : 2 + random() % most);
         const std::size_t bytes = Stride(width) * height;
