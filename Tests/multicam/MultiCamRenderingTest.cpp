@@ -163,7 +163,8 @@ TEST(RenderMulticam, KeepsUnitsOf422Whole) {
             VF::ConvertColorToPixelFormattedData(format, 1, colour[2] / 255.0F, colour[1] / 255.0F,
                                                  colour[0] / 255.0F, unit.data());
             Pixel found;
-            std::memcpy(found.data(), Data(output) + rows->GetRowBytes() * (41U - y) + 2 * x, 4);
+            std::memcpy(found.data(),
+                        Data(output) + std::int64_t{rows->GetRowBytes()} * (41 - y) + 2 * x, 4);
             ASSERT_EQ(found, unit) << x << ", " << y;
         }
     }
@@ -279,15 +280,6 @@ TEST(RenderMulticam, RaisesWhatCannotBeDrawn) {
                  [&] { render(8, 8, OV::kPixelFormat_Invalid); });
     ExpectBroken("inHeight != 0", "VideoFrameFactory", 80,
                  [&] { render(8, 0, params.pixelFormat); });
-}
-
-TEST(RenderMulticam, GivesNothingWithoutMemory) {
-    const auto before = Brix::MemoryRecycler::SetBlockSource(
-        {[](std::size_t) -> void* { throw std::bad_alloc(); }, [](void*, std::size_t) {}});
-    const auto params = Params(800, 800, 1, tulomediatypes::kPixelFormat_BGRA_4444_8u);
-    EXPECT_FALSE(VF::RenderMulticam({}, 0, false, false, params, false));
-    EXPECT_FALSE(VF::RenderNonMulticam({}, false, params, {}, false));
-    Brix::MemoryRecycler::SetBlockSource(before);
 }
 
 // ---------------------------------------------------------------------------------------------
