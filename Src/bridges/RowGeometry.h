@@ -7,9 +7,9 @@
 
 namespace VF {
 
-/// Carried by frames that other libraries make, some of which have no two-dimensional view; no frame
-/// of this library carries it. So it belongs into no anonymous namespace: of an interface there, a
-/// compiler takes it that nobody implements it.
+/// Carried by frames that other libraries make, some of which have no two-dimensional view; no
+/// frame of this library carries it. So it belongs into no anonymous namespace: of an interface
+/// there, a compiler takes it that nobody implements it.
 class IVideoFrameRowGeometry : public Brix::BrixUnknown {
   public:
     static constexpr tulocore::utility::Guid kInterfaceId{"5097294E-2EFF-4C04-8861-CC393A73BC5C"};

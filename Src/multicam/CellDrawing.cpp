@@ -166,8 +166,9 @@ void DrawOutline(const VideoFrameRef& inOutput, const Cell& inCell, std::uint32_
                pixel.data(), 0, output.format, 1, 1, kConvertMode);
 
     const auto [x, y, width, height] = inCell;
-    const auto thickness = static_cast<std::int32_t>(
-        std::min(inThickness, static_cast<std::uint32_t>(std::max(width, height))));
+    // One as thick as the cell is wide covers all of it.
+    const auto thickness =
+        static_cast<std::int32_t>(std::min(inThickness, static_cast<std::uint32_t>(width)));
     const std::int32_t between = height - 2 * thickness;
     const Cell bands[] = {{x, y, width, thickness},
                           {x, y + thickness, thickness, between},

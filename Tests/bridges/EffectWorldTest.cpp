@@ -112,9 +112,6 @@ TEST_F(EffectWorld, BreaksContractsAndLeavesTheWorldAlone) {
 
     EXPECT_FALSE(VF::NewGF_WorldWithNewVideoFrame(0x7FFFFFFF, 0x7FFFFFFF,
                                                   OV::kPixelFormat_BGRA_4444_8u, {1, 1}, world));
-    const WithoutMemory none;
-    EXPECT_FALSE(
-        VF::NewGF_WorldWithNewVideoFrame(900, 900, OV::kPixelFormat_BGRA_4444_8u, {1, 1}, world));
     ExpectSame(world, Untouched());
 }
 

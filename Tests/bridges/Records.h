@@ -22,17 +22,6 @@ inline std::vector<std::uint8_t> BytesAt(const void* inStart, std::size_t inSize
     return {start, start + inSize};
 }
 
-/// While it lives, the recycler gets no memory.
-class WithoutMemory {
-  public:
-    ~WithoutMemory() { Brix::MemoryRecycler::SetBlockSource(before_); }
-
-  private:
-    decltype(Brix::MemoryRecycler::SetBlockSource({})) before_ =
-        Brix::MemoryRecycler::SetBlockSource(
-            {[](std::size_t) -> void* { throw std::bad_alloc(); }, [](void*, std::size_t) {}});
-};
-
 inline TPixHand NewRecord(std::int32_t inWidth, std::int32_t inHeight) {
     const tagRECT bounds = Bounds(inWidth, inHeight);
     return tpixNew(&bounds);

@@ -163,7 +163,8 @@ TEST(RenderMulticam, KeepsUnitsOf422Whole) {
             VF::ConvertColorToPixelFormattedData(format, 1, colour[2] / 255.0F, colour[1] / 255.0F,
                                                  colour[0] / 255.0F, unit.data());
             Pixel found;
-            std::memcpy(found.data(), Data(output) + rows->GetRowBytes() * (41U - y) + 2 * x, 4);
+            std::memcpy(found.data(),
+                        Data(output) + std::int64_t{rows->GetRowBytes()} * (41 - y) + 2 * x, 4);
             ASSERT_EQ(found, unit) << x << ", " << y;
         }
     }
@@ -209,21 +210,26 @@ TEST(RenderNonMulticam, FitsTheFirstSource) {
     }
 }
 
-// In formats that nothing can be drawn in, too: there is no other road than the direct one.
-TEST(RenderNonMulticam, TakesWhatFillsItAsItIs) {
+// Also in formats that nothing can be drawn in.
+TEST(RenderNonMulticam, TakesWhatFillsItWithoutDetour) {
     using namespace tulomediatypes;
-    const VF::VideoFrameRef smaller = Sources({{36, 24}}).front();
-    for (const PixelFormat format : {kPixelFormat_V210_422_10u, kPixelFormat_NTSCDV25,
-                                     kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601}) {
-        const VF::VideoFrameRef same = MakeFrame(720, 480, format);
-        const VF::VideoFrameRef scaled = MakeFrame(720, 480, format);
-        const auto size = Ask<VF::IVideoFrameMemoryAccess>(same)->GetDataSize();
+    constexpr PixelFormat kPlanar = kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601;
+    const auto fill = [](const VF::VideoFrameRef& frame) {
+        const auto size = Ask<VF::IVideoFrameMemoryAccess>(frame)->GetDataSize();
         for (std::size_t i = 0; i < size; ++i)
-            Data(same)[i] = static_cast<std::byte>(i % 63);
-        ASSERT_EQ(VF::VideoFrameManipulators::CopyFrame(smaller, scaled, 2), 0);
-        for (const auto& [source, expected] : {std::pair{same, same}, {smaller, scaled}}) {
+            Data(frame)[i] = static_cast<std::byte>(i % 63);
+        return frame;
+    };
+    const VF::VideoFrameRef small = fill(MakeFrame(36, 24));
+    const VF::VideoFrameRef tall = fill(MakeFrame(720, 960, kPlanar));  // can be read at half
+    for (const PixelFormat format : {kPixelFormat_V210_422_10u, kPixelFormat_NTSCDV25, kPlanar}) {
+        const VF::VideoFrameRef same = fill(MakeFrame(720, 480, format));
+        for (const VF::VideoFrameRef& source : {same, small, tall}) {
+            const VF::VideoFrameRef expected = fill(MakeFrame(720, 480, format));
+            if (source != same) VF::VideoFrameManipulators::CopyFrame(source, expected, 2);
             const VF::VideoFrameRef output =
                 VF::RenderNonMulticam({source}, false, Params(720, 480, 1, format), {}, false);
+            const auto size = Ask<VF::IVideoFrameMemoryAccess>(output)->GetDataSize();
             EXPECT_EQ(std::memcmp(Data(output), Data(expected), size), 0) << format.code;
         }
     }
@@ -274,15 +280,6 @@ TEST(RenderMulticam, RaisesWhatCannotBeDrawn) {
                  [&] { render(8, 8, OV::kPixelFormat_Invalid); });
     ExpectBroken("inHeight != 0", "VideoFrameFactory", 80,
                  [&] { render(8, 0, params.pixelFormat); });
-}
-
-TEST(RenderMulticam, GivesNothingWithoutMemory) {
-    const auto before = Brix::MemoryRecycler::SetBlockSource(
-        {[](std::size_t) -> void* { throw std::bad_alloc(); }, [](void*, std::size_t) {}});
-    const auto params = Params(800, 800, 1, tulomediatypes::kPixelFormat_BGRA_4444_8u);
-    EXPECT_FALSE(VF::RenderMulticam({}, 0, false, false, params, false));
-    EXPECT_FALSE(VF::RenderNonMulticam({}, false, params, {}, false));
-    Brix::MemoryRecycler::SetBlockSource(before);
 }
 
 // ---------------------------------------------------------------------------------------------
