@@ -50,7 +50,10 @@ void ExpectComposites(const std::string& inInputs, const std::string& inSelected
     EXPECT_EQ(std::distance(fs::directory_iterator("out"), {}), 2);
 }
 
-TEST_F(DemoTest, ComposesTheSamplesFromAProcessForEachAngle) {
+TEST_F(DemoTest, ComposesPicturesOfAnySizeFromAProcessForEachAngle) {
+    WritePng("odd.png", MakeGradient(41, 31));
+    ExpectRuns("demo out odd.png");
+    ExpectComposites("odd.png", "1");
     const std::string output = ExpectRuns("demo out");
     ExpectComposites(Sample(1) + " " + Sample(2) + " " + Sample(3) + " " + Sample(4), "2");
     std::set<std::string> processes;
@@ -60,12 +63,6 @@ TEST_F(DemoTest, ComposesTheSamplesFromAProcessForEachAngle) {
     EXPECT_EQ(processes.size(), 4u) << output;
     EXPECT_NE(output.find("4 frames"), output.npos) << output;
     EXPECT_EQ(output.find('\033'), output.npos) << "colours, though this is no terminal";
-}
-
-TEST_F(DemoTest, TakesPicturesOfAnySize) {
-    WritePng("odd.png", MakeGradient(41, 31));
-    ExpectRuns("demo out odd.png");
-    ExpectComposites("odd.png", "1");
 }
 
 TEST_F(DemoTest, TellsWhatAPublishingProcessStumbledOver) {

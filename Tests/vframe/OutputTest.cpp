@@ -66,7 +66,7 @@ TEST_F(OutputTest, IsNotThereUnlessComplete) {
         {[] {}, SIGKILL, "new.mkv", "", 0},
         {[] {}, SIGKILL, "old.mkv", "", 0},
         {RefuseUnnamedFiles, SIGTERM, "new.mkv", "vframe: interrupted: ended by a signal\n", 0},
-        {RefuseUnnamedFiles, SIGQUIT, "old.mkv", "", 0},
+        {RefuseUnnamedFiles, SIGUSR1, "old.mkv", "", 0},
         {RefuseUnnamedFiles, SIGKILL, "new.mkv", "", 1},
     };
     for (const auto& [beforeStart, signal, name, errors, leftOver] : kCases) {
