@@ -3,7 +3,6 @@
 #include <sys/resource.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <new>
@@ -13,26 +12,7 @@
 
 using namespace service_test;
 
-namespace {
-
-thread_local int allocationsLeft = -1;  // below 0: no bound
-
-}  // namespace
-
-void* operator new(std::size_t inSize) {
-    if (allocationsLeft == 0) throw std::bad_alloc();
-    if (allocationsLeft > 0) --allocationsLeft;
-    if (void* const block = std::malloc(inSize)) return block;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* inBlock) noexcept {
-    std::free(inBlock);
-}
-
-void operator delete(void* inBlock, std::size_t) noexcept {
-    std::free(inBlock);
-}
+extern thread_local int allocationsLeft;  // of this thread; below 0: no bound
 
 namespace {
 
