@@ -41,6 +41,7 @@ TEST(Handles, LockedBlocksStay) {
     const void* const place = *handle;
     EXPECT_EQ(TvSetHandleSize(handle, 1 << 20), -108);
     EXPECT_EQ(InsertHandItem(-1, handle, 1, "x"), -108);
+    EXPECT_EQ(TvSetHandleSize(handle, 16), 0);
     EXPECT_EQ(TvSetHandleSize(handle, 8), 0);
     EXPECT_EQ(*handle, place);
     EXPECT_EQ(Text(handle), std::string(8, '\0'));
@@ -68,6 +69,9 @@ TEST(Handles, TakeBadInput) {
         EXPECT_EQ(InsertHandItem(-1, handle, 1, "x"), -50);
     }
     EXPECT_EQ(*disposed, nullptr);
+    const TvHandle next = TvNewHandle(1);
+    EXPECT_NE(next, disposed) << "its place is needed again as late as possible";
+    TvDisposeHandle(next);
     EXPECT_EQ(hoardex::CountBlocks(), before);
 }
 
@@ -78,6 +82,8 @@ TEST(Handles, FailWithoutMemoryAndLeakNothing) {
     EXPECT_EQ(TvNewHandle(4), nullptr);
     EXPECT_EQ(TvNewPtr(4), nullptr);
     EXPECT_EQ(InsertHandItem(0, handle, 4, "more"), -108);
+    EXPECT_EQ(InsertHandItem(0, handle, INT64_MAX - 4, "more"), -108);
+    EXPECT_EQ(InsertHandItem(0, handle, INT64_MAX - 3, "more"), -50);
     hoardex::FailAllocationsAfter(-1);
     EXPECT_EQ(Text(handle), "kept");
     EXPECT_EQ(hoardex::CountBlocks(), before);

@@ -1,10 +1,8 @@
-// Processes that die, fork, or use the service from many threads at once.
+// Processes that die or fork.
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <atomic>
 #include <random>
-#include <thread>
 
 #include "ServiceTest.h"
 
@@ -26,10 +24,10 @@ TEST_F(CrashTest, TheDeadLeaveOnlyWhatIsHeld) {
         Check(PublishAll(1, 3));
         Check(PutBinaryDataGenerationError(MakeGuid(3), -1) == kSuccess);
         Check(GetWritableBinaryData(kMiB, lost) == kSuccess);
+        Check(MakeBinaryDataAlias(MakeGuid(10), Get(MakeGuid(10)), MakeGuid(4)) == kSuccess);
     });
     const BinaryReferencePtr held = Get(MakeGuid(1));
     ASSERT_TRUE(Get(MakeGuid(2))) << "only its mapping is kept";
-    ASSERT_EQ(MakeBinaryDataAlias(MakeGuid(1), held, MakeGuid(4)), kSuccess);
     const int keptFile = open((folder_ / FileName(MakeGuid(2))).c_str(), O_RDONLY);
     publisher.Kill();
     CleanUp();
@@ -40,7 +38,30 @@ TEST_F(CrashTest, TheDeadLeaveOnlyWhatIsHeld) {
     EXPECT_LE(kept.st_blocks * 512U, kPage) << "a mapping without a holder keeps nothing";
     close(keptFile);
     EXPECT_TRUE(IsWhole(held, MakeGuid(1), kMiB));
+    EXPECT_EQ(MakeBinaryDataAlias(MakeGuid(1), held, MakeGuid(4)), kNotAvailable);
     EXPECT_EQ(PutCompletedBinaryData(MakeGuid(1), writable), kSuccess) << "the Guid is free";
+}
+
+TEST_F(CrashTest, AnAliasLivesAndDiesWithItsMaker) {
+    ASSERT_TRUE(PublishAll(1, 2));
+    OtherClient other([] {
+        Check(MakeBinaryDataAlias(MakeGuid(1), Get(MakeGuid(1)), MakeGuid(2)) == kSuccess);
+        Check(PublishAll(3, 4));
+    });
+    ASSERT_EQ(MakeBinaryDataAlias(MakeGuid(3), Get(MakeGuid(3)), MakeGuid(4)), kSuccess);
+    SetRetainedBytesLimit(4 * kMiB);
+    ASSERT_TRUE(PublishAll(10, 12));
+    EXPECT_FALSE(Get(MakeGuid(1)));
+    ASSERT_TRUE(PublishAll(12, 13));
+    EXPECT_TRUE(IsWhole(Get(MakeGuid(2)), MakeGuid(1), kMiB)) << "not written to again";
+    other.Kill();
+    CleanUp();
+    EXPECT_FALSE(Get(MakeGuid(2)));
+    EXPECT_FALSE(Get(MakeGuid(3)));
+    EXPECT_TRUE(IsWhole(Get(MakeGuid(4)), MakeGuid(3), kMiB));
+    SetRetainedBytesLimit(0);
+    EXPECT_FALSE(Get(MakeGuid(4))) << "it counts against its maker's bound";
+    EXPECT_EQ(CountSharedBytes(), 0U);
 }
 
 TEST_F(CrashTest, KilledAtAnyMomentNothingIsTornAndNothingStays) {
@@ -106,33 +127,6 @@ TEST_F(CrashTest, AForkedChildHoldsWhatItInheritedAndLeavesTheRestAlone) {
     EXPECT_EQ(PutCompletedBinaryData(MakeGuid(3), writable), kSuccess);
     child.Tell();
     EXPECT_TRUE(child.Join());
-}
-
-// All threads compete for the same Guids while the bound keeps evicting.
-TEST_F(CrashTest, ManyThreadsShareTheService) {
-    constexpr std::uint32_t kGuids = 300;
-    std::atomic<std::uint32_t> publications{0}, mistakes{0};
-    const auto work = [&](std::uint32_t inThread) {
-        for (std::uint32_t i = 0; i < kGuids; ++i) {
-            const Guid guid = MakeGuid(i);
-            const std::int32_t status = Publish(guid, 16384);
-            if (status == kSuccess) ++publications;
-            if (status != kSuccess && status != kGuidTaken) ++mistakes;
-            BinaryReferencePtr reference;
-            if (WaitForBinaryData(guid, 1ms, reference) == kSuccess) {
-                MakeBinaryDataAlias(guid, reference, MakeGuid(i, 1));
-                if (!IsWhole(reference, guid, 16384)) ++mistakes;
-            }
-            if (i % 50 == inThread) ListBinaryData();
-            if (i % 50 == inThread + 10) SetRetainedBytesLimit((1 + inThread % 2) * kMiB);
-        }
-    };
-    std::vector<std::jthread> threads;
-    for (std::uint32_t i = 0; i < 6; ++i)
-        threads.emplace_back(work, i);
-    threads.clear();
-    EXPECT_EQ(mistakes, 0U);
-    EXPECT_GE(publications, kGuids);
 }
 
 }  // namespace

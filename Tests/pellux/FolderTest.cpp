@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <fstream>
+#include <thread>
 
 #include "ServiceTest.h"
 
@@ -77,9 +78,9 @@ TEST_F(FolderTest, DamagedAndForeignFilesHarmNobody) {
     }
     ASSERT_EQ(mkfifo(next().c_str(), 0600), 0);
     fs::create_symlink(folder_ / FileName(genuine), next());
-    const fs::path directory = next();
-    fs::create_directory(directory);
-    for (const char* name : {"segment.1-2.3", "client.1-2", "notes.txt"})
+    fs::create_directories(next() / "of" / "nobody");
+    for (const char* name :
+         {"segment.1-2.3", "client.1-2", "notes.txt", "client.01-2", "segment.1-2.03"})
         std::ofstream(folder_ / name) << "of nobody";
 
     for (std::uint32_t i = 1; i <= count; ++i) {
@@ -97,7 +98,8 @@ TEST_F(FolderTest, DamagedAndForeignFilesHarmNobody) {
         EXPECT_EQ(std::count(left.begin(), left.end(), name), 0) << name;
     EXPECT_TRUE(Get(genuine));
     UninitializeClient();  // the damaged copies name this client, and go with it
-    EXPECT_EQ(Files(), (std::vector<std::string>{directory.filename(), "notes.txt", "sweep"}));
+    EXPECT_EQ(Files(),
+              (std::vector<std::string>{"client.01-2", "notes.txt", "segment.1-2.03", "sweep"}));
 }
 
 // A stopped process may hold up the others' clean-up, but not the others.
@@ -108,7 +110,44 @@ TEST_F(FolderTest, AStuckCleanUpStopsNobody) {
         inParent.Hear();
     });
     ASSERT_TRUE(stuck.Hear());
+    std::ofstream(folder_ / "segment.1-2.3") << "of nobody";
     CleanUp();
+    EXPECT_TRUE(fs::exists(folder_ / "segment.1-2.3"));
+    const std::jthread end([&] {
+        std::this_thread::sleep_for(100ms);
+        stuck.Tell();
+    });
+    CleanUp();
+    EXPECT_FALSE(fs::exists(folder_ / "segment.1-2.3")) << "it waits a while for its turn";
+}
+
+TEST_F(FolderTest, NothingElseCalledSweepStopsTheCleanUp) {
+    for (const bool isLink : {false, true}) {
+        fs::remove(folder_ / "sweep");
+        fs::create_directory(folder_ / "directory");
+        isLink ? fs::create_symlink("missing/file", folder_ / "sweep")
+               : fs::rename(folder_ / "directory", folder_ / "sweep");
+        std::ofstream(folder_ / "segment.1-2.3") << "of nobody";
+        CleanUp();
+        EXPECT_FALSE(fs::exists(folder_ / "segment.1-2.3"));
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(folder_ / "sweep")));
+    }
+}
+
+TEST_F(FolderTest, IsMadeAnewWhenItIsDeleted) {
+    Process waiter([](Process& inParent) {
+        Check(InitializeClient());
+        inParent.Tell();
+        BinaryReferencePtr reference;
+        Check(WaitForBinaryData(MakeGuid(2), 30s, reference) == kSuccess);
+    });
+    ASSERT_TRUE(waiter.Hear());
+    ASSERT_EQ(Publish(MakeGuid(1), 64), kSuccess);
+    fs::remove_all(folder_);
+    EXPECT_FALSE(Get(MakeGuid(1)));
+    EXPECT_EQ(Publish(MakeGuid(1), 64), kSuccess);
+    EXPECT_EQ(Publish(MakeGuid(2), 64), kSuccess);
+    EXPECT_TRUE(waiter.Join());
 }
 
 // A user who is not root does it in a world of his own.

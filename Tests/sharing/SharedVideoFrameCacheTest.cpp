@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "support/Contracts.h"
+#include "support/FrameWithoutMemory.h"
 #include "support/Frames.h"
 #include "support/RecordingMediaManager.h"
 #include "support/SharedFolder.h"
@@ -137,6 +138,24 @@ TEST_F(CacheTest, TellsTheManagerWhatAnItemIs) {
     InsertIntoCache(Frame('b'), GuidOf('Y'), kValue);
     VF::SetCreatePublishableVideoFrames(false);
     EXPECT_TRUE(manager.isPublishable);
+
+    support::FrameWithoutMemory foreign;
+    InsertIntoCache(VF::VideoFrameRef(&foreign), GuidOf('Z'), kValue);
+    EXPECT_EQ(manager.size, 400U);
+}
+
+TEST_F(CacheTest, TheMapGoesWithItsLastReference) {
+    Do("+aX");
+    void* view = nullptr;
+    EXPECT_EQ(manager.map->QueryInterface(OV::IVideoFrame::kInterfaceId, &view),
+              static_cast<std::int32_t>(0xA00A0001));
+    EXPECT_EQ(view, nullptr);
+    EXPECT_EQ(manager.map->QueryInterface(Brix::BrixUnknown::kInterfaceId, &view), 0);
+    Stop();
+    manager.map = nullptr;
+    const int references = manager.references;  // one is the map's
+    static_cast<Brix::BrixUnknown*>(view)->Release();
+    EXPECT_EQ(manager.references, references - 1);
 }
 
 TEST_F(CacheTest, FlushedFramesDie) {

@@ -21,9 +21,9 @@ class RecordingMediaManager final : public OV::IMediaManager {
 
     std::string TakeCalls() { return std::exchange(calls, {}); }
 
-    // It lives on the stack of a test: its count is kept by nobody.
-    void AddRef() override {}
-    void Release() override {}
+    // It lives on the stack of a test, whatever its count.
+    void AddRef() override { ++references; }
+    void Release() override { --references; }
     void Destroy() override {}
     std::int32_t QueryInterface(const tulocore::utility::Guid&, void**) override { return -1; }
 
@@ -54,6 +54,7 @@ class RecordingMediaManager final : public OV::IMediaManager {
     std::uint64_t GetUsedBytes() override { return 0; }
     void Purge() override {}
 
+    int references = 0;
     std::string calls;
     std::function<void(const std::string&)> onCall;
     bool flushDuringCalls = false;

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "contracts/TuloCore.h"
 
 using namespace tulocore;
@@ -34,4 +32,13 @@ TEST(Trace, CategoriesAreOffUntilSwitchedOn) {
     debug::SetTraceEnabled("Colour", false);
     EXPECT_FALSE(debug::TraceEnabled("Colour", 0, true));
     EXPECT_EQ(debug::TraceChangeCount(), before + 2);
+}
+
+TEST(Trace, WritesToStandardErrorWithoutASink) {
+    const debug::TraceSink before = debug::SetTraceSink([](std::string_view) {});
+    debug::SetTraceSink({});
+    testing::internal::CaptureStderr();
+    debug::Trace("line\r\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "line\r\n");
+    debug::SetTraceSink(before);
 }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <map>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -47,20 +46,4 @@ TEST(Tasks, FirstExceptionComesBackAfterAllHaveStopped) {
                      std::out_of_range);
         EXPECT_EQ(inside, 0);
     }
-}
-
-TEST(Tasks, RunFromManyThreadsAndFromWithinTasks) {
-    std::atomic<int> total = 0;
-    std::vector<std::jthread> callers;
-    for (int i = 0; i < 6; ++i) {
-        callers.emplace_back([&] {
-            threads::ExecuteCPUBoundTaskOnAllProcessors(
-                [&](int) {
-                    threads::ExecuteCPUBoundTaskOnAllProcessors([&](int) { ++total; }, 10);
-                },
-                20);
-        });
-    }
-    callers.clear();
-    EXPECT_EQ(total, 6 * 20 * 10);
 }
