@@ -109,21 +109,13 @@ void* operator new(std::size_t inSize, const std::nothrow_t&) noexcept {
 void* operator new(std::size_t inSize, std::align_val_t inAlignment) {
     return New(inSize, static_cast<std::size_t>(inAlignment));
 }
-void operator delete(void* inBlock) noexcept {
-    Delete(inBlock);
-}
-void operator delete[](void* inBlock) noexcept {
-    Delete(inBlock);
-}
-void operator delete(void* inBlock, std::size_t) noexcept {
-    Delete(inBlock);
-}
-void operator delete[](void* inBlock, std::size_t) noexcept {
-    Delete(inBlock);
-}
-void operator delete(void* inBlock, std::align_val_t) noexcept {
-    Delete(inBlock);
-}
-void operator delete(void* inBlock, std::size_t, std::align_val_t) noexcept {
-    Delete(inBlock);
-}
+#define MEMORY_DELETE(form, ...)                                            \
+    void operator form(void* inBlock __VA_OPT__(, ) __VA_ARGS__) noexcept { \
+        Delete(inBlock);                                                    \
+    }
+MEMORY_DELETE(delete)
+MEMORY_DELETE(delete[])
+MEMORY_DELETE(delete, std::size_t)
+MEMORY_DELETE(delete[], std::size_t)
+MEMORY_DELETE(delete, std::align_val_t)
+MEMORY_DELETE(delete, std::size_t, std::align_val_t)
