@@ -92,35 +92,32 @@ std::int32_t Create(VF::VideoFrameRef& outFrame, PixelFormat inFormat, std::uint
     return outFrame ? 0 : -1;
 }
 
-std::int32_t ConvertThereAndBack(Bench& b) {
-    for (const PixelFormat format :
-         {kV210, kPixelFormat_UYVY_422_8u_709, kPixelFormat_BGRP_4444_32f_Linear,
-          kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601}) {
-        VF::VideoFrameRef there;
-        if (Create(there, format) != 0 || M::CopyFrame(b.source, there, 2) != 0) return -1;
-        if (Create(b.result, kBgra) != 0 || M::CopyFrame(there, b.result, 2) != 0) return -1;
-    }
-    return 0;
+/// There and back.
+std::int32_t Convert(Bench& b, PixelFormat inFormat, std::uint32_t inSide,
+                     RenderQuality inQuality) {
+    VF::VideoFrameRef there;
+    if (Create(there, inFormat, inSide, inSide) != 0 || Create(b.result, kBgra) != 0) return -1;
+    const std::int32_t status = M::CopyFrame(b.source, there, inQuality);
+    return status != 0 ? status : M::CopyFrame(there, b.result, inQuality);
 }
 
-std::int32_t Scale(Bench& b) {
-    for (const RenderQuality quality : {1, 2, 3, 4, 5}) {
-        for (const std::uint32_t side : {40U, 5U}) {
-            if (Create(b.result, kPixelFormat_VUYA_4444_32f, side, side) != 0) return -1;
-            if (M::CopyFrame(b.source, b.result, quality) != 0) return -1;
+std::int32_t ConvertAndScale(Bench& b) {
+    for (const std::uint32_t side : {40U, 16U, 5U}) {
+        RenderQuality quality = 1;
+        for (const PixelFormat format :
+             {kV210, kPixelFormat_UYVY_422_8u_709, kPixelFormat_BGRP_4444_32f_Linear,
+              kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601, kBgra}) {
+            if (Convert(b, format, side, quality++) != 0) return -1;
         }
     }
     return 0;
 }
 
-VF::MultiCamRenderParams Params(PixelFormat inFormat) {
-    return {32, 16, {1, 1}, inFormat, 0, 1, 1, 32, 16, {1, 1}, 0, 0};
-}
-
 /// Of the renderer's failures the compositor says nothing.
 void Multicam(const Bench& b, PixelFormat inFormat, bool inUseAllProcessors) {
-    VF::RenderMulticam({b.source, nullptr, b.target}, 0, true, true, Params(inFormat),
-                       inUseAllProcessors);
+    const VF::MultiCamRenderParams params{32, 16, {1, 1}, inFormat, 0, 1, 1, 32, 16, {1, 1}, 0, 0};
+    VF::RenderMulticam({b.source, nullptr, b.target}, 0, true, true, params, inUseAllProcessors);
+    VF::RenderNonMulticam({}, false, params, b.guid, false);
 }
 
 void TakeV210(Bench& b) {
@@ -254,15 +251,9 @@ const Operation kOperations[] = {
     {"PublishAgain", Publish, TakeReceived},
     {"ErrorOfPublisher", [](Bench& b) { return Service::PutBinaryDataGenerationError(b.guid, 7); }},
     {"Receive", Receive, PublishAnother},
-    {"Wait",
-     [](Bench& b) {
-         const std::chrono::milliseconds limit(1);
-         return Service::WaitForBinaryData(b.guid, limit, b.received) - Service::kTimedOut;
-     }},
     {"List", [](Bench&) { return Service::ListBinaryData(), Service::CountSharedBytes(), 0; }},
     {"Wrap", Wrap, TakeReceived},
-    {"Convert", ConvertThereAndBack},
-    {"Scale", Scale},
+    {"Convert", ConvertAndScale},
     {"CopyRect",
      [](Bench& b) {
          return M::CopyRect(b.source, {0, 0, 9, 5}, b.target, {0, 0, 16, 8}, 3, 1);
@@ -284,11 +275,6 @@ const Operation kOperations[] = {
      TakeReceived},
     {"Multicam", [](Bench& b) { Multicam(b, kV210, false); }},
     {"MulticamOnAllProcessors", [](Bench& b) { Multicam(b, kBgra, true); }},
-    {"BlankMulticam",
-     [](Bench& b) {
-         b.result = VF::RenderNonMulticam({}, false, Params(kBgra), b.guid, false);
-         return static_cast<bool>(b.result);
-     }},
     {"Quantise", Quantise},
     {"Handle", ChangeHandle},
     {"Record",
@@ -296,12 +282,6 @@ const Operation kOperations[] = {
     {"NewRecord", [](Bench&) { return MakeRecord([] { return tpixNew(&kBounds); }); }},
     {"RawRecord",
      [](Bench&) { return MakeRecord([] { return VF::NewTPixWithRawFrame(100, 64); }); }},
-    {"CustomRecord",
-     [](Bench&) {
-         return MakeRecord([] {
-             return VF::NewCustomTPixWithVideoFrame(&kBounds, kCustomFormat, 100, {1, 1});
-         });
-     }},
     {"CloneFields", CloneFields},
     {"World", MakeWorld},
     {"EffectWorlds", MakeEffectWorlds},

@@ -36,9 +36,9 @@ void* Counted(void* inBlock) {
 
 void* TryNew(std::size_t inSize, std::size_t inAlignment) {
     if (IsRefused()) return nullptr;
-    const std::size_t size = (inSize + inAlignment) / inAlignment * inAlignment;
-    return Counted(inAlignment == 1 ? __real_malloc(size)
-                                    : __real_aligned_alloc(inAlignment, size));
+    if (inAlignment == 1) return Counted(__real_malloc(inSize));
+    const std::size_t size = (inSize + inAlignment - 1) / inAlignment * inAlignment;
+    return Counted(__real_aligned_alloc(inAlignment, size));
 }
 
 void* New(std::size_t inSize, std::size_t inAlignment) {
@@ -73,6 +73,7 @@ std::int64_t LiveBlocks() {
 
 }  // namespace memory
 
+#pragma GCC visibility push(default)  // the sanitizers' libraries refer to them, too
 extern "C" {
 void* __wrap_malloc(std::size_t inSize) {
     return IsRefused() ? nullptr : Counted(__real_malloc(inSize));
@@ -92,6 +93,7 @@ void __wrap_free(void* inBlock) {
     Delete(inBlock);
 }
 }
+#pragma GCC visibility pop
 
 // The standard library's other forms call these; those of the address sanitizer do not, so there
 // must be a partner for each.
@@ -107,21 +109,13 @@ void* operator new(std::size_t inSize, const std::nothrow_t&) noexcept {
 void* operator new(std::size_t inSize, std::align_val_t inAlignment) {
     return New(inSize, static_cast<std::size_t>(inAlignment));
 }
-void operator delete(void* inBlock) noexcept {
-    Delete(inBlock);
-}
-void operator delete[](void* inBlock) noexcept {
-    Delete(inBlock);
-}
-void operator delete(void* inBlock, std::size_t) noexcept {
-    Delete(inBlock);
-}
-void operator delete[](void* inBlock, std::size_t) noexcept {
-    Delete(inBlock);
-}
-void operator delete(void* inBlock, std::align_val_t) noexcept {
-    Delete(inBlock);
-}
-void operator delete(void* inBlock, std::size_t, std::align_val_t) noexcept {
-    Delete(inBlock);
-}
+#define MEMORY_DELETE(form, ...)                                            \
+    void operator form(void* inBlock __VA_OPT__(, ) __VA_ARGS__) noexcept { \
+        Delete(inBlock);                                                    \
+    }
+MEMORY_DELETE(delete)
+MEMORY_DELETE(delete[])
+MEMORY_DELETE(delete, std::size_t)
+MEMORY_DELETE(delete[], std::size_t)
+MEMORY_DELETE(delete, std::align_val_t)
+MEMORY_DELETE(delete, std::size_t, std::align_val_t)
