@@ -21,7 +21,8 @@ function(videoframe_settings target)
     if(VIDEOFRAME_SANITIZE)
         # The checks' own code makes GCC think that the standard library reads unset variables.
         target_compile_options(${target} PRIVATE -fsanitize=${VIDEOFRAME_SANITIZE}
-            -fno-omit-frame-pointer -fno-sanitize-recover=undefined -Wno-maybe-uninitialized)
+            -fno-omit-frame-pointer -fno-sanitize-recover=undefined
+            $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
         target_link_options(${target} PRIVATE -fsanitize=${VIDEOFRAME_SANITIZE})
     endif()
     target_link_libraries(${target} PRIVATE Threads::Threads)
