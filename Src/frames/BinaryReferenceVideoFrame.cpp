@@ -1,5 +1,7 @@
 #include "frames/BinaryReferenceVideoFrame.h"
 
+#include <utility>
+
 #include "VideoFrame/Status.h"
 
 namespace VF {
@@ -102,21 +104,28 @@ std::int32_t WritableBinaryReferenceVideoFrame::Publish(const tulocore::utility:
 // ---------------------------------------------------------------------------------------------
 // BinaryReferenceVideoFrame
 
-VideoFrameRef BinaryReferenceVideoFrame::Create(const BinaryReferencePtr& inReference,
-                                                const tulocore::utility::Guid& inGuid) {
-    const void* const data = inReference ? inReference->GetData() : nullptr;
-    if (!data) return nullptr;
-    return {new BinaryReferenceVideoFrame(inReference, inGuid, data), Brix::AdoptReference{}};
+ReceivedBytes::ReceivedBytes(BinaryReferencePtr inReference)
+    : reference_(std::move(inReference)), data_(reference_ ? reference_->GetData() : nullptr) {}
+
+ReceivedBytes::ReceivedBytes(ReceivedBytes&& inOther) noexcept
+    : reference_(std::move(inOther.reference_)), data_(std::exchange(inOther.data_, nullptr)) {}
+
+ReceivedBytes::~ReceivedBytes() {
+    if (data_) reference_->ReleaseData(data_);
 }
 
-BinaryReferenceVideoFrame::BinaryReferenceVideoFrame(BinaryReferencePtr inReference,
-                                                     const tulocore::utility::Guid& inGuid,
-                                                     const void* inData)
-    : reference_(std::move(inReference)), guid_(inGuid), data_(inData) {}
-
-BinaryReferenceVideoFrame::~BinaryReferenceVideoFrame() {
-    reference_->ReleaseData(data_);
+VideoFrameRef BinaryReferenceVideoFrame::Create(ReceivedBytes inBytes,
+                                                const tulocore::utility::Guid& inGuid,
+                                                const std::optional<SharedFrameHeader>& inHeader) {
+    if (!inBytes.Address()) return nullptr;
+    return {new BinaryReferenceVideoFrame(std::move(inBytes), inGuid, inHeader),
+            Brix::AdoptReference{}};
 }
+
+BinaryReferenceVideoFrame::BinaryReferenceVideoFrame(
+    ReceivedBytes inBytes, const tulocore::utility::Guid& inGuid,
+    const std::optional<SharedFrameHeader>& inHeader)
+    : bytes_(std::move(inBytes)), guid_(inGuid), header_(inHeader) {}
 
 void BinaryReferenceVideoFrame::Destroy() {
     delete this;
@@ -133,7 +142,11 @@ void* BinaryReferenceVideoFrame::InternalGetWritableData() {
 }
 
 const void* BinaryReferenceVideoFrame::InternalGetData() {
-    return data_;
+    return bytes_.Address();
+}
+
+const SharedFrameHeader* BinaryReferenceVideoFrame::InternalGetHeader() {
+    return header_ ? &*header_ : SharedMemoryVideoFrameBase::InternalGetHeader();
 }
 
 bool BinaryReferenceVideoFrame::HasSharedBacking() {
@@ -141,7 +154,8 @@ bool BinaryReferenceVideoFrame::HasSharedBacking() {
 }
 
 std::int32_t BinaryReferenceVideoFrame::Publish(const tulocore::utility::Guid& inGuid) {
-    return ToFrameStatus(processcoordination::MakeBinaryDataAlias(guid_, reference_, inGuid));
+    return ToFrameStatus(
+        processcoordination::MakeBinaryDataAlias(guid_, bytes_.Reference(), inGuid));
 }
 
 }  // namespace VF

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <optional>
 
 #include "contracts/Pellux.h"
 #include "frames/SharedMemoryVideoFrame.h"
@@ -40,13 +41,30 @@ class WritableBinaryReferenceVideoFrame final
     std::atomic<bool> readOnly_ = false;  // the cache sets it while other threads read
 };
 
+/// The bytes of received data, whose address it hands back in the end.
+class ReceivedBytes {
+  public:
+    /// Of an empty reference there are none.
+    explicit ReceivedBytes(processcoordination::BinaryReferencePtr inReference);
+    ReceivedBytes(ReceivedBytes&& inOther) noexcept;
+    ~ReceivedBytes();
+
+    const void* Address() const { return data_; }
+    const processcoordination::BinaryReferencePtr& Reference() const { return reference_; }
+
+  private:
+    processcoordination::BinaryReferencePtr reference_;
+    const void* data_;
+};
+
 /// A read-only frame over data that was published by this process or another.
 class BinaryReferenceVideoFrame final : public SharedMemoryVideoFrameBase,
                                         public Brix::Allocated<BinaryReferenceVideoFrame> {
   public:
-    /// Null when the reference is empty or gives no address.
-    static VideoFrameRef Create(const processcoordination::BinaryReferencePtr& inReference,
-                                const tulocore::utility::Guid& inGuid);
+    /// Null when there are no bytes. The properties are read from inHeader where it is given, else
+    /// from the bytes as they are then.
+    static VideoFrameRef Create(ReceivedBytes inBytes, const tulocore::utility::Guid& inGuid,
+                                const std::optional<SharedFrameHeader>& inHeader = {});
 
     void Destroy() override;
     bool GetReadOnly() override;
@@ -54,16 +72,16 @@ class BinaryReferenceVideoFrame final : public SharedMemoryVideoFrameBase,
     void* InternalGetWritableData() override;
     const void* InternalGetData() override;
     bool HasSharedBacking() override;
+    const SharedFrameHeader* InternalGetHeader() override;
     std::int32_t Publish(const tulocore::utility::Guid& inGuid) override;
 
   private:
-    BinaryReferenceVideoFrame(processcoordination::BinaryReferencePtr inReference,
-                              const tulocore::utility::Guid& inGuid, const void* inData);
-    ~BinaryReferenceVideoFrame();
+    BinaryReferenceVideoFrame(ReceivedBytes inBytes, const tulocore::utility::Guid& inGuid,
+                              const std::optional<SharedFrameHeader>& inHeader);
 
-    const processcoordination::BinaryReferencePtr reference_;
+    const ReceivedBytes bytes_;
     const tulocore::utility::Guid guid_;
-    const void* const data_;
+    const std::optional<SharedFrameHeader> header_;
 };
 
 }  // namespace VF

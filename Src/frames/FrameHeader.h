@@ -61,8 +61,8 @@ void WriteNewFrameHeader(void* outBuffer, std::uint64_t inTotalSize,
                          std::int32_t inHeight, tulomediatypes::PixelAspectRatio inAspectRatio);
 
 /// Bytes from the start of the buffer to its first pixel.
-inline std::uint32_t PixelPosition(const SharedFrameHeader& inHeader) {
-    return kFrameHeaderSize + (inHeader.version > 5 ? inHeader.pixelOffset : 0);
+inline std::uint64_t PixelPosition(const SharedFrameHeader& inHeader) {
+    return std::uint64_t{kFrameHeaderSize} + (inHeader.version > 5 ? inHeader.pixelOffset : 0);
 }
 
 /// Where and how the pixels of a new buffer are placed; see FrameLayout.h.

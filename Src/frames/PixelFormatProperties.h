@@ -24,6 +24,13 @@ inline bool HasKind(tulomediatypes::PixelFormat inFormat) {
     return (inFormat.properties & tulomediatypes::kProperty_KindMask) != 0;
 }
 
+inline bool IsPlanar420(tulomediatypes::PixelFormat inFormat) {
+    using namespace tulomediatypes;
+    const std::uint32_t kind = (inFormat.properties & kProperty_KindMask) >> kProperty_KindShift;
+    return (inFormat.properties & kProperty_YCbCr) != 0 && (kind == 9 || kind == 10) &&
+           (inFormat.properties & kProperty_SubsamplingMask) == kProperty_420;
+}
+
 inline bool IsRowAddressable(tulomediatypes::PixelFormat inFormat) {
     return inFormat != tulomediatypes::kPixelFormat_Invalid &&
            !(IsPacked(inFormat) && HasKind(inFormat));

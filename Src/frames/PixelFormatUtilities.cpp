@@ -234,13 +234,6 @@ bool IsReduction(const Brix::Rect& inRect, const Brix::Rect& inBounds, std::int6
            inTimesHeight * inRect.Height() == inBounds.bottom;
 }
 
-bool IsPlanar420(PixelFormat inFormat) {
-    using namespace tulomediatypes;
-    const std::uint32_t kind = (inFormat.properties & kProperty_KindMask) >> kProperty_KindShift;
-    return (inFormat.properties & kProperty_YCbCr) != 0 && (kind == 9 || kind == 10) &&
-           (inFormat.properties & kProperty_SubsamplingMask) == kProperty_420;
-}
-
 }  // namespace
 
 bool IsRectNativeToFrame(const Brix::Rect& inRect, const Brix::Rect& inBounds,

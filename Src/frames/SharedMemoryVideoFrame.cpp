@@ -1,10 +1,12 @@
 #include "frames/SharedMemoryVideoFrame.h"
 
+#include <algorithm>
+
 #include "VideoFrame/PixelFormatUtilities.h"
 #include "VideoFrame/Status.h"
 #include "VideoFrame/VideoFrameFactory.h"
-#include "contracts/Scanvo.h"
 #include "frames/Contract.h"
+#include "frames/FramePixels.h"
 #include "frames/PixelFormatProperties.h"
 
 namespace VF {
@@ -14,10 +16,6 @@ constexpr const char* kFile = "SharedMemoryVideoFrame";
 
 tulomediatypes::PixelFormat FormatOf(const SharedFrameHeader& inHeader) {
     return {inHeader.formatCode, inHeader.formatProperties};
-}
-
-std::byte* BufferOf(SharedFrameHeader& inHeader) {
-    return reinterpret_cast<std::byte*>(&inHeader);
 }
 
 }  // namespace
@@ -64,10 +62,20 @@ std::int32_t SharedMemoryVideoFrameBase::QueryInterface(const tulocore::utility:
 // ---------------------------------------------------------------------------------------------
 // The header
 
+const SharedFrameHeader* SharedMemoryVideoFrameBase::InternalGetHeader() {
+    return static_cast<const SharedFrameHeader*>(InternalGetData());
+}
+
 const SharedFrameHeader& SharedMemoryVideoFrameBase::ReadableHeader() {
+    const SharedFrameHeader* const header = InternalGetHeader();
+    Require(header != nullptr, "InternalGetData()", kFile, __LINE__);
+    return *header;
+}
+
+const std::byte* SharedMemoryVideoFrameBase::ReadableBuffer() {
     const void* const buffer = InternalGetData();
     Require(buffer != nullptr, "InternalGetData()", kFile, __LINE__);
-    return *static_cast<const SharedFrameHeader*>(buffer);
+    return static_cast<const std::byte*>(buffer);
 }
 
 SharedFrameHeader& SharedMemoryVideoFrameBase::WritableHeader() {
@@ -225,7 +233,7 @@ using Fill = decltype(SV_FillWithOpaqueBlack);
 std::int32_t FillFrame(SharedMemoryVideoFrameBase& inFrame, Fill* inFill) {
     const SV_PixelFormat format = BEPixelFormatToSVPixelFormat(inFrame.GetPixelType());
     if (format == kSV_PixelFormat_None) return kFailure;
-    std::int64_t rowBytes = inFrame.GetRowBytes();
+    std::int64_t rowBytes = SignedRowBytes(inFrame.GetRowBytes());
     if (rowBytes == 0) rowBytes = static_cast<std::int64_t>(inFrame.GetDataSize());
     const Brix::Rect bounds = inFrame.GetBounds();
     const std::int32_t result =
@@ -257,18 +265,20 @@ std::int32_t SharedMemoryVideoFrameBase::FillWithTransparentWhite() {
 void* SharedMemoryVideoFrameBase::GetData() {
     if (!GetReadOnly()) {
         SharedFrameHeader& header = WritableHeader();
-        return BufferOf(header) + PixelPosition(header);
+        return reinterpret_cast<std::byte*>(&header) + PixelPosition(header);
     }
     // The interface has one pointer for both kinds of frame: that of a read-only frame is for
     // reading only.
-    auto& header = const_cast<SharedFrameHeader&>(ReadableHeader());
-    return BufferOf(header) + PixelPosition(header);
+    return const_cast<std::byte*>(ReadableBuffer()) + PixelPosition(ReadableHeader());
 }
 
 std::uint64_t SharedMemoryVideoFrameBase::GetDataSize() {
     const SharedFrameHeader& header = ReadableHeader();
     const tulomediatypes::PixelFormat format = FormatOf(header);
-    if (IsCustomBEPixelFormat(format)) return GetAllocatedSize() - kFrameHeaderSize;
+    // A header from elsewhere may say less than its own size.
+    if (IsCustomBEPixelFormat(format)) {
+        return std::max(header.totalSize, std::uint32_t{kFrameHeaderSize}) - kFrameHeaderSize;
+    }
     return tulomediatypes::PixelFormatSize(format, header.width, header.height);
 }
 

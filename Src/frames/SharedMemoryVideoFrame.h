@@ -16,7 +16,7 @@ class SharedMemoryVideoFrameBase : public OV::IVideoFrame,
                                    public IVideoFrame2DPixelMemoryAccess,
                                    public IPublishableVideoFrame {
   public:
-    // The class operations, 28 to 31 of the primary table. They come first in the class because
+    // The class operations, 28 to 32 of the primary table. They come first in the class because
     // an override of a secondary interface takes a slot of the primary table, too.
 
     /// 28. The start of the buffer for writing, or null.
@@ -27,6 +27,9 @@ class SharedMemoryVideoFrameBase : public OV::IVideoFrame,
     virtual bool HasSharedBacking() = 0;
     /// 31. A counted reference to the object itself.
     virtual VideoFrameRef GetSelfReference();
+    /// 32. The header that properties are read from: that of the buffer, or the class's own copy
+    /// of it. Null without a buffer.
+    virtual const SharedFrameHeader* InternalGetHeader();
 
     // Brix::BrixUnknown
     void AddRef() final;
@@ -83,6 +86,7 @@ class SharedMemoryVideoFrameBase : public OV::IVideoFrame,
   private:
     const SharedFrameHeader& ReadableHeader();
     SharedFrameHeader& WritableHeader();
+    const std::byte* ReadableBuffer();
     void* FieldData(std::uint32_t inField);
 
     std::atomic<std::uint32_t> referenceCount_ = 1;

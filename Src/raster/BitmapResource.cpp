@@ -130,7 +130,7 @@ void ExpandPixels(Bitmap inBitmap, const TPix& outRecord) {
     if (!expand) return;
     if (inBitmap.header.biBitCount != 8 || inBitmap.header.biCompression != BI_RLE8)
         return ExpandLines(inBitmap, expand, outRecord);
-    const std::int64_t bytes = ((inBitmap.width + 3) & 0xFFFC) * std::int64_t{inBitmap.height};
+    const std::int64_t bytes = std::int64_t{(inBitmap.width + 3) & 0xFFFC} * inBitmap.height;
     const std::unique_ptr<std::uint8_t, DisposeBlock> lines(
         static_cast<std::uint8_t*>(TvNewPtr(bytes)));
     if (!lines) return;
@@ -153,7 +153,8 @@ Record MakeRecordOf(const Bitmap& inBitmap) {
     Record record = MakeRecord({0, 0, inBitmap.width, inBitmap.height});
     if (!record) return nullptr;
     const TPix& pixels = **record.get();
-    std::memset(pixels.pixels, 0, static_cast<std::size_t>(pixels.rowbytes) * inBitmap.height);
+    std::memset(pixels.pixels, 0,
+                static_cast<std::size_t>(std::int64_t{pixels.rowbytes} * inBitmap.height));
     ExpandPixels(inBitmap, pixels);
     return record;
 }

@@ -10,7 +10,7 @@
 namespace VF {
 namespace {
 
-constexpr std::size_t kPixelBytes = 4;
+constexpr std::int64_t kPixelBytes = 4;
 
 bool AreDrawable(std::span<const TPixPoint> inPoints) {
     constexpr float kFarthest = 1e9F;
@@ -63,7 +63,7 @@ class SpanCopier {
         std::int64_t x = inColumns.first;
         if (x < there) {
             std::memcpy(destination + kPixelBytes * x, source + kPixelBytes * x,
-                        kPixelBytes * static_cast<std::size_t>(there - x));
+                        static_cast<std::size_t>(kPixelBytes * (there - x)));
             x = there;
         }
         for (; x <= inColumns.last; ++x) {
@@ -189,7 +189,10 @@ float Distance(const TPixPoint& inFrom, const TPixPoint& inTo) {
 /// How far the inner points are from the chord.
 float Flatness(const Cubic& inCurve) {
     constexpr float kNoLength = 0.0001F;
-    const auto& [start, first, second, end] = inCurve.points;
+    const TPixPoint& start = inCurve.points[0];
+    const TPixPoint& first = inCurve.points[1];
+    const TPixPoint& second = inCurve.points[2];
+    const TPixPoint& end = inCurve.points[3];
     const float length = Distance(start, end);
     if (length <= kNoLength) return std::max(Distance(start, first), Distance(start, second));
     const auto fromChord = [&](const TPixPoint& point) {

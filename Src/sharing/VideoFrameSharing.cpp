@@ -1,11 +1,14 @@
 #include "VideoFrame/VideoFrameSharing.h"
 
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "VideoFrame/PixelFormatUtilities.h"
-#include "contracts/Scanvo.h"
 #include "frames/BinaryReferenceVideoFrame.h"
 #include "frames/FrameHeader.h"
+#include "frames/FramePixels.h"
+#include "sharing/ReceivedHeader.h"
 
 namespace VF {
 
@@ -73,10 +76,8 @@ int CopyVideoFrameIntoSharedMemoryBuffer(VideoFrameRef inFrame, void* outBuffer,
                                  .rowBytes = rowBytes,
                                  .contentRect = ToStored(inFrame->GetContentRect())});
 
-    const auto sourceRowBytes = rows ? static_cast<std::int64_t>(rows->GetRowBytes())
-                                     : static_cast<std::int64_t>(memory->GetDataSize());
     const std::int32_t result =
-        SV_Convert(memory->GetData(), sourceRowBytes, rendererFormat,
+        SV_Convert(memory->GetData(), RendererRowBytes(memory, rows), rendererFormat,
                    static_cast<std::byte*>(outBuffer) + kFrameHeaderSize, rowBytes, rendererFormat,
                    bounds.Width(), bounds.Height(), kConvertMode);
     return result == 0 ? kSuccess : kFrameNotReadable;
@@ -126,8 +127,33 @@ int PublishVideoFrame(VideoFrameRef inFrame, const Guid& inGuid) {
 
 int WrapVideoFrameAroundBinaryReference(const BinaryReferencePtr& inReference, const Guid& inGuid,
                                         VideoFrameRef& outFrame) {
-    outFrame = BinaryReferenceVideoFrame::Create(inReference, inGuid);
+    outFrame = nullptr;
+    try {
+        outFrame = BinaryReferenceVideoFrame::Create(ReceivedBytes(inReference), inGuid);
+    } catch (const std::bad_alloc&) {
+        return kGeneralFailure;
+    }
     return outFrame ? kSuccess : kGeneralFailure;
+}
+
+int WrapCheckedBinaryReference(const BinaryReferencePtr& inReference, const Guid& inGuid,
+                               VideoFrameRef& outFrame, const char** outFault) {
+    outFrame = nullptr;
+    if (outFault) *outFault = nullptr;
+    ReceivedBytes bytes(inReference);
+    if (!bytes.Address()) return kGeneralFailure;
+    SharedFrameHeader header;
+    const char* const fault = TakeHeader(bytes.Address(), inReference->GetSize(), header);
+    if (fault) {
+        if (outFault) *outFault = fault;
+        return kFrameNotReadable;
+    }
+    try {
+        outFrame = BinaryReferenceVideoFrame::Create(std::move(bytes), inGuid, header);
+    } catch (const std::bad_alloc&) {
+        return kGeneralFailure;
+    }
+    return kSuccess;
 }
 
 }  // namespace VF

@@ -4,12 +4,8 @@
 #include <VideoFrame/VideoFrame.h>
 
 #include <chrono>
-#include <cstdint>
 
 namespace vframe {
-
-/// Raises Failure, with the reason, unless the bytes are a frame that can be read to its last row.
-void CheckFrameData(const void* inData, std::uint64_t inSize);
 
 /// Waits until a frame stands under the Guid and gives it. Raises Failure when none comes in time,
 /// its maker reports an error, what comes is no frame, or the program is asked to end.
