@@ -6,6 +6,7 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 # Installed programs and libraries find each other wherever the tree is moved.
 set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
+set(sanitizerIgnoreList ${CMAKE_CURRENT_LIST_DIR}/sanitizers.ignore)
 function(videoframe_settings target)
     target_compile_features(${target} PUBLIC cxx_std_20)
     set_target_properties(${target} PROPERTIES
@@ -22,7 +23,8 @@ function(videoframe_settings target)
         # The checks' own code makes GCC think that the standard library reads unset variables.
         target_compile_options(${target} PRIVATE -fsanitize=${VIDEOFRAME_SANITIZE}
             -fno-omit-frame-pointer -fno-sanitize-recover=undefined
-            $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+            $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+            $<$<CXX_COMPILER_ID:Clang>:-fsanitize-ignorelist=${sanitizerIgnoreList}>)
         target_link_options(${target} PRIVATE -fsanitize=${VIDEOFRAME_SANITIZE})
     endif()
     target_link_libraries(${target} PRIVATE Threads::Threads)

@@ -10,7 +10,7 @@ TEST(CopyMemory, CopiesExactlyTheBytesAsked) {
     constexpr std::size_t kLarge = 2 << 20, kGuard = 300;
     for (const std::size_t count :
          {std::size_t{0}, std::size_t{1}, std::size_t{1000}, kLarge - 1, kLarge, kLarge + 777}) {
-        for (const std::size_t shift : {0, 1, 63, 64, 255}) {
+        for (const std::size_t shift : {0U, 1U, 63U, 64U, 255U}) {
             std::vector<std::uint32_t> source(count / 4 + 65);
             std::iota(source.begin(), source.end(), 0x30201u);
             const auto* const bytes = reinterpret_cast<const std::uint8_t*>(source.data()) + shift;

@@ -161,7 +161,7 @@ TEST(Convert, PutsChromaOnTheFirstPixelOfAPair) {
         const auto at = [width](const Area& area, std::int32_t x, std::size_t component) {
             return area.At(std::clamp(x, 0, width - 1), 0)[component];
         };
-        for (const std::size_t chroma : {1, 2}) {
+        for (const std::size_t chroma : {1U, 2U}) {
             for (std::int32_t x = 0; x < width; ++x) {
                 const double mean = (at(pairs, x, chroma) + at(pairs, x + x % 2, chroma)) / 2;
                 EXPECT_NEAR(at(pixels, x, chroma), (mean - 128) / 224, 1e-6) << width << ' ' << x;

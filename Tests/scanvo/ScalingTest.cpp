@@ -205,18 +205,18 @@ TEST(Scale, ShrinksToMeans) {
 
 // 8-bit 4:2:2 has a road of its own to half the size.
 TEST(Scale, Halves422ToWhatFloatsGive) {
-    for (const FormatCode format : {0x011, 0x1011, 0x211}) {
+    for (const FormatCode format : {0x011U, 0x1011U, 0x211U}) {
         const std::uint32_t matrix = format.bits & 0x200;
         const std::pair<FormatCode, FormatCode> kFormats[] = {
             {0x004, 0x104}, {0x100C, 0x110C}, {0x005 | matrix, 0x105 | matrix}};
         for (const std::int32_t width : {1, 2, 15, 16, 33, 100}) {
             Area source(format, 2 * width, 6);
             source.Scatter();
-            for (const auto& [bytes, floats] : kFormats) {
-                Area exact = Scaled(source, floats, {width, 3}, 2);
-                const std::vector<Codes> expected = Converted(exact, bytes).Pixels();
+            for (const auto& kind : kFormats) {
+                Area exact = Scaled(source, kind.second, {width, 3}, 2);
+                const std::vector<Codes> expected = Converted(exact, kind.first).Pixels();
                 ForEachTarget([&] {
-                    Scaled(source, bytes, {width, 3}, 2).ExpectLike(expected, 1.001);
+                    Scaled(source, kind.first, {width, 3}, 2).ExpectLike(expected, 1.001);
                 });
             }
         }
@@ -301,8 +301,9 @@ TEST(Scale, KeepsChromaBesideItsLuma) {
 
 // Counted from the top, where memory ends, even rows are white. A single row has no other field.
 TEST(Scale, KeepsFieldsApart) {
-    for (const auto& [height, newHeight] :
+    for (const auto& heights :
          {std::pair{8, 4}, {4, 8}, {8, 5}, {7, 4}, {7, 13}, {60, 4}, {1, 3}}) {
+        const std::int32_t height = heights.first, newHeight = heights.second;
         Area source(0x00C, 1, height);
         for (std::int32_t y = 0; y < height; ++y)
             source.Set(y, 0, (height - 1 - y) % 2 == 0 ? 0xFFFFFFFFu : 0u);

@@ -142,7 +142,7 @@ TEST(Warp, FollowsTheMap) {
     constexpr Settings kSettings[] = {
         {kAll, kAll}, {kPart, kPart}, {kPart, kAll, 0, 255, 0}, {kPixel, kAll}};
     ForEachTarget([&] {
-        for (const FormatCode format : {0x004, 0x1004, 0x008, 0x00D, 0x084, 0x1108, 0x104}) {
+        for (const FormatCode format : {0x004U, 0x1004U, 0x008U, 0x00DU, 0x084U, 0x1108U, 0x104U}) {
             Area source = RandomArea(format, kWidth, kHeight, 12345);
             const Area before = Converted(source, format);
             for (std::size_t i = 0; i < 4 * std::size(kQuads); ++i) {
@@ -174,7 +174,7 @@ TEST(Warp, MixesWhatIsHalfCoveredOrHalfOpaque) {
         return area;
     };
     constexpr Corners kHalfRows = {{{0, 2.5}, {kWidth, 2.5}, {kWidth, 9.5}, {0, 9.5}}};
-    for (const FormatCode format : {0x004, 0x1008, 0x00C, 0x084, 0x105}) {
+    for (const FormatCode format : {0x004U, 0x1008U, 0x00CU, 0x084U, 0x105U}) {
         for (const double under : {1.0, 0.0}) {
             Area source = filled({1, 0.5, 0, 1}, format);
             const bool isOpaque = under == 1 || !format.HoldsAlpha();

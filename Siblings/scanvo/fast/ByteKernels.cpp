@@ -219,7 +219,9 @@ void LayOutPairs(const WeightTable& inTable, std::int32_t inSourceCount, ByteWei
 constexpr std::int32_t kWindow = 16;
 constexpr std::size_t kVectorShorts = HWY_LANES(std::int16_t);
 
-HWY_PUSH_ATTRIBUTES("avx512vnni")
+// Compilers differ in whether a second set of attributes adds to the first, so it stands alone.
+HWY_AFTER_NAMESPACE();
+HWY_PUSH_ATTRIBUTES(HWY_TARGET_STR ",avx512vnni")
 
 // Four destination pixels of each row. A step of the weights is three vectors: which bytes of the
 // window, and the upper and lower part of the weights of these bytes.
@@ -284,6 +286,7 @@ bool FilterRowsByWindows(const std::byte* const* inRows, const ByteWeights& inWe
 }
 
 HWY_POP_ATTRIBUTES
+HWY_BEFORE_NAMESPACE();
 
 // False when the taps of four destination pixels do not lie in one window.
 bool LayOutWindows(const WeightTable& inTable, std::int32_t inSourceCount, ByteWeights& ioWeights) {
