@@ -66,9 +66,11 @@ VF_EXPORT VideoFrameRef RenderMulticam(const std::vector<VideoFrameRef>& inSourc
                                        bool inUseAllProcessors);
 
 /// Draws the first source alone, fitted into a new frame, or with inSideBySide into each half of
-/// it. Without a first source the result is a transparent black, read-only frame, which the shared
-/// frame cache keeps under inGuid unless that is the nil Guid: until it is dropped there, the next
-/// call gives the same frame. Otherwise as RenderMulticam.
+/// it. A source that fills the frame is converted or scaled straight into it, whatever the format;
+/// one of its format and size is copied byte for byte. Without a first source the result is a
+/// transparent black, read-only frame, which the shared frame cache keeps under inGuid unless that
+/// is the nil Guid: until it is dropped there, the next call gives the same frame. Otherwise as
+/// RenderMulticam.
 VF_EXPORT VideoFrameRef RenderNonMulticam(const std::vector<VideoFrameRef>& inSources,
                                           bool inSideBySide, const MultiCamRenderParams& inParams,
                                           tulocore::utility::Guid inGuid, bool inUseAllProcessors);

@@ -166,16 +166,18 @@ VF_EXPORT std::int16_t tpixToScreen(TPixHand inHandle, HDC inContext, const tagR
 
 /// Expands BI_RLE8 data into lines of (width + 3) & 0xFFFC bytes, the first encoded line into the
 /// first line in memory. Of the header, the low 16 bits of biWidth and the size of biHeight count.
-/// Decoding stops at the end mark, and before a run that would leave its line or the picture. The
-/// padding of a line is part of it, because encoders code it, but is not written; pixels that are
-/// not coded stay as they are. The data must have an end mark.
+/// The place runs on through the lines in memory, also over their padding, until an end of line
+/// takes it to the start of the line after the one that the coded line began in: what is too long
+/// goes on in the next line, which is then coded over it. Only what lies outside of the picture or
+/// in padding is not written, and pixels that are not coded stay as they are. Decoding stops at the
+/// end mark, which the data must have.
 VF_EXPORT void DecodeRle(const BITMAPINFOHEADER* inHeader, void* outPixels, const void* inData);
 VF_EXPORT void PlayRle(const BITMAPINFOHEADER* inHeader, void* outPixels, const void* inData);
 
 /// Expands one packed DIB into another: blocks of global memory that hold a header, its colour
 /// table of biClrUsed entries, and bits. Both stay locked. Neither block is left: decoding stops
-/// where the data ends or the output has no room, and blocks too small for their headers do
-/// nothing.
+/// where the data ends, what the output has no room for is not written, and blocks too small for
+/// their headers do nothing.
 VF_EXPORT void PlayRleDib(HGLOBAL inOutput, HGLOBAL inRle);
 
 /// A record of a bitmap resource of 4, 8 (also run-length-encoded) or 24 bits a pixel, scaled into

@@ -44,7 +44,7 @@ extern "C" {
 // Making and disposing
 
 /// A record over a new frame of 8-bit BGRA, whose pixels are undefined. A null rectangle is an
-/// input contract violation. Null when there is no memory.
+/// input contract violation. Null when there is no memory, or when no frame can be that large.
 VF_EXPORT TPixHand tpixNew(const tagRECT* inBounds);
 
 /// VF::DisposeTPixFromVideoFrame; returns 0.

@@ -11,8 +11,8 @@
 namespace VF {
 
 // ---------------------------------------------------------------------------------------------
-// Records. Each function returns null when there is no memory; the caller owns the handle and gives
-// it back with DisposeTPixFromVideoFrame.
+// Records. Each function returns null when there is no memory, or when no frame can be as large as
+// the new one; the caller owns the handle and gives it back with DisposeTPixFromVideoFrame.
 
 /// A record over the frame's pixels: the whole frame, or with inAsField one field of it. The field
 /// starts with the first memory row when inFieldType is 2 and inWhichField 0, or inFieldType is 1

@@ -6,7 +6,6 @@
 
 namespace pellux {
 
-using processcoordination::kGuidTaken;
 using processcoordination::kNotAvailable;
 using processcoordination::kNotInitialized;
 using processcoordination::kSuccess;
@@ -19,7 +18,6 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kLongestWait = 365 * 24h;
 // How long a waiter may miss that its own client was stopped.
 constexpr std::chrono::milliseconds kWaitSlice = 500ms;
 
@@ -28,7 +26,7 @@ std::chrono::milliseconds RemainingUntil(Clock::time_point inEnd) {
 }
 
 std::optional<Publication> Describe(const Folder& inFolder, const std::string& inName,
-                                    const Guid& inGuid) {
+                                    const Guid& inGuid, const AliasMakers& inMakers) {
     const Descriptor file = inFolder.OpenFile(inName, Access::kRead);
     if (!file) return std::nullopt;
     const std::optional<FileFacts> facts = Examine(file);
@@ -38,7 +36,8 @@ std::optional<Publication> Describe(const Folder& inFolder, const std::string& i
     if (!isError && !DescribesData(*header, *facts)) return std::nullopt;
     Publication publication;
     publication.guid = inGuid;
-    publication.process = header->ownerProcess;
+    const std::vector<ClientId> makers = inMakers.Find(inGuid, facts->id.inode);
+    publication.process = makers.empty() ? header->ownerProcess : makers.front().process;
     publication.size = isError ? 0 : header->size;
     publication.errorCode = isError ? header->errorCode : 0;
     publication.isAlias = !(header->guid == inGuid);
@@ -46,6 +45,22 @@ std::optional<Publication> Describe(const Folder& inFolder, const std::string& i
 }
 
 }  // namespace
+
+void OwnPublications::Add(Table&& inPublication) {
+    const std::lock_guard lock(mutex_);
+    table_.merge(inPublication);
+}
+
+void OwnPublications::Remove(const Guid& inGuid) {
+    const std::lock_guard lock(mutex_);
+    table_.erase(inGuid);
+}
+
+processcoordination::BinaryReferencePtr OwnPublications::Find(const Guid& inGuid) {
+    const std::lock_guard lock(mutex_);
+    const auto found = table_.find(inGuid);
+    return found != table_.end() ? found->second.lock() : nullptr;
+}
 
 std::shared_ptr<Client> Client::Start(std::uint64_t inRetainedBytesLimit) {
     std::unique_ptr<Folder> folder = Folder::Open();
@@ -63,10 +78,15 @@ Client::Client(std::unique_ptr<Folder> inFolder, std::unique_ptr<Liveness> inLiv
       publisher_(*folder_, liveness_->Client(), inRetainedBytesLimit),
       reader_(*folder_) {}
 
-void Client::Stop() {
+void Client::Stop() noexcept {
     isStopped_ = true;
     publisher_.Stop();
-    RemoveEverythingOf(*folder_, liveness_->Client());
+    try {
+        RemoveEverythingOf(*folder_, liveness_->Client());
+    } catch (const std::bad_alloc&) {
+        // Those who start later find that nobody holds the client's file.
+        folder_->Remove(ClientName(liveness_->Client()));
+    }
 }
 
 Status Client::Get(const Guid& inGuid, std::shared_ptr<HeldData>& outData,
@@ -74,9 +94,8 @@ Status Client::Get(const Guid& inGuid, std::shared_ptr<HeldData>& outData,
     return reader_.Get(PublicationName(inGuid), outData, outErrorCode);
 }
 
-Status Client::Wait(const Guid& inGuid, std::chrono::milliseconds inTimeLimit,
-                    std::shared_ptr<HeldData>& outData, std::int32_t& outErrorCode) {
-    const Clock::time_point end = Clock::now() + std::clamp(inTimeLimit, 0ms, kLongestWait);
+Status Client::Wait(const Guid& inGuid, Clock::time_point inEnd, std::shared_ptr<HeldData>& outData,
+                    std::int32_t& outErrorCode) {
     const std::string name = PublicationName(inGuid);
     Status status = reader_.Get(name, outData, outErrorCode);
     if (status != kNotAvailable) return status;
@@ -85,7 +104,8 @@ Status Client::Wait(const Guid& inGuid, std::chrono::milliseconds inTimeLimit,
         // Only now: what came before the watch began is not reported by it.
         status = reader_.Get(name, outData, outErrorCode);
         if (status != kNotAvailable) break;
-        const std::chrono::milliseconds remaining = RemainingUntil(end);
+        if (IsLost()) break;
+        const std::chrono::milliseconds remaining = RemainingUntil(inEnd);
         status = isStopped_ ? kNotInitialized : kTimedOut;
         if (isStopped_ || remaining <= 0ms) break;
         watcher.Wait(std::min(remaining, kWaitSlice));
@@ -94,25 +114,14 @@ Status Client::Wait(const Guid& inGuid, std::chrono::milliseconds inTimeLimit,
     return status;
 }
 
-Status Client::MakeAlias(const HeldData& inData, const Guid& inAlias) const {
-    switch (folder_->Link(inData.File(), PublicationName(inAlias))) {
-        case 0:
-            return kSuccess;
-        case EEXIST:
-            return kGuidTaken;
-        case ENOENT:
-            return kNotAvailable;
-        default:
-            return kSystemFailure;
-    }
-}
-
 std::vector<Publication> Client::List() const {
     std::vector<Publication> publications;
-    for (const FolderEntry& entry : folder_->List()) {
+    const std::vector<FolderEntry> entries = folder_->List();
+    const AliasMakers makers(*folder_);
+    for (const FolderEntry& entry : entries) {
         const ParsedName parsed = ParseName(entry.name);
         if (parsed.kind != NameKind::kPublication) continue;
-        if (const auto publication = Describe(*folder_, entry.name, parsed.guid)) {
+        if (const auto publication = Describe(*folder_, entry.name, parsed.guid, makers)) {
             publications.push_back(*publication);
         }
     }

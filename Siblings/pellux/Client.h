@@ -2,9 +2,12 @@
 #pragma once
 
 #include <atomic>
+#include <boost/weak_ptr.hpp>
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "Folder.h"
@@ -17,6 +20,25 @@
 
 namespace pellux {
 
+/// What this process published and still has a writable reference to. When there is no descriptor
+/// or no memory for another mapping, it can be given back as it stands. Any thread may call any
+/// function.
+class OwnPublications {
+  public:
+    using Reference = boost::weak_ptr<processcoordination::BinaryReference>;
+    using Table = std::map<Guid, Reference>;
+
+    /// Takes the one element; nothing here can fail.
+    void Add(Table&& inPublication);
+    void Remove(const Guid& inGuid);
+    /// Null when there is none.
+    processcoordination::BinaryReferencePtr Find(const Guid& inGuid);
+
+  private:
+    std::mutex mutex_;
+    Table table_;
+};
+
 /// Any thread may call any function. References keep their client, so that they can be let go of
 /// long after it was stopped.
 class Client {
@@ -28,19 +50,23 @@ class Client {
            std::uint64_t inRetainedBytesLimit);
 
     /// Withdraws everything that was published.
-    void Stop();
+    void Stop() noexcept;
+
+    /// The folder was deleted, or this client's file in it: nothing that it published is safe, and
+    /// another client has to take its place.
+    bool IsLost() const { return !liveness_->IsVisible(); }
 
     /// Whether it is the parent's and this a forked child.
     bool IsInherited() const { return process_.IsInherited(); }
 
     Publisher& GetPublisher() { return publisher_; }
+    OwnPublications& GetOwnPublications() { return ownPublications_; }
 
     Status Get(const Guid& inGuid, std::shared_ptr<HeldData>& outData, std::int32_t& outErrorCode);
 
-    Status Wait(const Guid& inGuid, std::chrono::milliseconds inTimeLimit,
+    /// kNotAvailable when the client is lost before the end.
+    Status Wait(const Guid& inGuid, std::chrono::steady_clock::time_point inEnd,
                 std::shared_ptr<HeldData>& outData, std::int32_t& outErrorCode);
-
-    Status MakeAlias(const HeldData& inData, const Guid& inAlias) const;
 
     std::vector<processcoordination::Publication> List() const;
 
@@ -53,6 +79,7 @@ class Client {
     Publisher publisher_;
     Reader reader_;
     WatcherPool watchers_;
+    OwnPublications ownPublications_;
     std::atomic<bool> isStopped_{false};
 };
 

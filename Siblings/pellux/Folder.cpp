@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 namespace pellux {
 namespace {
@@ -71,7 +73,12 @@ int Folder::Link(const Descriptor& inFile, const std::string& inName) const {
 }
 
 int Folder::Remove(const std::string& inName) const {
-    return Result(unlinkat(directory_.Number(), inName.c_str(), 0));
+    const int error = Result(unlinkat(directory_.Number(), inName.c_str(), 0));
+    if (error != EISDIR) return error;
+    std::error_code failure;
+    std::filesystem::remove_all(std::filesystem::path(PathOf(directory_).c_str()) / inName,
+                                failure);
+    return failure.value();
 }
 
 int Folder::RemoveIf(const std::string& inName, const FileId& inFile) const {

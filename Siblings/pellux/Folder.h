@@ -51,6 +51,7 @@ class Folder {
     /// left.
     int Link(const Descriptor& inFile, const std::string& inName) const;
 
+    /// A directory goes with all that is in it.
     int Remove(const std::string& inName) const;
 
     /// As Remove, but ESTALE when the name meanwhile leads to another file.

@@ -3,10 +3,12 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 
+#include <cstdio>
+
 namespace pellux {
 
-std::string PathOf(const Descriptor& inFile) {
-    return "/proc/self/fd/" + std::to_string(inFile.Number());
+PathOf::PathOf(const Descriptor& inFile) {
+    std::snprintf(text_.data(), text_.size(), "/proc/self/fd/%d", inFile.Number());
 }
 
 Descriptor Reopen(const Descriptor& inFile, Access inAccess) {

@@ -3,8 +3,8 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cstddef>
-#include <string>
 #include <utility>
 
 namespace pellux {
@@ -33,7 +33,14 @@ class Descriptor {
 enum class Access { kRead, kReadWrite };
 
 /// A path to an open file for the calls that take only paths.
-std::string PathOf(const Descriptor& inFile);
+class PathOf {
+  public:
+    explicit PathOf(const Descriptor& inFile);
+    const char* c_str() const { return text_.data(); }
+
+  private:
+    std::array<char, 32> text_;  // where files are let go of, there may be no memory
+};
 
 /// Opens the same file once more; locks of the one descriptor are not the other's. Empty with errno
 /// set on failure.

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <functional>
@@ -50,12 +51,13 @@ bool IsRunning(const Folder& inFolder, const ClientId& inClient) {
 using Decision = std::function<bool(const ClientId&)>;
 
 // The file that a publication's name leads to, if it is to be removed: its owner is not among the
-// living, or it has none.
-std::optional<FileId> FindRemovable(const Folder& inFolder, const std::string& inName,
-                                    bool inIncludingOwnerless, const Decision& inIsDoomed) {
-    const std::optional<FileId> found = inFolder.Identify(inName);
-    if (!found) return std::nullopt;
-    const Descriptor file = inFolder.OpenFile(inName, Access::kRead);
+// living, or it has none. An alias goes with its mark.
+std::optional<FileId> FindRemovable(const Folder& inFolder, const FolderEntry& inEntry,
+                                    const AliasMakers& inMakers, bool inIncludingOwnerless,
+                                    const Decision& inIsDoomed) {
+    const std::optional<FileId> found = inFolder.Identify(inEntry.name);
+    if (!found || !inMakers.Find(ParseName(inEntry.name).guid, found->inode).empty()) return {};
+    const Descriptor file = inFolder.OpenFile(inEntry.name, Access::kRead);
     if (!file && (errno == ENOENT || IsOwnTrouble(errno))) return std::nullopt;
     std::optional<Header> header;
     if (file) {
@@ -68,17 +70,34 @@ std::optional<FileId> FindRemovable(const Folder& inFolder, const std::string& i
     return isRemovable ? found : std::nullopt;
 }
 
-// Removes the publications and segments of doomed clients; returns whether there were any.
+// The name first: a publication that has lost its mark would be taken for the first publisher's.
+void RemoveAlias(const Folder& inFolder, const FolderEntry& inMark, const AliasMakers& inMakers,
+                 const Decision& inIsDoomed) {
+    const std::optional<FileId> file = inFolder.Identify(inMark.name);
+    if (!file) return;
+    const Guid guid = ParseName(inMark.name).guid;
+    const std::vector<ClientId> makers = inMakers.Find(guid, file->inode);
+    if (std::all_of(makers.begin(), makers.end(), inIsDoomed)) {
+        inFolder.RemoveIf(PublicationName(guid), *file);
+    }
+    Discard(inFolder, inMark.name, *file);
+}
+
+// Removes the publications, aliases and segments of doomed clients; returns whether there were any.
 bool RemoveFiles(const Folder& inFolder, const std::vector<FolderEntry>& inEntries,
                  bool inIncludingOwnerless, const Decision& inIsDoomed) {
+    const AliasMakers makers(inFolder);
     bool hasRemoved = false;
     for (const FolderEntry& entry : inEntries) {
         const ParsedName parsed = ParseName(entry.name);
         std::optional<FileId> removable;
-        if (parsed.kind == NameKind::kSegment && inIsDoomed(parsed.client)) {
+        if (parsed.kind == NameKind::kAliasMark && inIsDoomed(parsed.client)) {
+            RemoveAlias(inFolder, entry, makers, inIsDoomed);
+            hasRemoved = true;
+        } else if (parsed.kind == NameKind::kSegment && inIsDoomed(parsed.client)) {
             removable = inFolder.Identify(entry.name);
         } else if (parsed.kind == NameKind::kPublication) {
-            removable = FindRemovable(inFolder, entry.name, inIncludingOwnerless, inIsDoomed);
+            removable = FindRemovable(inFolder, entry, makers, inIncludingOwnerless, inIsDoomed);
         }
         if (!removable) continue;
         Discard(inFolder, entry.name, *removable);
@@ -87,11 +106,20 @@ bool RemoveFiles(const Folder& inFolder, const std::vector<FolderEntry>& inEntri
     return hasRemoved;
 }
 
+// What is called so and is no file of the service's can be locked by nobody.
+Descriptor OpenSweepFile(const Folder& inFolder) {
+    if (Descriptor file = inFolder.CreateFile(kSweepName)) return file;
+    const std::optional<FileId> found = inFolder.Identify(kSweepName);
+    Descriptor file = inFolder.OpenFile(kSweepName, Access::kReadWrite);
+    if (!found || (file ? Examine(file).has_value() : IsOwnTrouble(errno))) return file;
+    inFolder.RemoveIf(kSweepName, *found);
+    return inFolder.CreateFile(kSweepName);
+}
+
 // Empty when another process keeps at it.
 Descriptor TakeSweepLock(const Folder& inFolder) {
     const auto end = std::chrono::steady_clock::now() + kSweepPatience;
-    Descriptor file = inFolder.CreateFile(kSweepName);
-    if (!file) file = inFolder.OpenFile(kSweepName, Access::kReadWrite);
+    Descriptor file = OpenSweepFile(inFolder);
     while (file && !TryLock(file)) {
         if (std::chrono::steady_clock::now() > end) return {};
         std::this_thread::sleep_for(kSweepRetryInterval);
@@ -114,6 +142,28 @@ std::unique_ptr<Liveness> Liveness::Begin(const Folder& inFolder) {
         }
     }
     return nullptr;
+}
+
+bool Liveness::IsVisible() const {
+    const std::optional<FileFacts> facts = Examine(file_);
+    return !facts || facts->nameCount > 0;
+}
+
+AliasMakers::AliasMakers(const Folder& inFolder) {
+    for (const FolderEntry& entry : inFolder.List()) {
+        const ParsedName parsed = ParseName(entry.name);
+        if (parsed.kind != NameKind::kAliasMark) continue;
+        marks_.emplace(parsed.guid, Mark{parsed.client, entry.inode});
+    }
+}
+
+std::vector<ClientId> AliasMakers::Find(const Guid& inGuid, ino_t inFile) const {
+    std::vector<ClientId> makers;
+    const auto [first, last] = marks_.equal_range(inGuid);
+    for (auto each = first; each != last; ++each) {
+        if (each->second.file == inFile) makers.push_back(each->second.maker);
+    }
+    return makers;
 }
 
 void RemoveEverythingOf(const Folder& inFolder, const ClientId& inClient) {

@@ -6,6 +6,7 @@
 // be removed by anyone.
 #pragma once
 
+#include <map>
 #include <memory>
 
 #include "Folder.h"
@@ -24,11 +25,33 @@ class Liveness {
 
     const ClientId& Client() const { return client_; }
 
+    /// False when the client's file has been deleted, with the folder or by itself: then nobody
+    /// can see any more that this client lives.
+    bool IsVisible() const;
+
   private:
     ClientId client_;
     /// The file must not be opened a second time in this process: the first descriptor of it that
     /// is closed ends the lock.
     Descriptor file_;
+};
+
+/// Who made the aliases that stand in the folder, by the Guid of each. An alias that is found in an
+/// earlier listing has its maker here.
+class AliasMakers {
+  public:
+    explicit AliasMakers(const Folder& inFolder);
+
+    /// The makers of an alias of that file: none when the Guid is no alias; more than one while
+    /// several try to take the Guid.
+    std::vector<ClientId> Find(const Guid& inGuid, ino_t inFile) const;
+
+  private:
+    struct Mark {
+        ClientId maker;
+        ino_t file = 0;
+    };
+    std::multimap<Guid, Mark> marks_;
 };
 
 /// Removes everything that a client made, its client file last. Readers keep what they hold.

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::string_view kClientPrefix = "client.";
 constexpr std::string_view kSegmentPrefix = "segment.";
+constexpr std::string_view kAliasMarkPrefix = "alias.";
 
 std::string Text(const ClientId& inClient) {
     return std::to_string(inClient.process) + '-' + std::to_string(inClient.salt);
@@ -61,6 +62,10 @@ std::string PublicationName(const Guid& inGuid) {
     return withBraces.substr(1, withBraces.size() - 2);
 }
 
+std::string AliasMarkName(const ClientId& inClient, const Guid& inGuid) {
+    return std::string(kAliasMarkPrefix) + Text(inClient) + '.' + PublicationName(inGuid);
+}
+
 ParsedName ParseName(std::string_view inName) {
     ParsedName parsed;
     std::string_view rest = inName;
@@ -74,6 +79,10 @@ ParsedName ParseName(std::string_view inName) {
             inName == SegmentName(parsed.client, number)) {
             parsed.kind = NameKind::kSegment;
         }
+    } else if (TakePrefix(rest, kAliasMarkPrefix)) {
+        if (!TakeClient(rest, parsed.client) || !TakePrefix(rest, ".")) return parsed;
+        parsed.guid = Guid::Parse(rest).value_or(Guid());
+        if (inName == AliasMarkName(parsed.client, parsed.guid)) parsed.kind = NameKind::kAliasMark;
     } else if (const std::optional<Guid> guid = Guid::Parse(inName)) {
         parsed.guid = *guid;
         if (inName == PublicationName(*guid)) parsed.kind = NameKind::kPublication;

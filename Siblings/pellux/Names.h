@@ -3,6 +3,9 @@
 //   client.<client>             lives and is locked while the client runs
 //   segment.<client>.<number>   memory of that client that is not published
 //   <Guid>                      a publication: data, or the error that stands in its place
+//   alias.<client>.<Guid>       a further name of that publication's file: that client made the
+//                               alias. It stands before the publication does and goes after it.
+//                               A publication without one is of the client in its header.
 //   sweep                       locked by the client that removes what the dead left
 #pragma once
 
@@ -29,12 +32,12 @@ struct ClientId {
     friend auto operator<=>(const ClientId&, const ClientId&) = default;
 };
 
-enum class NameKind { kOther, kClient, kSegment, kPublication };
+enum class NameKind { kOther, kClient, kSegment, kPublication, kAliasMark };
 
 struct ParsedName {
     NameKind kind = NameKind::kOther;
-    ClientId client;  ///< of a client or a segment
-    Guid guid;        ///< of a publication
+    ClientId client;  ///< of a client, a segment or an alias
+    Guid guid;        ///< of a publication or an alias
 };
 
 inline constexpr const char* kSweepName = "sweep";
@@ -42,6 +45,7 @@ inline constexpr const char* kSweepName = "sweep";
 std::string ClientName(const ClientId& inClient);
 std::string SegmentName(const ClientId& inClient, std::uint64_t inNumber);
 std::string PublicationName(const Guid& inGuid);
+std::string AliasMarkName(const ClientId& inClient, const Guid& inGuid);
 
 /// Any other spelling than the functions above give is kOther.
 ParsedName ParseName(std::string_view inName);

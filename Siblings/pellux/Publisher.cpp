@@ -12,6 +12,7 @@ namespace pellux {
 using processcoordination::kBadReference;
 using processcoordination::kGuidTaken;
 using processcoordination::kNoRoom;
+using processcoordination::kNotAvailable;
 using processcoordination::kNotInitialized;
 using processcoordination::kSuccess;
 using processcoordination::kSystemFailure;
@@ -55,6 +56,14 @@ Status StatusOf(int inError) {
     }
 }
 
+// For a segment that has its own name back: whether nobody can read it any more. Only a holder can
+// make an alias, so none comes after the look for holders.
+bool IsReusable(const Descriptor& inFile) {
+    if (IsHeldByOthers(inFile)) return false;
+    const std::optional<FileFacts> facts = Examine(inFile);
+    return facts && facts->nameCount == 1;
+}
+
 Header HeaderOf(const ClientId& inOwner) {
     Header header;
     header.ownerProcess = inOwner.process;
@@ -74,11 +83,14 @@ class Publisher::Discards {
             Discard(folder_, segment->ownName, segment->file);
     }
 
-    void Add(std::shared_ptr<Segment> inSegment) { segments_.push_back(std::move(inSegment)); }
+    /// The first of these.
+    void Take(Segments& ioSegments) {
+        segments_.splice(segments_.end(), ioSegments, ioSegments.begin());
+    }
 
   private:
     const Folder& folder_;
-    std::vector<std::shared_ptr<Segment>> segments_;
+    Segments segments_;
 };
 
 // ---- Memory to write to -------------------------------------------------------------------------
@@ -87,29 +99,29 @@ Status Publisher::Allocate(std::uint64_t inSize, WritableSegment& outSegment) {
     if (inSize == 0 || inSize > kMaxSize) return kNoRoom;
     WritableSegment result;
     result.size = inSize;
-    while ((result.segment = TakeForReuse(inSize)) && !HoldAgain(result)) {
-        Discard(folder_, result.segment->ownName, result.segment->file);
+    while (!(result.segment = TakeForReuse(inSize)).empty() && !HoldAgain(result)) {
+        Discard(folder_, result.Get().ownName, result.Get().file);
     }
-    if (!result.segment) {
+    if (result.segment.empty()) {
         if (const Status status = Create(result); status != kSuccess) return status;
     }
-    if (!BeginWriting(*result.segment)) {
-        Discard(folder_, result.segment->ownName, result.segment->file);
+    if (!BeginWriting(result.Get())) {
+        Discard(folder_, result.Get().ownName, result.Get().file);
         return kNotInitialized;
     }
     outSegment = std::move(result);
     return kSuccess;
 }
 
-std::shared_ptr<Segment> Publisher::TakeForReuse(std::uint64_t inSize) {
+Segments Publisher::TakeForReuse(std::uint64_t inSize) {
     Discards discards(folder_);
     const std::lock_guard lock(mutex_);
     return FindForReuse(inSize, discards);
 }
 
 // Prefers what is idle, then what may be evicted for the bound's sake, then memory that is new.
-std::shared_ptr<Segment> Publisher::FindForReuse(std::uint64_t inSize, Discards& outDiscards) {
-    if (std::shared_ptr<Segment> segment = TakeIdle(inSize)) return segment;
+Segments Publisher::FindForReuse(std::uint64_t inSize, Discards& outDiscards) {
+    if (Segments segment = TakeIdle(inSize); !segment.empty()) return segment;
     ExamineHeld();
     ExamineRetiring();
     // Segments being written will come back and are counted, lest two that are written in turns
@@ -117,8 +129,8 @@ std::shared_ptr<Segment> Publisher::FindForReuse(std::uint64_t inSize, Discards&
     const std::uint64_t more =
         FileSizeFor(inSize) + std::min(writtenBytes_, retainedBytesLimit_ / 2);
     for (int evictions = 0;;) {
-        if (std::shared_ptr<Segment> segment = TakeIdle(inSize)) return segment;
-        if (!WouldExceed(more)) return nullptr;
+        if (Segments segment = TakeIdle(inSize); !segment.empty()) return segment;
+        if (!WouldExceed(more)) return {};
         // What is idle now is of other sizes. It is not given up for the first best request, or
         // streams of several sizes would destroy each other's segments in turns; but neither shall
         // many publications go in search of one that fits.
@@ -128,16 +140,16 @@ std::shared_ptr<Segment> Publisher::FindForReuse(std::uint64_t inSize, Discards&
             ++evictions;
             continue;
         }
-        if (idle_.empty()) return nullptr;
+        if (idle_.empty()) return {};
         DropIdle(outDiscards);
     }
 }
 
 bool Publisher::HoldAgain(WritableSegment& ioSegment) const {
-    Descriptor file = folder_.OpenFile(ioSegment.segment->ownName, Access::kReadWrite);
+    Descriptor file = folder_.OpenFile(ioSegment.Get().ownName, Access::kReadWrite);
     if (!file || !Hold(file)) return false;
     const std::optional<FileFacts> facts = Examine(file);
-    if (!facts || facts->id != ioSegment.segment->file) return false;
+    if (!facts || facts->id != ioSegment.Get().file) return false;
     ioSegment.hold = std::move(file);
     return true;
 }
@@ -150,7 +162,8 @@ Status Publisher::Create(WritableSegment& ioSegment) {
 
 // Returns 0 or the errno.
 int Publisher::TryCreate(WritableSegment& ioSegment) {
-    auto segment = std::make_shared<Segment>();
+    Segments made{std::make_shared<Segment>()};
+    Segment* const segment = made.front().get();
     segment->ownName = NewName();
     Descriptor file = folder_.CreateFile(segment->ownName);
     if (!file) return errno;
@@ -167,7 +180,7 @@ int Publisher::TryCreate(WritableSegment& ioSegment) {
     }
     segment->file = facts->id;
     segment->FileHeader() = HeaderOf(client_);
-    ioSegment.segment = std::move(segment);
+    ioSegment.segment = std::move(made);
     ioSegment.hold = std::move(file);
     return 0;
 }
@@ -179,7 +192,8 @@ bool Publisher::BeginWriting(const Segment& inSegment) {
     return true;
 }
 
-void Publisher::GiveBack(WritableSegment inSegment) {
+void Publisher::GiveBack(WritableSegment inSegment) noexcept {
+    if (inSegment.segment.empty()) return;
     if (inSegment.isPublished) {
         // Only a stop takes the name from a publication that is held, so until then there is
         // nothing to look after.
@@ -193,7 +207,7 @@ void Publisher::GiveBack(WritableSegment inSegment) {
     Discards discards(folder_);
     const std::lock_guard lock(mutex_);
     if (isStopped_ || inSegment.isPublished) return;
-    writtenBytes_ -= inSegment.segment->FileSize();
+    writtenBytes_ -= inSegment.Get().FileSize();
     if (isNameless) return;
     AddIdle(std::move(inSegment.segment));
     KeepWithinBound(0, discards);
@@ -206,25 +220,71 @@ std::string Publisher::NewName() {
 // ---- Publishing ---------------------------------------------------------------------------------
 
 Status Publisher::Publish(const Guid& inGuid, WritableSegment& ioSegment) {
-    std::string name = PublicationName(inGuid);
+    Publications fresh;
+    Publication& publication = fresh[0];
+    publication.name = PublicationName(inGuid);
+    publication.segment = ioSegment.segment;
     Discards discards(folder_);
     const std::lock_guard lock(mutex_);
     if (isStopped_) return kNotInitialized;
     if (ioSegment.isPublished) return kBadReference;
-    Segment& segment = *ioSegment.segment;
+    Segment& segment = ioSegment.Get();
+    publication.file = segment.file;
+    publication.size = segment.FileSize();
     Header& header = segment.FileHeader();
     header.content = Content::kData;
     header.size = ioSegment.size;
     header.guid = inGuid;
     // From here on all of it is there, for everyone, or nothing.
-    if (const int error = folder_.Rename(segment.ownName, name)) return StatusOf(error);
+    if (const int error = folder_.Rename(segment.ownName, publication.name)) return StatusOf(error);
     ioSegment.isPublished = true;
     writtenBytes_ -= segment.FileSize();
-    publishedBytes_ += segment.FileSize();
-    const Age age = nextAge_++;
-    published_.emplace(age, Publication{std::move(name), ioSegment.segment});
-    KeepWithinBound(age, discards);
+    Add(std::move(fresh));
+    KeepWithinBound(nextAge_ - 1, discards);
     return kSuccess;
+}
+
+Status Publisher::MakeAlias(const Descriptor& inFile, const Guid& inAlias) {
+    const std::optional<FileFacts> facts = Examine(inFile);
+    if (!facts) return kSystemFailure;
+    Publications fresh;
+    Publication& publication = fresh[0];
+    publication.name = PublicationName(inAlias);
+    publication.aliasMark = AliasMarkName(client_, inAlias);
+    publication.file = facts->id;
+    publication.size = facts->size;
+    Discards discards(folder_);
+    const std::lock_guard lock(mutex_);
+    if (isStopped_) return kNotInitialized;
+    publication.segment = FindOwn(facts->id);
+    if (const int error = folder_.Link(inFile, publication.aliasMark)) {
+        return error == ENOENT ? kNotAvailable : StatusOf(error);
+    }
+    if (const int error = folder_.Link(inFile, publication.name)) {
+        folder_.Remove(publication.aliasMark);
+        return StatusOf(error);
+    }
+    Add(std::move(fresh));
+    KeepWithinBound(nextAge_ - 1, discards);
+    return kSuccess;
+}
+
+// Of those that stand under a first name; none when it is not of this process.
+Segments Publisher::FindOwn(const FileId& inFile) const {
+    for (const Publications* const table : {&published_, &held_}) {
+        for (const auto& [age, publication] : *table) {
+            if (publication.file == inFile) return publication.segment;
+        }
+    }
+    return {};
+}
+
+// As the newest one; nothing here can fail.
+void Publisher::Add(Publications&& inPublication) {
+    auto node = inPublication.extract(inPublication.begin());
+    node.key() = nextAge_++;
+    Count(node.mapped());
+    published_.insert(std::move(node));
 }
 
 Status Publisher::PublishError(const Guid& inGuid, std::int32_t inErrorCode) {
@@ -232,6 +292,7 @@ Status Publisher::PublishError(const Guid& inGuid, std::int32_t inErrorCode) {
     header.content = Content::kError;
     header.errorCode = inErrorCode;
     header.guid = inGuid;
+    std::list<PublishedError> fresh{{PublicationName(inGuid), {}}};
     const std::string ownName = NewName();
     const Descriptor file = folder_.CreateFile(ownName);
     if (!file) return StatusOf(errno);
@@ -243,13 +304,13 @@ Status Publisher::PublishError(const Guid& inGuid, std::int32_t inErrorCode) {
     if (error == 0 && !facts) error = EIO;
 
     const std::lock_guard lock(mutex_);
-    const std::string name = PublicationName(inGuid);
-    if (error == 0 && !isStopped_) error = folder_.Rename(ownName, name);
+    if (error == 0 && !isStopped_) error = folder_.Rename(ownName, fresh.front().name);
     if (error != 0 || isStopped_) {
         folder_.Remove(ownName);
         return error != 0 ? StatusOf(error) : kNotInitialized;
     }
-    errors_.push_back({name, facts->id});
+    fresh.front().file = facts->id;
+    errors_.splice(errors_.end(), fresh);
     if (errors_.size() > kMaxErrors) {
         folder_.RemoveIf(errors_.front().name, errors_.front().file);
         errors_.pop_front();
@@ -260,7 +321,7 @@ Status Publisher::PublishError(const Guid& inGuid, std::int32_t inErrorCode) {
 void Publisher::Stop() {
     // They outlive the lock: unmapping takes a while.
     Publications published, held;
-    std::list<std::shared_ptr<Segment>> idle, retiring;
+    Segments idle, retiring;
     const std::lock_guard lock(mutex_);
     isStopped_ = true;
     published.swap(published_);
@@ -278,6 +339,20 @@ void Publisher::SetRetainedBytesLimit(std::uint64_t inBytes) {
     const std::lock_guard lock(mutex_);
     retainedBytesLimit_ = inBytes;
     KeepWithinBound(0, discards);
+    ExamineRetiring();  // some may have lost their last alias just now
+    KeepWithinBound(0, discards);
+}
+
+void Publisher::Count(const Publication& inPublication) {
+    const bool isCounted =
+        !inPublication.segment.empty() && inPublication.segment.front()->countedNames++ > 0;
+    if (!isCounted) publishedBytes_ += inPublication.size;
+}
+
+void Publisher::StopCounting(const Publication& inPublication) {
+    const bool isCounted =
+        !inPublication.segment.empty() && --inPublication.segment.front()->countedNames > 0;
+    if (!isCounted) publishedBytes_ -= inPublication.size;
 }
 
 bool Publisher::WouldExceed(std::uint64_t inMoreBytes) const {
@@ -302,8 +377,8 @@ bool Publisher::RelieveOldest(Age inSpared) {
     if (oldest != published_.end() && oldest->first == inSpared) ++oldest;
     if (oldest == published_.end()) return false;
     auto node = published_.extract(oldest);
-    std::shared_ptr<Segment>& segment = node.mapped().segment;
-    publishedBytes_ -= segment->FileSize();
+    Segments& segment = node.mapped().segment;
+    StopCounting(node.mapped());
     switch (Evict(node.mapped())) {
         case Eviction::kHeld:
             held_.insert(std::move(node));
@@ -312,46 +387,32 @@ bool Publisher::RelieveOldest(Age inSpared) {
             AddIdle(std::move(segment));
             break;
         case Eviction::kRetiring:
-            retiring_.push_back(std::move(segment));
+            retiring_.splice(retiring_.end(), segment);
             break;
-        case Eviction::kLost:
+        case Eviction::kGone:
             break;
     }
     return true;
 }
 
 Publisher::Eviction Publisher::Evict(const Publication& inPublication) const {
-    const Segment& segment = *inPublication.segment;
+    const bool isAlias = !inPublication.aliasMark.empty();
     const Descriptor file = folder_.OpenFile(inPublication.name, Access::kRead);
     if (!file && errno != ENOENT) return Eviction::kHeld;
     const std::optional<FileFacts> facts = file ? Examine(file) : std::nullopt;
-    if (!facts || facts->id != segment.file) return Eviction::kLost;
-    if (IsHeldByOthers(file)) return Eviction::kHeld;
+    const bool isThere = facts && facts->id == inPublication.file;
+    if (isThere && IsHeldByOthers(file)) return Eviction::kHeld;
+    if (isAlias) {
+        folder_.RemoveIf(inPublication.name, inPublication.file);
+        Discard(folder_, inPublication.aliasMark, inPublication.file);
+        return Eviction::kGone;
+    }
+    if (!isThere) return Eviction::kGone;
     // A reader holds the file first and then makes sure of its name. So whoever is to get at the
     // bytes is seen to hold them when the names have gone.
-    if (folder_.Rename(inPublication.name, segment.ownName) != 0) return Eviction::kLost;
-    return IsReusable(segment, file) ? Eviction::kIdle : Eviction::kRetiring;
-}
-
-// For a segment that has its own name back: whether nobody can read it any more.
-bool Publisher::IsReusable(const Segment& inSegment, const Descriptor& inFile) const {
-    const auto hasOneName = [&] {
-        const std::optional<FileFacts> facts = Examine(inFile);
-        return facts && facts->nameCount == 1;
-    };
-    // Only a holder can make an alias, so none comes after the look for holders.
-    if (IsHeldByOthers(inFile)) return false;
-    if (hasOneName()) return true;
-    RemoveAliases(inSegment);
-    return !IsHeldByOthers(inFile) && hasOneName();
-}
-
-void Publisher::RemoveAliases(const Segment& inSegment) const {
-    for (const FolderEntry& entry : folder_.List()) {
-        if (entry.inode != inSegment.file.inode) continue;
-        if (ParseName(entry.name).kind != NameKind::kPublication) continue;
-        folder_.RemoveIf(entry.name, inSegment.file);
-    }
+    const std::string& ownName = inPublication.segment.front()->ownName;
+    if (folder_.Rename(inPublication.name, ownName) != 0) return Eviction::kGone;
+    return IsReusable(file) ? Eviction::kIdle : Eviction::kRetiring;
 }
 
 // Publications whose holders have gone count again, and are as old as they were.
@@ -363,7 +424,7 @@ void Publisher::ExamineHeld() {
         lastExamined_ = next->first;
         const Descriptor file = folder_.OpenFile(next->second.name, Access::kRead);
         if (file ? IsHeldByOthers(file) : errno != ENOENT) continue;
-        publishedBytes_ += next->second.segment->FileSize();
+        Count(next->second);
         published_.insert(held_.extract(next));
     }
 }
@@ -371,14 +432,14 @@ void Publisher::ExamineHeld() {
 void Publisher::ExamineRetiring() {
     const auto count = std::min<std::size_t>(retiring_.size(), kExaminationsPerCall);
     for (std::size_t i = 0; i < count; ++i) {
-        std::shared_ptr<Segment> segment = std::move(retiring_.front());
-        retiring_.pop_front();
-        const Descriptor file = folder_.OpenFile(segment->ownName, Access::kRead);
+        Segments segment;
+        segment.splice(segment.end(), retiring_, retiring_.begin());
+        const Descriptor file = folder_.OpenFile(segment.front()->ownName, Access::kRead);
         if (!file && errno == ENOENT) continue;
-        if (file && IsReusable(*segment, file)) {
+        if (file && IsReusable(file)) {
             AddIdle(std::move(segment));
         } else {
-            retiring_.push_back(std::move(segment));
+            retiring_.splice(retiring_.end(), segment);
         }
     }
 }
@@ -386,7 +447,7 @@ void Publisher::ExamineRetiring() {
 // ---- What is idle -------------------------------------------------------------------------------
 
 // The best fit; of equal ones the one used last, whose bytes are the likeliest to be in a cache.
-std::shared_ptr<Segment> Publisher::TakeIdle(std::uint64_t inSize) {
+Segments Publisher::TakeIdle(std::uint64_t inSize) {
     auto best = idle_.end();
     for (auto it = idle_.end(); it != idle_.begin();) {
         --it;
@@ -394,22 +455,21 @@ std::shared_ptr<Segment> Publisher::TakeIdle(std::uint64_t inSize) {
         if (best == idle_.end() || (*it)->FileSize() < (*best)->FileSize()) best = it;
         if ((*best)->FileSize() == FileSizeFor(inSize)) break;
     }
-    if (best == idle_.end()) return nullptr;
-    std::shared_ptr<Segment> segment = std::move(*best);
-    idle_.erase(best);
-    idleBytes_ -= segment->FileSize();
+    Segments segment;
+    if (best == idle_.end()) return segment;
+    idleBytes_ -= (*best)->FileSize();
+    segment.splice(segment.end(), idle_, best);
     return segment;
 }
 
-void Publisher::AddIdle(std::shared_ptr<Segment> inSegment) {
-    idleBytes_ += inSegment->FileSize();
-    idle_.push_back(std::move(inSegment));
+void Publisher::AddIdle(Segments&& inSegment) {
+    idleBytes_ += inSegment.front()->FileSize();
+    idle_.splice(idle_.end(), inSegment);
 }
 
 void Publisher::DropIdle(Discards& outDiscards) {
     idleBytes_ -= idle_.front()->FileSize();
-    outDiscards.Add(std::move(idle_.front()));
-    idle_.pop_front();
+    outDiscards.Take(idle_);
 }
 
 // True if there was anything to drop.

@@ -3,6 +3,10 @@
 // A segment goes round: it is being written; published under a Guid; evicted, when the bound asks
 // for it and nobody holds it; idle; written again. Fresh shared memory costs several times a copy
 // of the same bytes, so a steady stream must find its segments here.
+//
+// Whatever can fail for want of memory comes before the renaming that shows the data to all: the
+// tables take nodes that were made before. So a call that fails has published nothing, and what
+// is published is in the tables.
 #pragma once
 
 #include <atomic>
@@ -12,7 +16,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
 
 #include "Folder.h"
 #include "Handles.h"
@@ -30,17 +33,24 @@ struct Segment {
     FileId file;
     Memory memory;
 
+    int countedNames = 0;  ///< of its publications that count against the bound
+
     std::uint64_t FileSize() const { return memory.Size(); }
     Header& FileHeader() const { return *reinterpret_cast<Header*>(memory.Start()); }
 };
 
+/// Shared, since one that is published may be looked at by its writer after a stop.
+using Segments = std::list<std::shared_ptr<Segment>>;
+
 /// A segment that is being filled or looked at through a writable reference. Its descriptor holds
 /// the file, as a reader's would.
 struct WritableSegment {
-    std::shared_ptr<Segment> segment;
+    Segments segment;  ///< one, or none where there is nothing to give back
     Descriptor hold;
     std::uint64_t size = 0;
     bool isPublished = false;
+
+    Segment& Get() const { return *segment.front(); }
 };
 
 /// Any thread may call any function.
@@ -53,10 +63,14 @@ class Publisher {
 
     Status Publish(const Guid& inGuid, WritableSegment& ioSegment);
 
+    /// A further name for a file that this process holds; it stays as long as if its data had been
+    /// published by this client.
+    Status MakeAlias(const Descriptor& inFile, const Guid& inAlias);
+
     Status PublishError(const Guid& inGuid, std::int32_t inErrorCode);
 
     /// Ends the writing. What was never published is kept for reuse.
-    void GiveBack(WritableSegment inSegment);
+    void GiveBack(WritableSegment inSegment) noexcept;
 
     void SetRetainedBytesLimit(std::uint64_t inBytes);
 
@@ -66,7 +80,10 @@ class Publisher {
   private:
     struct Publication {
         std::string name;
-        std::shared_ptr<Segment> segment;
+        std::string aliasMark;  // empty for the first name of a segment
+        FileId file;
+        std::uint64_t size = 0;
+        Segments segment;  // none for an alias of another process's data
     };
     struct PublishedError {
         std::string name;
@@ -78,12 +95,16 @@ class Publisher {
     /// Segments that have left the tables; their files go when the lock is no longer held.
     class Discards;
 
-    enum class Eviction { kHeld, kIdle, kRetiring, kLost };
+    enum class Eviction { kHeld, kIdle, kRetiring, kGone };
 
     // With the lock held.
-    std::shared_ptr<Segment> FindForReuse(std::uint64_t inSize, Discards& outDiscards);
-    std::shared_ptr<Segment> TakeIdle(std::uint64_t inSize);
-    void AddIdle(std::shared_ptr<Segment> inSegment);
+    Segments FindForReuse(std::uint64_t inSize, Discards& outDiscards);
+    Segments TakeIdle(std::uint64_t inSize);
+    Segments FindOwn(const FileId& inFile) const;
+    void Add(Publications&& inPublication);
+    void AddIdle(Segments&& inSegment);
+    void Count(const Publication& inPublication);
+    void StopCounting(const Publication& inPublication);
     void DropIdle(Discards& outDiscards);
     bool RelieveOldest(Age inSpared);
     void ExamineHeld();
@@ -93,11 +114,9 @@ class Publisher {
 
     // With or without it.
     Eviction Evict(const Publication& inPublication) const;
-    bool IsReusable(const Segment& inSegment, const Descriptor& inFile) const;
-    void RemoveAliases(const Segment& inSegment) const;
 
     // Without it.
-    std::shared_ptr<Segment> TakeForReuse(std::uint64_t inSize);
+    Segments TakeForReuse(std::uint64_t inSize);
     bool HoldAgain(WritableSegment& ioSegment) const;
     Status Create(WritableSegment& ioSegment);
     int TryCreate(WritableSegment& ioSegment);
@@ -117,8 +136,8 @@ class Publisher {
     Publications published_;  // thought to be without holders; these count against the bound
     Publications held_;       // had a holder when they were last looked at
     Age lastExamined_ = 0;
-    std::list<std::shared_ptr<Segment>> idle_;      // the longest unused first
-    std::list<std::shared_ptr<Segment>> retiring_;  // evicted, but a reader had slipped in
+    Segments idle_;      // the longest unused first
+    Segments retiring_;  // evicted, but a reader had slipped in or there are aliases
     std::list<PublishedError> errors_;
     std::uint64_t publishedBytes_ = 0;
     std::uint64_t idleBytes_ = 0;

@@ -1,5 +1,13 @@
-// One file of shared memory: a page of header, then the data. A file never changes its size once it
-// is made, so that no mapping of it can fault.
+// One file of shared memory: a page of header, then the data. The service reserves all of a file's
+// memory when it makes it and never changes its size afterwards, so nothing that clients do, and
+// no lack of memory, makes a mapping of it fault.
+//
+// That is no promise about other programs of the same user, who may open the files like any other
+// file of his. One that truncates a file while it is mapped, or punches holes into it where there
+// is no memory left to fill them, ends publisher and receivers with SIGBUS as soon as they touch
+// what is missing: the kernel gives no way to forbid it for files with names. One that writes into
+// a file changes what its readers see. A file that is damaged before it is opened does no harm:
+// what does not fit is not taken for data.
 //
 // Who uses a file holds a shared lock on a descriptor of his own. The kernel lets go of the lock
 // when its holder dies, whatever the way, and the lock of an inherited descriptor lasts until the

@@ -23,7 +23,7 @@ struct WorldMemory {
     /// The world that starts at that memory row.
     GF_Pixel* Row(std::int32_t inRow) const {
         auto* const start = static_cast<std::byte*>(memory->GetData());
-        return reinterpret_cast<GF_Pixel*>(start + std::int64_t{inRow} * rows->GetRowBytes());
+        return reinterpret_cast<GF_Pixel*>(start + inRow * SignedRowBytes(rows));
     }
 
     MemoryRef memory;
@@ -44,6 +44,10 @@ void Describe(const VideoFrameRef& inFrame, GF_LayerDef& outWorld) {
     outWorld.aspectDenominator = ratio.denominator;
 }
 
+std::int32_t Stride(std::int64_t inRowBytes) {
+    return static_cast<std::int32_t>(inRowBytes);
+}
+
 bool StartsWithSecondRow(tulomediatypes::FieldType inOrder, int inWhichField) {
     return (inOrder == 2 && inWhichField == 0) || (inOrder == 1 && inWhichField == 1);
 }
@@ -62,13 +66,13 @@ void NewGF_WorldFromExistingVideoFrame(VideoFrameRef inVideoFrame, GF_LayerDef& 
 
     Describe(inVideoFrame, outWorld);
     outWorld.pixelData = memory.Row(height - (startsWithSecond ? 2 : 1));
-    outWorld.rowStride = -static_cast<std::int32_t>(memory.rows->GetRowBytes());
+    outWorld.rowStride = Stride(-SignedRowBytes(memory.rows));
     outWorld.pixelFormat = BEToSDKPixelFormat(inVideoFrame->GetPixelType());
     if (inAsField) {
         const std::int32_t oddRow = startsWithSecond ? 0 : height % 2;
         outWorld.height = height / 2 + oddRow;
         outWorld.extent.bottom = outWorld.extent.bottom / 2 + oddRow;
-        outWorld.rowStride = -static_cast<std::int32_t>(memory.rows->GetFieldRowBytes());
+        outWorld.rowStride = Stride(-SignedRowBytes(memory.rows->GetFieldRowBytes()));
     }
     RegisterEffectWorldFrame(outWorld.pixelData, ViewOf<Brix::BrixUnknown>(inVideoFrame));
 }
@@ -78,12 +82,12 @@ bool NewGF_WorldWithNewVideoFrame(unsigned int inWidth, unsigned int inHeight,
                                   const tulomediatypes::PixelAspectRatio& inAspect,
                                   GF_LayerDef& outWorld) {
     VideoFrameRef frame;
-    if (CreateVideoFrame(frame, inFormat, inWidth, inHeight, inAspect, false, false) < 0)
+    if (CreateVideoFrame(frame, inFormat, inWidth, inHeight, inAspect, false, false) < 0 || !frame)
         return false;
     const WorldMemory memory(frame);
     Describe(frame, outWorld);
     outWorld.pixelData = memory.Row(0);
-    outWorld.rowStride = static_cast<std::int32_t>(memory.rows->GetRowBytes());
+    outWorld.rowStride = Stride(SignedRowBytes(memory.rows));
     RegisterEffectWorldFrame(outWorld.pixelData, ViewOf<Brix::BrixUnknown>(frame));
     return true;
 }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "VideoFrame/VideoFrameFactory.h"
+#include "bridges/RowGeometry.h"
 #include "frames/Contract.h"
 #include "frames/FramePixels.h"
 #include "frames/RawFrame.h"
@@ -19,18 +20,6 @@ constexpr const char* kFile = "TPixBridge";
 constexpr tulomediatypes::FieldType kFieldTypeNotSet = 3;
 // What a whole record is made with: a field type that chooses no field.
 constexpr tulomediatypes::FieldType kNoFieldType = 4;
-
-/// Another way to ask for rows, of frames that other libraries make.
-class IVideoFrameRowGeometry : public Brix::BrixUnknown {
-  public:
-    static constexpr tulocore::utility::Guid kInterfaceId{"5097294E-2EFF-4C04-8861-CC393A73BC5C"};
-
-    virtual std::uint32_t GetPixelSize() = 0;  ///< 4.
-    virtual std::uint32_t GetRowBytes() = 0;   ///< 5.
-
-  protected:
-    ~IVideoFrameRowGeometry() = default;
-};
 
 // ---------------------------------------------------------------------------------------------
 // Records
@@ -127,7 +116,7 @@ TPixHand NewTPixFromVideoFrame(VideoFrameRef inFrame, bool inAsField,
     }
     if (memory) {
         auto* const base = static_cast<std::uint8_t*>(memory->GetData());
-        std::uint8_t* const secondRow = isField ? base + rows->GetRowBytes() : base;
+        std::uint8_t* const secondRow = isField ? base + SignedRowBytes(rows) : base;
         PointAt(record, startsWithFirstRow ? base : secondRow);
         const bool isFirstRowFirst = inFieldType == 2;
         record.fieldStart[0] = isFirstRowFirst ? base : secondRow;
@@ -154,7 +143,8 @@ TPixHand NewTPixWithVideoFrame(const tagRECT* inBounds, tulomediatypes::PixelFor
     VideoFrameRef frame;
     if (CreateDiskAlignedVideoFrame(frame, inFormat, WidthOf(*inBounds), HeightOf(*inBounds),
                                     inAspectRatio, inPixelAlignment, inBlockSize, inPixelPrefix,
-                                    false, false) < 0)
+                                    false, false) < 0 ||
+        !frame)
         return nullptr;
     const auto memory = Brix::QueryInterface<IVideoFrameMemoryAccess>(frame);
     Require(static_cast<bool>(memory), "memoryAccesibleVideoFrame != NULL", kFile, __LINE__);
@@ -189,7 +179,8 @@ TPixHand NewCustomTPixWithVideoFrame(const tagRECT* inBounds, tulomediatypes::Pi
     Require(inBounds != nullptr, "bounds", kFile, __LINE__);
     VideoFrameRef frame;
     if (CreateCustomVideoFrame(frame, inFormat, WidthOf(*inBounds), HeightOf(*inBounds), inDataSize,
-                               inAspectRatio) < 0)
+                               inAspectRatio) < 0 ||
+        !frame)
         return nullptr;
     return NewTPixFromVideoFrame(std::move(frame));
 }

@@ -2,10 +2,12 @@
 // small-object allocator.
 #pragma once
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <type_traits>
@@ -33,9 +35,17 @@ struct ParamRect<CRect> {
     std::int32_t right = 0;
     std::int32_t bottom = 0;
 
-    constexpr std::int32_t Width() const { return right - left; }
-    constexpr std::int32_t Height() const { return bottom - top; }
+    /// Sides that do not fit in 31 bits give the nearest number that does.
+    constexpr std::int32_t Width() const { return Side(left, right); }
+    constexpr std::int32_t Height() const { return Side(top, bottom); }
     friend constexpr bool operator==(const ParamRect&, const ParamRect&) = default;
+
+  private:
+    static constexpr std::int32_t Side(std::int64_t inFirst, std::int64_t inEnd) {
+        using Limits = std::numeric_limits<std::int32_t>;
+        return static_cast<std::int32_t>(
+            std::clamp<std::int64_t>(inEnd - inFirst, Limits::min(), Limits::max()));
+    }
 };
 
 using Rect = ParamRect<CRect>;

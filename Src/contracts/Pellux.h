@@ -18,7 +18,7 @@ enum Status : std::int32_t {
     kNotAvailable = -1,      ///< no data under that Guid, or it has gone
     kGuidTaken = -2,         ///< data or an error already stands under that Guid
     kNoRoom = -3,            ///< the shared memory has no room for it
-    kBadReference = -4,      ///< null, of another maker, or already completed
+    kBadReference = -4,      ///< null, of another maker or an earlier start, or already completed
     kNotInitialized = -5,    ///< the client is not started
     kTimedOut = -6,          ///< the time limit passed
     kGenerationFailed = -7,  ///< the maker reported that the data will not come
@@ -40,8 +40,10 @@ class WritableBinaryReference {
     ~WritableBinaryReference() = default;
 };
 
-/// Completed shared data, mapped read-only. The bytes stay valid for as long as the reference
-/// lives, whatever becomes of their publisher.
+/// Completed shared data, mapped read-only; only what this process published and still has the
+/// writable reference to may be seen at that one's address, when there is no descriptor or memory
+/// for another mapping. The bytes stay valid for as long as the reference lives, whatever becomes
+/// of their publisher, as long as no other program of the user truncates the service's files.
 class BinaryReference {
   public:
     /// 0. Usable bytes.
@@ -64,6 +66,9 @@ SIBLING_API bool InitializeClient();
 
 /// Stops the client with the last call: withdraws everything it published. References held by
 /// anyone stay valid.
+///
+/// When the service's folder is deleted in between, all that was published is gone; the next call
+/// makes the folder anew and goes on in it, as after a stop and a start.
 SIBLING_API void UninitializeClient();
 
 /// A shared buffer of at least inSize bytes with its room reserved. Its contents are undefined.
@@ -79,7 +84,9 @@ SIBLING_API std::int32_t PutCompletedBinaryData(const tulocore::utility::Guid& i
 SIBLING_API std::int32_t GetBinaryDataIfAvailable(const tulocore::utility::Guid& inGuid,
                                                   BinaryReferencePtr& outReference);
 
-/// Makes the data that inReference holds, known as inGuid, available under inAlias as well.
+/// Makes the data that inReference holds, known as inGuid, available under inAlias as well. The
+/// alias is this process's, whoever published the data: it stays as long as if the data had been
+/// published by this process now, and its bytes count against this process's bound.
 SIBLING_API std::int32_t MakeBinaryDataAlias(const tulocore::utility::Guid& inGuid,
                                              const BinaryReferencePtr& inReference,
                                              const tulocore::utility::Guid& inAlias);
@@ -100,15 +107,17 @@ SIBLING_API std::int32_t WaitForBinaryData(const tulocore::utility::Guid& inGuid
 struct Publication {
     tulocore::utility::Guid guid;
     std::uint64_t size = 0;      ///< bytes of data; 0 for an error
-    std::uint32_t process = 0;   ///< the publisher
+    std::uint32_t process = 0;   ///< the publisher, or who made the alias
     bool isAlias = false;        ///< the bytes were published under another Guid first
     std::int32_t errorCode = 0;  ///< not 0: a generation error
 };
 
-/// Everything that stands under a Guid at the moment, of all processes.
+/// Everything that stands under a Guid at the moment, of all processes; nothing when there is no
+/// memory for the list.
 SIBLING_API std::vector<Publication> ListBinaryData();
 
-/// Bytes of shared memory that the service's files occupy at the moment, of all processes.
+/// Bytes of shared memory that the service's files occupy at the moment, of all processes; 0 when
+/// there is no memory to count them.
 SIBLING_API std::uint64_t CountSharedBytes();
 
 /// Bound on the bytes that this process keeps published or ready for reuse without holders; the

@@ -8,6 +8,11 @@
 // bytes are not looked at. They can be converted and scaled, whole; every operation that does not
 // say so refuses them. A DV picture has the standard size of its kind.
 //
+// The pixels of some formats share units: two of UYVY and YUYV one of 4 bytes, six of v210 one of
+// 16. An area begins with a unit, and the units at the end of its rows are read and written whole:
+// what they hold beyond its width is lost. No byte of a unit is left as it was. What lies between
+// the last unit of a row and the next row stays.
+//
 // Integer results are rounded to nearest. 8- and 10-bit Y'CbCr has the ranges of BT.601 and
 // BT.709, RGB and alpha are full range, 15-bit white is 32768, float white 1.0.
 #pragma once
@@ -128,18 +133,17 @@ SIBLING_API std::int32_t SV_CrossDissolve(const void* inFirst, std::int64_t inFi
                                           std::int32_t inWidth, std::int32_t inHeight,
                                           float inAmount, std::int32_t inQuality);
 
-/// Copies colour and turns alpha a into opaque - a. Premultiplied colour is premultiplied by the
-/// new alpha instead, transparent pixels becoming opaque black. A format without alpha, or with one
-/// that is ignored, is copied. Source and destination may be the same memory.
+/// Copies colour and turns alpha a into opaque - a. Premultiplied colour keeps its components too,
+/// so that it no longer matches its alpha. A format without alpha, or with one that is ignored, is
+/// copied. Source and destination may be the same memory.
 SIBLING_API std::int32_t SV_InvertAlpha(const void* inSource, std::int64_t inSourceRowBytes,
                                         void* outDestination, std::int64_t inDestinationRowBytes,
                                         SV_PixelFormat inFormat, std::int32_t inWidth,
                                         std::int32_t inHeight);
 
-/// Copies colour and gives every pixel the alpha inAlpha, 0 to 1; integer formats clamp it.
-/// Premultiplied colour is premultiplied by it instead, transparent pixels becoming black. An
-/// ignored alpha is written too; a format without alpha is copied. Source and destination may be
-/// the same memory.
+/// Copies colour, premultiplied or not, and gives every pixel the alpha inAlpha, 0 to 1; integer
+/// formats clamp it. An ignored alpha is written too; a format without alpha is copied. Source and
+/// destination may be the same memory.
 SIBLING_API std::int32_t SV_CopyAndSetAlpha(const void* inSource, std::int64_t inSourceRowBytes,
                                             void* outDestination,
                                             std::int64_t inDestinationRowBytes,

@@ -1,6 +1,7 @@
 #include "frames/VideoFrameUtilities.h"
 
-#include <sstream>
+#include <array>
+#include <charconv>
 #include <string>
 #include <string_view>
 
@@ -44,10 +45,9 @@ class TraceLine {
   public:
     void Write(std::string_view inMessage) {
         if (!IsOn()) return;
-        std::ostringstream line;
-        line << "<" << tulocore::threads::GetCurrentThreadID() << "> <" << kCategory << "> <0> "
-             << inMessage << "\r\n";
-        tulocore::debug::Trace(line.str().c_str());
+        std::string line = "<" + std::to_string(tulocore::threads::GetCurrentThreadID()) + "> <";
+        line.append(kCategory).append("> <0> ").append(inMessage).append("\r\n");
+        tulocore::debug::Trace(line.c_str());
     }
 
   private:
@@ -64,20 +64,25 @@ class TraceLine {
     bool isOn_ = false;
 };
 
+// No stream writes the lines: it would write numbers as the host's locale has them.
+std::string Hexadecimal(std::uintptr_t inNumber) {
+    std::array<char, 2 * sizeof inNumber> digits;
+    char* const end = std::to_chars(digits.begin(), digits.end(), inNumber, 16).ptr;
+    return {digits.begin(), end};
+}
+
 void ReportTPixFrame(TPixHand inHandle, const Brix::InterfaceRef<Brix::BrixUnknown>& inFrame) {
     const auto memory = Brix::QueryInterface<IVideoFrameMemoryAccess>(inFrame);
     if (!memory) return;
-    std::ostringstream message;
-    message << "<Leaked Video frame,0x" << std::hex << reinterpret_cast<std::uintptr_t>(inHandle)
-            << std::dec << "> ";
+    const std::string start =
+        "<Leaked Video frame,0x" + Hexadecimal(reinterpret_cast<std::uintptr_t>(inHandle)) + "> ";
+    const std::string size = "data size:" + std::to_string(memory->GetDataSize());
     if (const auto rows = Brix::QueryInterface<IVideoFrame2DPixelMemoryAccess>(memory)) {
         static TraceLine rowsLine;
-        message << "row bytes:" << rows->GetRowBytes() << ", data size:" << memory->GetDataSize();
-        rowsLine.Write(message.view());
+        rowsLine.Write(start + "row bytes:" + std::to_string(rows->GetRowBytes()) + ", " + size);
     } else {
         static TraceLine bytesLine;
-        message << "data size:" << memory->GetDataSize();
-        bytesLine.Write(message.view());
+        bytesLine.Write(start + size);
     }
 }
 

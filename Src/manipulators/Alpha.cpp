@@ -28,7 +28,7 @@ std::optional<FrameRows> RowsWithAlpha(const VideoFrameRef& inFrame, int inLine)
     const MemoryRef memory = ViewOf<IVideoFrameMemoryAccess>(inFrame);
     const RowsRef rows = ViewOf<IVideoFrame2DPixelMemoryAccess>(inFrame);
     if (!inFrame->HasAlphaChannel() || !rows) return std::nullopt;
-    return FrameRows{memory->GetData(), rows->GetRowBytes()};
+    return FrameRows{memory->GetData(), SignedRowBytes(rows)};
 }
 
 // ---- Searching ----------------------------------------------------------------------------------
@@ -158,7 +158,7 @@ void CalculateAlphaBounds(VideoFrameRef inFrame, Brix::Rect& outBounds) {
                                     [format](const auto& each) { return each.format == format; });
     if (!rows || found == std::end(kSearchable)) return;
     outBounds = found
-                    ->find({static_cast<const std::byte*>(memory->GetData()), rows->GetRowBytes(),
+                    ->find({static_cast<const std::byte*>(memory->GetData()), SignedRowBytes(rows),
                             static_cast<std::size_t>(bounds.Width()), bounds.Height()})
                     .value_or(Brix::Rect{});
 }

@@ -62,10 +62,10 @@ std::int32_t CopyArea(const Area& inSource, const Area& inDestination,
 // apart.
 Area FieldArea(const VideoFrameRef& inFrame, const MemoryRef& inMemory, const RowsRef& inRows,
                const Brix::Rect& inRect, std::int32_t inField) {
-    const std::uint32_t rowBytes = inRows->GetRowBytes();
+    const std::int64_t rowBytes = SignedRowBytes(inRows);
     auto* const data = static_cast<std::byte*>(inMemory->GetData());
     return {data + (inField == 0 ? rowBytes : 0),
-            2 * std::int64_t{rowBytes},
+            2 * rowBytes,
             {inRect.left, inRect.top / 2, inRect.right, inRect.bottom / 2},
             RendererFormat(inFrame)};
 }

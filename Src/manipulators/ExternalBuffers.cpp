@@ -18,7 +18,7 @@ Buffer BufferOf(void* inData, std::int32_t inWidth, std::int32_t inHeight,
 }
 
 Buffer PixelsOf(const VideoFrameRef& inFrame, const MemoryRef& inMemory, const RowsRef& inRows) {
-    return {inMemory->GetData(), inRows->GetRowBytes(), inFrame->GetBounds()};
+    return {inMemory->GetData(), SignedRowBytes(inRows), inFrame->GetBounds()};
 }
 
 bool FindStart(const Buffer& inBuffer, SV_PixelFormat inFormat, void*& outStart) {

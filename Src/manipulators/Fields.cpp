@@ -23,8 +23,18 @@ std::int32_t FieldHeight(const VideoFrameRef& inFrame, const RowsRef& inRows,
     return height / 2 + (isLonger ? 1 : 0);
 }
 
+std::int64_t FieldRowBytes(const RowsRef& inRows) {
+    return SignedRowBytes(inRows->GetFieldRowBytes());
+}
+
 void* FieldData(const RowsRef& inRows, std::uint32_t inField) {
     return inField == 0 ? inRows->GetField0Data() : inRows->GetField1Data();
+}
+
+RowsRef RequiredRows(const VideoFrameRef& inFrame) {
+    RowsRef rows = ViewOf<IVideoFrame2DPixelMemoryAccess>(inFrame);
+    if (!rows) Brix::ThrowNullInterface();
+    return rows;
 }
 
 // Bytes from one pixel to the next; 0 for standard formats whose rows cannot be addressed. Frames
@@ -153,17 +163,17 @@ std::int32_t CopyField(VideoFrameRef inSource, VideoFrameRef inDestination, std:
     const std::int32_t made =
         MakeAddressableVideoFrame(inSource, source, inDestination->GetPixelType(), inQuality);
     if (made < 0) return made;
-    const RowsRef sourceRows = ViewOf<IVideoFrame2DPixelMemoryAccess>(source);
-    const RowsRef rows = ViewOf<IVideoFrame2DPixelMemoryAccess>(inDestination);
+    const RowsRef sourceRows = RequiredRows(source);
+    const RowsRef rows = RequiredRows(inDestination);
     const std::uint32_t field = inField == 0 ? 0 : 1;
     const std::int32_t sourceHeight = FieldHeight(source, sourceRows, field);
     const std::int32_t height = FieldHeight(inDestination, rows, field);
     Require(sourceHeight == height, "theSrcRect.Height() == theDestRect.Height()", kFile, __LINE__);
-    return StatusOf(SV_ScaleConvert(FieldData(sourceRows, field), sourceRows->GetFieldRowBytes(),
+    return StatusOf(SV_ScaleConvert(FieldData(sourceRows, field), FieldRowBytes(sourceRows),
                                     source->GetBounds().Width(), sourceHeight,
                                     RendererFormat(source), 0, FieldData(rows, field),
-                                    rows->GetFieldRowBytes(), inDestination->GetBounds().Width(),
-                                    height, RendererFormat(inDestination), 0, kFullQuality));
+                                    FieldRowBytes(rows), inDestination->GetBounds().Width(), height,
+                                    RendererFormat(inDestination), 0, kFullQuality));
 }
 
 void SwapFields(VideoFrameRef inSource, VideoFrameRef inDestination) {
@@ -200,7 +210,7 @@ void DeinterlaceVideoFrame(VideoFrameRef inFrame, std::int32_t inField) {
     const auto keptFirstRow =
         static_cast<std::int32_t>(view->GetFieldFirstRow(static_cast<std::uint32_t>(inField)));
     if (keptFirstRow >= bounds.Height()) return;
-    RebuildField({static_cast<std::byte*>(memory->GetData()), view->GetRowBytes(), bounds.Width(),
+    RebuildField({static_cast<std::byte*>(memory->GetData()), SignedRowBytes(view), bounds.Width(),
                   bounds.Height(), UsedRowBytes(inFrame, pixelSize), RendererFormat(inFrame)},
                  keptFirstRow);
     inFrame->SetFieldType(0);
@@ -225,7 +235,7 @@ void VerticalConvolve(VideoFrameRef inSource, VideoFrameRef inDestination) {
     const MemoryRef destination = ViewOf<IVideoFrameMemoryAccess>(inDestination);
     const auto rowsOf = [&](const MemoryRef& memory) {
         return Rows{static_cast<std::byte*>(memory->GetData()),
-                    view->GetRowBytes(),
+                    SignedRowBytes(view),
                     bounds.Width(),
                     bounds.Height(),
                     UsedRowBytes(inSource, pixelSize),

@@ -99,11 +99,18 @@ void DrawBars(const VideoFrameRef& inOutput, const Cell& inCell, const Cell& inP
 
 }  // namespace
 
+bool FillsCell(const VideoFrameRef& inSource, const Cell& inCell) {
+    if (inSource->IsRectNative({0, 0, inCell.width, inCell.height})) return true;
+    const Brix::Rect bounds = inSource->GetBounds();
+    constexpr std::int32_t kUnit = 1;  // whole units leave what is as wide as the cell
+    const Cell picture = FittedInto(inCell, bounds.Width(), bounds.Height(), kUnit);
+    return picture.width == inCell.width && picture.height == inCell.height;
+}
+
 void DrawFitted(const VideoFrameRef& inSource, const VideoFrameRef& inOutput, const Cell& inCell) {
     if (inCell.IsEmpty()) return;
     if (!inSource) return DrawBlack(inOutput, inCell);
-    if (inSource->IsRectNative({0, 0, inCell.width, inCell.height}))
-        return DrawScaled(inSource, inOutput, inCell);
+    if (FillsCell(inSource, inCell)) return DrawScaled(inSource, inOutput, inCell);
     const Brix::Rect bounds = inSource->GetBounds();
     const Cell picture =
         FittedInto(inCell, bounds.Width(), bounds.Height(), PixelsPerUnit(inOutput));

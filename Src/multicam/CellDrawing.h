@@ -29,6 +29,9 @@ std::int32_t PixelsPerUnit(const VideoFrameRef& inFrame);
 
 void DrawBlack(const VideoFrameRef& inOutput, const Cell& inCell);
 
+/// Whether the source, fitted into the cell, leaves no bars.
+bool FillsCell(const VideoFrameRef& inSource, const Cell& inCell);
+
 /// The source fitted into the cell between black bars, with the ratio of its sides in pixels kept.
 /// A null source is black.
 void DrawFitted(const VideoFrameRef& inSource, const VideoFrameRef& inOutput, const Cell& inCell);

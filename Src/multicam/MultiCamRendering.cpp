@@ -53,12 +53,16 @@ VideoFrameRef CreateOutput(const MultiCamRenderParams& inParams) {
     return VideoFrameRef(&*output);
 }
 
-/// A new output after inDraw, which takes a frame whose pixels can be addressed.
+enum class Coverage { kCells, kWholeOutput };
+
+/// A new output after inDraw. That takes a frame whose pixels can be addressed, unless it draws one
+/// picture over the whole output, which the renderer can do in any format.
 template <class Draw>
-VideoFrameRef Render(const MultiCamRenderParams& inParams, const Draw& inDraw) {
+VideoFrameRef Render(const MultiCamRenderParams& inParams, Coverage inCoverage,
+                     const Draw& inDraw) {
     const VideoFrameRef output = CreateOutput(inParams);
     if (!output) return nullptr;
-    if (HasAddressablePixels(output)) {
+    if (inCoverage == Coverage::kWholeOutput || HasAddressablePixels(output)) {
         inDraw(output);
         return output;
     }
@@ -119,7 +123,7 @@ VideoFrameRef RenderMulticam(const std::vector<VideoFrameRef>& inSources,
                              bool inUseAllProcessors) {
     const std::size_t count = std::min(inSources.size(), kMostSources);
     const bool hasSelection = inSelectedIndex < count;
-    return Render(inParams, [&](const VideoFrameRef& inOutput) {
+    return Render(inParams, Coverage::kCells, [&](const VideoFrameRef& inOutput) {
         const Layout layout(inOutput, inSideBySide);
         Tasks tasks;
         const auto add = [&](const VideoFrameRef& inSource, const Cell& inCell) {
@@ -168,9 +172,12 @@ VideoFrameRef RenderNonMulticam(const std::vector<VideoFrameRef>& inSources, boo
                                 const MultiCamRenderParams& inParams,
                                 tulocore::utility::Guid inGuid, bool inUseAllProcessors) {
     if (inSources.empty() || !inSources.front()) return BlankFrame(inParams, inGuid);
-    return Render(inParams, [&](const VideoFrameRef& inOutput) {
+    const Cell whole{0, 0, static_cast<std::int32_t>(inParams.width),
+                     static_cast<std::int32_t>(inParams.height)};
+    const bool isFilled = !inSideBySide && FillsCell(inSources.front(), whole);
+    const Coverage coverage = isFilled ? Coverage::kWholeOutput : Coverage::kCells;
+    return Render(inParams, coverage, [&](const VideoFrameRef& inOutput) {
         const Layout layout(inOutput, inSideBySide);
-        const Cell whole{0, 0, layout.width, layout.height};
         Tasks tasks;
         const auto add = [&](const Cell& inCell) {
             tasks.push_back(boost::bind(&DrawFitted, inSources.front(), inOutput, inCell));

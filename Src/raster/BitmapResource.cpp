@@ -114,12 +114,14 @@ ExpandLine FindExpansion(std::uint16_t inBitCount) {
     }
 }
 
-/// The lines that the bitmap holds, the first one into the record's first line in memory.
+/// The lines that the bitmap holds, the first one into the record's first line in memory. From 16
+/// bits of bytes on, lines are less far from each other than they are long.
 void ExpandLines(const Bitmap& inBitmap, ExpandLine inExpand, const TPix& outRecord) {
-    const std::int64_t lineBytes =
-        CalcRowBytes(static_cast<std::uint32_t>(inBitmap.width), inBitmap.header.biBitCount);
+    const std::int32_t bits = inBitmap.header.biBitCount;
+    const std::int64_t step = CalcRowBytes(static_cast<std::uint32_t>(inBitmap.width), bits);
+    const std::int64_t bytesRead = (std::int64_t{inBitmap.width} * bits + 7) / 8;
     for (std::int64_t y = 0; y < inBitmap.height; ++y) {
-        const std::uint8_t* const line = inBitmap.BitsAt(y * lineBytes, lineBytes);
+        const std::uint8_t* const line = inBitmap.BitsAt(y * step, bytesRead);
         if (!line) return;
         inExpand(line, inBitmap, outRecord.pixels + y * outRecord.rowbytes);
     }

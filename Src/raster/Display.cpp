@@ -17,7 +17,7 @@ int ExecDrawDib(const TPix* inRecord, HDC inContext, const tagRECT* inSourceRect
     header.biPlanes = 1;
     header.biBitCount = 32;
     header.biCompression = BI_RGB;
-    header.biSizeImage = static_cast<DWORD>(HeightOf(bounds) * inRecord->rowbytes);
+    header.biSizeImage = static_cast<DWORD>(std::int64_t{HeightOf(bounds)} * inRecord->rowbytes);
     DrawDibDraw(draw, inContext, inDestinationRect->left, inDestinationRect->top,
                 WidthOf(*inDestinationRect), HeightOf(*inDestinationRect), &header,
                 inRecord->pixels, inSourceRect->left, inSourceRect->top, WidthOf(*inSourceRect),
@@ -25,20 +25,27 @@ int ExecDrawDib(const TPix* inRecord, HDC inContext, const tagRECT* inSourceRect
     return DrawDibClose(draw);
 }
 
+namespace VF {
+namespace {
+
+tagRECT AtOrigin(const tagRECT& inRect) {
+    return {0, 0, WidthOf(inRect), HeightOf(inRect)};
+}
+
+}  // namespace
+}  // namespace VF
+
 int DoDrawDib(TPixHand inHandle, HDC inContext, const tagRECT* inSourceRect,
               const tagRECT* inDestinationRect) {
     using namespace VF;
     constexpr std::int32_t kMostWidth = 800;
     constexpr std::int32_t kMostHeight = 600;
-    tagRECT source = *inSourceRect;
-    tagRECT destination = *inDestinationRect;
-    const bool isScaled =
-        WidthOf(source) != WidthOf(destination) || HeightOf(source) != HeightOf(destination);
-    const bool isLarge = WidthOf(source) > kMostWidth || HeightOf(source) > kMostHeight;
+    const tagRECT source = AtOrigin(*inSourceRect);
+    const tagRECT destination = AtOrigin(*inDestinationRect);
+    const bool isScaled = source.right != destination.right || source.bottom != destination.bottom;
+    const bool isLarge = source.right > kMostWidth || source.bottom > kMostHeight;
     if (!isScaled || !isLarge)
         return ExecDrawDib(*inHandle, inContext, inSourceRect, inDestinationRect);
-    OffsetRect(&source, -source.left, -source.top);
-    OffsetRect(&destination, -destination.left, -destination.top);
     const TPixHand scaled = IsEmpty(destination) ? nullptr : tpixNew(&destination);
     if (!scaled) return ExecDrawDib(*inHandle, inContext, inSourceRect, inDestinationRect);
     tpixCopy(inHandle, scaled, &source, &destination, 0);

@@ -2,18 +2,26 @@
 #pragma once
 
 #include <algorithm>
+#include <limits>
 
 #include "VideoFrame/TPix.h"
 #include "raster/PixelLoops.h"
 
 namespace VF {
 
+/// From one side to the other, as far as 32 bits tell it.
+inline std::int32_t Distance(std::int32_t inFrom, std::int32_t inTo) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    return static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(std::int64_t{inTo} - inFrom, Limits::min(), Limits::max()));
+}
+
 inline std::int32_t WidthOf(const tagRECT& inRect) {
-    return inRect.right - inRect.left;
+    return Distance(inRect.left, inRect.right);
 }
 
 inline std::int32_t HeightOf(const tagRECT& inRect) {
-    return inRect.bottom - inRect.top;
+    return Distance(inRect.top, inRect.bottom);
 }
 
 inline bool IsEmpty(const tagRECT& inRect) {

@@ -33,68 +33,107 @@ class Reader {
     std::size_t left_;
 };
 
-/// Where a run goes, and how much of it.
-struct Room {
-    std::uint8_t* place;
-    std::size_t count;
-};
-
-/// Where decoding has come to.
+/// Where decoding has come to. Places count from the start of the output and run on from line to
+/// line, so that a line may be too long, or have no end.
 class Cursor {
   public:
-    explicit Cursor(const RleOutput& outLines) : lines_(outLines), place_(outLines.pixels) {}
+    explicit Cursor(const RleOutput& outLines) : lines_(outLines) { MoveTo(0); }
 
-    /// Room for a run, which is passed over then. False when it would leave the line, up to its
-    /// padding, or the picture. Padding is passed over, too, as encoders code it, but not written.
-    bool Take(std::size_t inCount, Room& outRoom) {
-        const auto count = static_cast<std::int64_t>(inCount);
-        if (y_ >= lines_.height || x_ + count > lines_.stride) return false;
-        const std::int64_t visible = std::clamp<std::int64_t>(lines_.width - x_, 0, count);
-        outRoom = {place_, static_cast<std::size_t>(visible)};
-        x_ += count;
-        place_ += count;
+    /// Passes over a run. Its parts in the picture are written with inWrite(pixels, offset in the
+    /// run, count); the padding of a line is passed over, too, but left alone. Like the others,
+    /// false when nothing that may follow would be in the picture.
+    template <class Write>
+    bool Pass(std::int64_t inCount, const Write& inWrite) {
+        if (inCount > visibleEnd_ - place_) {
+            // By value, so that the members of this one can stay in registers.
+            *this = PassedInParts(*this, inCount, inWrite);
+            return MayReturn();
+        }
+        inWrite(lines_.pixels + place_, 0, static_cast<std::size_t>(inCount));
+        place_ += inCount;
         return true;
     }
 
-    void NextLine() { MoveTo(0, y_ + 1); }
-
-    void MoveBy(std::uint8_t inX, std::uint8_t inY) { MoveTo(x_ + inX, y_ + inY); }
-
-  private:
-    void MoveTo(std::int64_t inX, std::int64_t inY) {
-        x_ = inX;
-        y_ = inY;
-        // Outside, nothing is written any more: the height is not reached from above again.
-        if (y_ < lines_.height && x_ <= lines_.stride)
-            place_ = lines_.pixels + y_ * lines_.stride + x_;
+    bool NextLine() {
+        lineStart_ = CodedLine() + lines_.stride;
+        MoveTo(lineStart_);
+        return MayReturn();
     }
 
-    const RleOutput& lines_;
-    std::uint8_t* place_;
-    std::int64_t x_ = 0;
-    std::int64_t y_ = 0;
+    bool MoveBy(std::uint8_t inX, std::uint8_t inY) {
+        const std::int64_t down = inY * lines_.stride;
+        lineStart_ += down;
+        MoveTo(place_ + down + inX);
+        return MayReturn();
+    }
+
+  private:
+    /// Where the coded line began, as far as 16 bits tell how far it has come.
+    std::int64_t CodedLine() const {
+        return place_ - static_cast<std::uint16_t>(place_ - lineStart_);
+    }
+
+    /// The end of a line goes back, but never further.
+    bool MayReturn() const { return CodedLine() < lines_.size; }
+
+    void MoveTo(std::int64_t inPlace) {
+        place_ = inPlace;
+        // The next line, which is the usual one, is found without a division.
+        const std::int64_t start =
+            inPlace == lineEnd_ ? inPlace : inPlace - inPlace % lines_.stride;
+        lineEnd_ = start + lines_.stride;
+        visibleEnd_ = std::min(start + lines_.width, lines_.size);
+    }
+
+    template <class Write>
+    static Cursor PassedInParts(Cursor inCursor, std::int64_t inCount, const Write& inWrite) {
+        for (std::int64_t done = 0; done < inCount;) {
+            const std::int64_t place = inCursor.place_;
+            const std::int64_t step = std::min(inCount - done, inCursor.lineEnd_ - place);
+            const std::int64_t visible = std::min(step, inCursor.visibleEnd_ - place);
+            if (visible > 0)
+                inWrite(inCursor.lines_.pixels + place, done, static_cast<std::size_t>(visible));
+            done += step;
+            inCursor.MoveTo(place + step);
+        }
+        return inCursor;
+    }
+
+    RleOutput lines_;
+    std::int64_t place_ = 0;
+    std::int64_t lineStart_ = 0;   ///< of the coded line
+    std::int64_t lineEnd_ = 0;     ///< of the line in memory that the place is in
+    std::int64_t visibleEnd_ = 0;  ///< where its pixels end
 };
 
 bool CopyAbsolute(std::size_t inCount, Reader& ioData, Cursor& ioCursor) {
     const std::uint8_t* const codes = ioData.Take(inCount);
-    Room room;
-    if (!codes || !ioCursor.Take(inCount, room)) return false;
-    std::memcpy(room.place, codes, room.count);
-    return inCount % 2 == 0 || ioData.Take(1);
+    if (!codes) return false;
+    const bool goesOn =
+        ioCursor.Pass(static_cast<std::int64_t>(inCount),
+                      [codes](std::uint8_t* pixels, std::int64_t offset, std::size_t count) {
+                          std::memcpy(pixels, codes + offset, count);
+                      });
+    return goesOn && (inCount % 2 == 0 || ioData.Take(1));
 }
 
-/// False at the end, and where decoding has to stop.
+bool Repeat(std::uint8_t inCode, std::size_t inCount, Cursor& ioCursor) {
+    return ioCursor.Pass(static_cast<std::int64_t>(inCount),
+                         [inCode](std::uint8_t* pixels, std::int64_t, std::size_t count) {
+                             std::memset(pixels, inCode, count);
+                         });
+}
+
+/// False at the end, and when nothing that may follow would be seen.
 bool Escape(std::uint8_t inCode, Reader& ioData, Cursor& ioCursor) {
     switch (inCode) {
         case kEndOfLine:
-            ioCursor.NextLine();
-            return true;
+            return ioCursor.NextLine();
         case kEndOfBitmap:
             return false;
         case kDelta: {
             const std::uint8_t* const distance = ioData.Take(2);
-            if (distance) ioCursor.MoveBy(distance[0], distance[1]);
-            return distance != nullptr;
+            return distance && ioCursor.MoveBy(distance[0], distance[1]);
         }
         default:
             return CopyAbsolute(inCode, ioData, ioCursor);
@@ -106,26 +145,21 @@ bool Escape(std::uint8_t inCode, Reader& ioData, Cursor& ioCursor) {
 RleOutput::RleOutput(const BITMAPINFOHEADER& inHeader, std::uint8_t* outPixels)
     : pixels(outPixels),
       width(inHeader.biWidth & 0xFFFF),
-      height(std::abs(std::int64_t{inHeader.biHeight})),
-      stride((width + 3) & 0xFFFC) {}
+      stride((width + 3) & 0xFFFC),
+      size(stride * std::abs(std::int64_t{inHeader.biHeight})) {}
 
 void RleOutput::LimitTo(std::size_t inBytes) {
-    const auto bytes = static_cast<std::int64_t>(
-        std::min<std::size_t>(inBytes, std::numeric_limits<std::int64_t>::max()));
-    height = stride == 0 ? 0 : std::min(height, bytes / stride);
+    if (inBytes < static_cast<std::size_t>(size)) size = static_cast<std::int64_t>(inBytes);
 }
 
 void ExpandRle8(RleData inData, const RleOutput& outLines) {
+    if (outLines.size == 0) return;
     Reader data(inData);
     Cursor cursor(outLines);
     while (const std::uint8_t* const pair = data.Take(2)) {
-        if (pair[0] == 0) {
-            if (!Escape(pair[1], data, cursor)) return;
-            continue;
-        }
-        Room room;
-        if (!cursor.Take(pair[0], room)) return;
-        std::memset(room.place, pair[1], room.count);
+        const bool goesOn =
+            pair[0] == 0 ? Escape(pair[1], data, cursor) : Repeat(pair[1], pair[0], cursor);
+        if (!goesOn) return;
     }
 }
 

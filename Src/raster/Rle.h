@@ -17,19 +17,20 @@ struct RleData {
 /// Where decoded lines go.
 struct RleOutput {
     /// As the header has it: the low 16 bits of its width, the size of its height, lines of whole
-    /// 32-bit words.
+    /// 32-bit words as far as 16 bits tell them.
     RleOutput(const BITMAPINFOHEADER& inHeader, std::uint8_t* outPixels);
 
-    /// The lines that fit that many bytes.
+    /// What fits that many bytes.
     void LimitTo(std::size_t inBytes);
 
     std::uint8_t* pixels;
     std::int64_t width;
-    std::int64_t height;
     std::int64_t stride;
+    std::int64_t size;  ///< bytes of all lines
 };
 
-/// Decodes until the end mark, the end of the data, or whatever would write outside of the output.
+/// Decodes until the end mark or the end of the data. What lies outside of the picture is passed
+/// over but not written.
 void ExpandRle8(RleData inData, const RleOutput& outLines);
 
 }  // namespace VF

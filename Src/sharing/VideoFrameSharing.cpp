@@ -33,6 +33,21 @@ std::int32_t CopyRowBytes(IVideoFrameMemoryAccess& inMemory, tulomediatypes::Pix
         SV_PixelFormatSize(inRendererFormat, inBounds.Width(), isWholeRow ? inBounds.Height() : 1));
 }
 
+// Rows of 10-bit 4:2:2 are whole units of 128 bytes, the last of which a picture need not fill.
+// What the renderer leaves alone in it is cleared, lest other processes see what the memory held.
+void ClearLastUnits(std::byte* outPixels, tulomediatypes::PixelFormat inFormat,
+                    const Brix::Rect& inBounds, std::int32_t inRowBytes) {
+    constexpr std::int32_t kUnitBytes = 128;
+    if (inFormat != tulomediatypes::kPixelFormat_V210_422_10u &&
+        inFormat != tulomediatypes::kPixelFormat_V210_422_10u_709) {
+        return;
+    }
+    if (inRowBytes < kUnitBytes) return;
+    for (std::int32_t row = 1; row <= inBounds.Height(); ++row) {
+        std::memset(outPixels + std::int64_t{row} * inRowBytes - kUnitBytes, 0, kUnitBytes);
+    }
+}
+
 }  // namespace
 
 int GetRequiredSharedMemorySizeForVideoFrame(VideoFrameRef inFrame, unsigned long long& outSize) {
@@ -76,10 +91,11 @@ int CopyVideoFrameIntoSharedMemoryBuffer(VideoFrameRef inFrame, void* outBuffer,
                                  .rowBytes = rowBytes,
                                  .contentRect = ToStored(inFrame->GetContentRect())});
 
+    std::byte* const pixels = static_cast<std::byte*>(outBuffer) + kFrameHeaderSize;
+    ClearLastUnits(pixels, format, bounds, rowBytes);
     const std::int32_t result =
-        SV_Convert(memory->GetData(), RendererRowBytes(memory, rows), rendererFormat,
-                   static_cast<std::byte*>(outBuffer) + kFrameHeaderSize, rowBytes, rendererFormat,
-                   bounds.Width(), bounds.Height(), kConvertMode);
+        SV_Convert(memory->GetData(), RendererRowBytes(memory, rows), rendererFormat, pixels,
+                   rowBytes, rendererFormat, bounds.Width(), bounds.Height(), kConvertMode);
     return result == 0 ? kSuccess : kFrameNotReadable;
 }
 
@@ -131,7 +147,6 @@ int WrapVideoFrameAroundBinaryReference(const BinaryReferencePtr& inReference, c
     try {
         outFrame = BinaryReferenceVideoFrame::Create(ReceivedBytes(inReference), inGuid);
     } catch (const std::bad_alloc&) {
-        return kGeneralFailure;
     }
     return outFrame ? kSuccess : kGeneralFailure;
 }
@@ -139,21 +154,17 @@ int WrapVideoFrameAroundBinaryReference(const BinaryReferencePtr& inReference, c
 int WrapCheckedBinaryReference(const BinaryReferencePtr& inReference, const Guid& inGuid,
                                VideoFrameRef& outFrame, const char** outFault) {
     outFrame = nullptr;
-    if (outFault) *outFault = nullptr;
-    ReceivedBytes bytes(inReference);
-    if (!bytes.Address()) return kGeneralFailure;
-    SharedFrameHeader header;
-    const char* const fault = TakeHeader(bytes.Address(), inReference->GetSize(), header);
-    if (fault) {
-        if (outFault) *outFault = fault;
-        return kFrameNotReadable;
-    }
+    const char* fault = nullptr;
     try {
-        outFrame = BinaryReferenceVideoFrame::Create(std::move(bytes), inGuid, header);
+        ReceivedBytes bytes(inReference);
+        SharedFrameHeader header;
+        if (bytes.Address()) fault = TakeHeader(bytes.Address(), inReference->GetSize(), header);
+        if (!fault) outFrame = BinaryReferenceVideoFrame::Create(std::move(bytes), inGuid, header);
     } catch (const std::bad_alloc&) {
-        return kGeneralFailure;
     }
-    return kSuccess;
+    if (outFault) *outFault = fault;
+    if (fault) return kFrameNotReadable;
+    return outFrame ? kSuccess : kGeneralFailure;
 }
 
 }  // namespace VF

@@ -10,28 +10,31 @@ using EffectWorld = BridgeTest;
 
 constexpr std::int32_t kWidth = 6;
 
-/// A plug-in's record, which is longer than what is written of it.
-struct World {
-    static constexpr std::size_t kBytes = 160;
-    static constexpr std::uint8_t kUntouched = 0xA5;
+GF_LayerDef Untouched() {
+    GF_LayerDef world;
+    std::memset(&world, 0xA5, sizeof world);
+    return world;
+}
 
-    alignas(8) std::uint8_t memory[kBytes];
-    GF_LayerDef& record = *reinterpret_cast<GF_LayerDef*>(memory);
+GF_LayerDef Expected(void* inPixels, std::int32_t inStride, std::int32_t inHeight,
+                     std::uint32_t inDepthFlags) {
+    GF_LayerDef world = Untouched();
+    world.spare0 = world.spare1 = world.spare2 = 0;
+    world.spare3 = 0;
+    world.depthFlags = inDepthFlags;
+    world.pixelData = static_cast<GF_Pixel*>(inPixels);
+    world.rowStride = inStride;
+    world.width = kWidth;
+    world.height = inHeight;
+    world.extent = {0, 0, kWidth, inHeight};
+    world.aspectNumerator = 16;
+    world.aspectDenominator = 15;
+    return world;
+}
 
-    World() { std::memset(memory, kUntouched, sizeof memory); }
-    World(const World&) = delete;
-    World& operator=(const World&) = delete;
-    std::vector<std::uint8_t> Written() const { return BytesAt(memory, sizeof memory); }
-
-    static Bytes Expected(const void* inPixels, std::int32_t inStride, std::int32_t inHeight,
-                          std::uint32_t inDepthFlags) {
-        Bytes bytes(kBytes, kUntouched);
-        bytes.Put(0, std::uint64_t{0}).Put(8, std::uint64_t{0}).Put(16, inDepthFlags);
-        bytes.Put(24, inPixels).Put(32, inStride).Put(36, kWidth).Put(40, inHeight);
-        bytes.Put(44, 0).Put(48, 0).Put(52, kWidth).Put(56, inHeight).Put(64, std::uint64_t{0});
-        return bytes.Put(88, 16).Put(92, 15).Put(116, 0);
-    }
-};
+void ExpectSame(const GF_LayerDef& inWorld, const GF_LayerDef& inExpected) {
+    EXPECT_EQ(BytesAt(&inWorld, sizeof inWorld), BytesAt(&inExpected, sizeof inExpected));
+}
 
 struct Case {
     std::uint32_t height;
@@ -61,16 +64,16 @@ TEST_F(EffectWorld, DescribesFramesAndTouchesNothingElse) {
         const VF::VideoFrameRef frame = MakeFrame(kWidth, one.height);
         frame->SetFieldType(one.frameFieldType);
         frame->SetPixelAspectRatio({16, 15});
-        World world;
-        VF::NewGF_WorldFromExistingVideoFrame(frame, world.record, one.asField, one.fieldType,
+        GF_LayerDef world = Untouched();
+        VF::NewGF_WorldFromExistingVideoFrame(frame, world, one.asField, one.fieldType,
                                               one.whichField);
-        EXPECT_EQ(world.Written(), World::Expected(Data(frame) + one.row * kRowBytes,
-                                                   one.stepRows * kRowBytes, one.rows, 0)
-                                       .Put(112, tulomediatypes::FourCC("bgra"))
-                                       .bytes_);
-        EXPECT_EQ(VF::GetGFWorldFrameMapping(world.record.pixelData),
+        GF_LayerDef expected =
+            Expected(Data(frame) + one.row * kRowBytes, one.stepRows * kRowBytes, one.rows, 0);
+        expected.pixelFormat = VF::BEToSDKPixelFormat(OV::kPixelFormat_BGRA_4444_8u);
+        ExpectSame(world, expected);
+        EXPECT_EQ(VF::GetGFWorldFrameMapping(world.pixelData),
                   Ask<VF::IVideoFrameMemoryAccess>(frame));
-        VF::DisposeGF_WorldFromVideoFrame(world.record.pixelData);
+        VF::DisposeGF_WorldFromVideoFrame(world.pixelData);
     }
 }
 
@@ -79,48 +82,18 @@ TEST_F(EffectWorld, MakesFramesThatRunUpwards) {
          {std::tuple{OV::kPixelFormat_BGRA_4444_8u, 4, 0U},
           {OV::kPixelFormat_BGRA_4444_16u, 8, 1U},
           {OV::kPixelFormat_BGRA_4444_32f, 16, 0U}}) {
-        World world;
-        ASSERT_TRUE(VF::NewGF_WorldWithNewVideoFrame(kWidth, 5, format, {16, 15}, world.record));
-        GF_Pixel* const pixels = world.record.pixelData;
+        GF_LayerDef world = Untouched();
+        ASSERT_TRUE(VF::NewGF_WorldWithNewVideoFrame(kWidth, 5, format, {16, 15}, world));
+        GF_Pixel* const pixels = world.pixelData;
         EXPECT_EQ(VF::GetGFWorldFrameMapping(pixels)->GetData(), static_cast<void*>(pixels));
-        EXPECT_EQ(world.Written(),
-                  World::Expected(pixels, kWidth * pixelBytes, 5, depthFlags).bytes_);
+        ExpectSame(world, Expected(pixels, kWidth * pixelBytes, 5, depthFlags));
         EXPECT_EQ(VF::GetGFWorldVideoFramePixelType(pixels), format);
         VF::DisposeGF_WorldFromVideoFrame(pixels);
     }
 }
 
-TEST_F(EffectWorld, HoldsTheFrameOnce) {
-    const Brix::MemoryRecycler::Pointer recycler;
-    VF::VideoFrameRef frame = MakeFrame(100, 100);
-    GF_LayerDef one, same;
-    VF::NewGF_WorldFromExistingVideoFrame(frame, one, false, 0, 0);
-    VF::NewGF_WorldFromExistingVideoFrame(frame, same, true, 0, 0);
-    EXPECT_EQ(one.pixelData, same.pixelData);
-    EXPECT_EQ(VF::EffectWorldFrameMap().Frames().size(), 1U);
-    frame = nullptr;
-    const std::size_t kept = recycler->KeptBytes();
-    VF::DisposeGF_WorldFromVideoFrame(one.pixelData);
-    EXPECT_GT(recycler->KeptBytes(), kept);
-    VF::DisposeGF_WorldFromVideoFrame(one.pixelData);  // unknown by now
-}
-
-TEST_F(EffectWorld, AnswersForUnknownWorlds) {
-    auto* const nowhere = reinterpret_cast<GF_Pixel*>(0x40);
-    auto format = OV::kPixelFormat_Invalid;
-    EXPECT_FALSE(VF::GetGFWorldVideoFramePixelType(nowhere, OV::kPixelFormat_VUYA_4444_8u, format));
-    EXPECT_EQ(format, OV::kPixelFormat_VUYA_4444_8u);
-    EXPECT_EQ(VF::GetGFWorldVideoFramePixelType(nowhere), OV::kPixelFormat_BGRA_4444_8u);
-    EXPECT_EQ(VF::EffectWorldFrameMap().Frames().size(), 0U);
-    EXPECT_FALSE(VF::GetGFWorldFrameMapping(nowhere));
-    EXPECT_EQ(VF::EffectWorldFrameMap().Frames().size(), 1U);
-    EXPECT_FALSE(VF::GetGFWorldVideoFramePixelType(nowhere, OV::kPixelFormat_VUYA_4444_8u, format));
-    VF::DisposeGF_WorldFromVideoFrame(nowhere);
-}
-
 TEST_F(EffectWorld, BreaksContractsAndLeavesTheWorldAlone) {
-    World untouched;
-    GF_LayerDef& world = untouched.record;
+    GF_LayerDef world = Untouched();
     FrameWithoutMemory bare;
     const auto expect = [](const char* inCondition, auto inCall) {
         ExpectBroken(inCondition, "EffectWorld", 0, inCall);
@@ -137,10 +110,12 @@ TEST_F(EffectWorld, BreaksContractsAndLeavesTheWorldAlone) {
     // clang-format on
     EXPECT_THROW(describe(nullptr), Brix::NullInterfaceException);
 
+    EXPECT_FALSE(VF::NewGF_WorldWithNewVideoFrame(0x7FFFFFFF, 0x7FFFFFFF,
+                                                  OV::kPixelFormat_BGRA_4444_8u, {1, 1}, world));
     const WithoutMemory none;
     EXPECT_FALSE(
         VF::NewGF_WorldWithNewVideoFrame(900, 900, OV::kPixelFormat_BGRA_4444_8u, {1, 1}, world));
-    EXPECT_EQ(untouched.Written(), World().Written());
+    ExpectSame(world, Untouched());
 }
 
 }  // namespace

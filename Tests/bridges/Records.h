@@ -17,20 +17,6 @@ constexpr tagRECT Bounds(std::int32_t inWidth, std::int32_t inHeight) {
     return {0, 0, inWidth, inHeight};
 }
 
-/// Bytes of a record or world, put together field by field.
-class Bytes {
-  public:
-    Bytes(std::size_t inSize, std::uint8_t inFill) : bytes_(inSize, inFill) {}
-
-    template <class Value>
-    Bytes& Put(std::size_t inOffset, Value inValue) {
-        std::memcpy(bytes_.data() + inOffset, &inValue, sizeof inValue);
-        return *this;
-    }
-
-    std::vector<std::uint8_t> bytes_;
-};
-
 inline std::vector<std::uint8_t> BytesAt(const void* inStart, std::size_t inSize) {
     const auto* const start = static_cast<const std::uint8_t*>(inStart);
     return {start, start + inSize};

@@ -8,11 +8,7 @@ namespace {
 using TPixRecord = BridgeTest;
 
 TEST_F(TPixRecord, RowsOfEveryDepth) {
-    struct Case {
-        std::uint32_t width;
-        std::int32_t depth;
-        std::uint32_t bytes;
-    };
+    using Case = std::tuple<std::uint32_t, std::int32_t, std::uint32_t>;
     // clang-format off
     for (const auto& [width, depth, bytes] : std::initializer_list<Case>{
              {5, 1, 4}, {33, 1, 8}, {3, 4, 4}, {9, 4, 8}, {5, 8, 8}, {4, 8, 4}, {3, 16, 8},
@@ -60,20 +56,6 @@ TEST_F(TPixRecord, ReadsPixelsAndFillsAlpha) {
     EXPECT_EQ(tpixGetRowbytes(&master), 12);
     EXPECT_EQ(tpixGetPixels(&master), lines);
     EXPECT_EQ(tpixLockPixels(&master) + tpixUnlockPixels(&master), 0);
-}
-
-TEST_F(TPixRecord, DescribesTheScreen) {
-    struct Case {
-        win32::Screen screen;
-        int colours, depth;
-    };
-    for (const auto& [screen, colours, depth] : std::initializer_list<Case>{
-             {{}, -1, 32}, {{8, 1, 256}, 256, 8}, {{1, 4, 0}, 16, 4}, {{8, 1, 0}, 256, 8}}) {
-        win32::SetScreen(screen);
-        EXPECT_EQ(GetScreenColors(), colours);
-        EXPECT_EQ(GetScreenDepth(), depth);
-    }
-    win32::SetScreen({});
 }
 
 }  // namespace

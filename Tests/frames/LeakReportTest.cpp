@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <locale>
+#include <string>
 
 #include "frames/RawFrame.h"
 #include "frames/VideoFrameUtilities.h"
@@ -12,22 +13,20 @@ namespace {
 constexpr auto Handle = [](std::uintptr_t address) { return reinterpret_cast<TPixHand>(address); };
 constexpr auto World = [](std::uintptr_t address) { return reinterpret_cast<GF_Pixel*>(address); };
 
-// What the report writes, with the thread's number taken off each line.
+// What the report writes.
 std::string Report() {
     std::string lines;
     const auto before =
         tulocore::debug::SetTraceSink([&](std::string_view inLine) { lines += inLine; });
     VF::ReportAndForgetLeaks();
     tulocore::debug::SetTraceSink(before);
-    const std::string thread = "<" + std::to_string(tulocore::threads::GetCurrentThreadID()) + "> ";
-    std::string text;
-    std::istringstream stream(lines);
-    for (std::string line; std::getline(stream, line);) {
-        EXPECT_EQ(line.substr(0, thread.size()), thread);
-        text += line.substr(thread.size()) + "\n";
-    }
-    return text;
+    return lines;
 }
+
+// A locale of a host, which writes numbers in groups of three digits.
+struct Grouping : std::numpunct<char> {
+    std::string do_grouping() const override { return "\3"; }
+};
 
 class LeakReport : public testing::Test {
   protected:
@@ -43,41 +42,37 @@ class LeakReport : public testing::Test {
 TEST_F(LeakReport, LinesInOrderOfTheHandlesEmptyEntriesCounted) {
     const auto raw = VF::RawFrame::Create();
     ASSERT_EQ(raw->AllocateMemory(1000, 16), 0);
+    const auto before = std::locale::global(std::locale(std::locale(), new Grouping));
     VF::RegisterTPixFrame(Handle(0x1F3A0), support::MakeFrame(720, 480));
     VF::RegisterTPixFrame(Handle(0xABC), raw);
     VF::TPixFrameMap().Find(Handle(0x10));  // as a lookup leaves it behind
     VF::RegisterEffectWorldFrame(World(0x20), support::MakeFrame(8, 8));
     VF::RegisterEffectWorldFrame(World(0x30), raw);
-    EXPECT_EQ(Report(),
-              "<TPix> <0> 3 TPix frames were leaked at shutdown!\r\n"
-              "<TPix> <0> <Leaked Video frame,0xabc> data size:1000\r\n"
-              "<TPix> <0> <Leaked Video frame,0x1f3a0> row bytes:2880, data size:1382400\r\n"
-              "<TPix> <0> 2 GFWorlds were leaked at shutdown!\r\n");
+    const std::string start =
+        "<" + std::to_string(tulocore::threads::GetCurrentThreadID()) + "> <TPix> <0> ";
+    EXPECT_EQ(Report(), start + "3 TPix frames were leaked at shutdown!\r\n" + start +
+                            "<Leaked Video frame,0xabc> data size:1000\r\n" + start +
+                            "<Leaked Video frame,0x1f3a0> row bytes:2880, data size:1382400\r\n" +
+                            start + "2 GFWorlds were leaked at shutdown!\r\n");
+    std::locale::global(before);
     EXPECT_TRUE(VF::TPixFrameMap().Frames().empty());
     EXPECT_TRUE(VF::EffectWorldFrameMap().Frames().empty());
     EXPECT_EQ(Report(), "");
 }
 
-TEST_F(LeakReport, FramesAreLetGoEvenWhenTracingIsOff) {
+TEST_F(LeakReport, FramesAreLetGoWhenReplacedAndWhenTracingIsOff) {
     tulocore::debug::SetTraceEnabled("TPix", false);
     const Brix::MemoryRecycler::Pointer recycler;
     VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(100, 100));
     VF::RegisterEffectWorldFrame(World(0x10), support::MakeFrame(100, 100));
     EXPECT_EQ(recycler->KeptBytes(), 0U);
+    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(200, 200));
+    EXPECT_GE(recycler->KeptBytes(), 40000U);
     EXPECT_EQ(Report(), "");
-    EXPECT_GE(recycler->KeptBytes(), 80000U);
+    EXPECT_GE(recycler->KeptBytes(), 240000U);
     VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(1, 1));
     tulocore::debug::SetTraceEnabled("TPix", true);
     EXPECT_NE(Report(), "");
-}
-
-TEST_F(LeakReport, RegisteringAgainReplacesTheFrame) {
-    const Brix::MemoryRecycler::Pointer recycler;
-    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(100, 100));
-    EXPECT_EQ(recycler->KeptBytes(), 0U);
-    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(200, 200));
-    EXPECT_GT(recycler->KeptBytes(), 0U);
-    EXPECT_EQ(VF::TPixFrameMap().Frames().size(), 1U);
 }
 
 TEST_F(LeakReport, NullFramesBreakTheContract) {

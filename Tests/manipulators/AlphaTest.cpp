@@ -1,49 +1,39 @@
-#include <limits>
-#include <random>
 
 #include "Patterns.h"
 
 namespace manipulators_test {
 namespace {
 
+// Pixels also where the runs begin and end in which pixels are looked at.
 TEST(AlphaBounds, HoldEveryCoveredPixel) {
-    std::mt19937 random(3);
-    Brix::Rect bounds;
-    for (int round = 0; round < 60; ++round) {
-        const std::int32_t width = round % 2 == 0 ? 700 : 40;
-        const Canvas canvas = PaintPlain(width, 9);
-        Brix::Rect expected{width, 9, 0, 0};
-        for (int i = 0; i < 1 + round % 4; ++i) {
-            // The first one also where a run of pixels begins.
-            const auto x =
-                static_cast<std::int32_t>((i == 0 ? 64 * static_cast<unsigned>(round) : random()) %
-                                          static_cast<unsigned>(width));
-            const auto y = static_cast<std::int32_t>(random() % 9);
-            canvas.Set(x, y, {0, 0, 0, i == 0 ? std::uint8_t{1} : std::uint8_t{255}});
-            expected = {std::min(expected.left, x), std::min(expected.top, y),
-                        std::max(expected.right, x + 1), std::max(expected.bottom, y + 1)};
+    constexpr std::int32_t kWidth = 700;
+    for (const std::int32_t left : {0, 1, 187, 188, 255, 256, 257, 443, 444, 511, 512, 698, 699}) {
+        for (const std::int32_t right : {0, 100, 188, 256, 443, 512, 699}) {
+            const Canvas canvas = PaintPlain(kWidth, 9);
+            canvas.Set(left, 7, {0, 0, 0, 1});
+            canvas.Set(right, 7, {0, 0, 0, 255});
+            canvas.Set(350, 2, {0, 0, 0, 255});
+            Brix::Rect bounds;
+            CalculateAlphaBounds(canvas.frame, bounds);
+            const auto [first, last] = std::minmax({left, right, 350});
+            EXPECT_EQ(bounds, (Brix::Rect{first, 2, last + 1, 8}));
         }
-        CalculateAlphaBounds(canvas.frame, bounds);
-        ASSERT_EQ(bounds, expected) << round;
     }
 }
 
 TEST(AlphaBounds, KnowTheAlphaOfEachFormat) {
     using namespace tulomediatypes;
-    constexpr Brix::Rect kNone{};
-    constexpr Brix::Rect kPixel{1, 0, 2, 1};
-    constexpr Brix::Rect kAll{0, 0, 4, 2};
-    constexpr float kNotANumber = std::numeric_limits<float>::quiet_NaN();
-    const auto bitsOf = [](float value) { return std::bit_cast<std::uint32_t>(value); };
+    constexpr Brix::Rect kNone{}, kPixel{1, 0, 2, 1}, kAll{0, 0, 4, 2};
     // Bytes at the end of the pixel at (1, 0), and what is in them.
     const std::tuple<PixelFormat, std::uint32_t, std::uint64_t, Brix::Rect> kCases[] = {
         {kPixelFormat_VUYA_4444_8u, 4, 0x01000000, kPixel},
         {kPixelFormat_VUYA_4444_8u_709, 4, 0x00FFFFFF, kNone},
         {kPixelFormat_BGRA_4444_16u, 8, 0x0001000000000000, kPixel},
         {kPixelFormat_VUYA_4444_16u, 8, 0x0000FFFFFFFFFFFF, kNone},
-        {kPixelFormat_BGRA_4444_32f, 4, bitsOf(-0.5f), kPixel},
-        {kPixelFormat_VUYA_4444_32f, 4, bitsOf(kNotANumber), kPixel},
-        {kPixelFormat_VUYA_4444_32f_709, 4, bitsOf(-0.0f), kNone},
+        // -0.5, not a number, -0
+        {kPixelFormat_BGRA_4444_32f, 4, 0xBF000000, kPixel},
+        {kPixelFormat_VUYA_4444_32f, 4, 0x7FC00000, kPixel},
+        {kPixelFormat_VUYA_4444_32f_709, 4, 0x80000000, kNone},
         {kPixelFormat_ARGB_4444_8u, 4, 0, kAll},
         {kPixelFormat_BGRA_4444_15u, 8, 0, kAll},
         {kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601, 0, 0, kAll},
@@ -72,7 +62,7 @@ TEST(Alpha, IsInvertedOrMadeOpaqueWhereItCounts) {
             return pixel;
         };
     };
-    const Canvas canvas = Paint(6, 3, withAlpha(0, 40));
+    const Canvas canvas = Paint(3, 6, withAlpha(0, 40));
     InvertAlpha(canvas.frame);
     ExpectPixels(canvas, withAlpha(255, -40));
     OpaqueAlpha(canvas.frame);
@@ -81,16 +71,12 @@ TEST(Alpha, IsInvertedOrMadeOpaqueWhereItCounts) {
     InvertAlpha(canvas.frame);
     ExpectPixels(canvas, PatternAt);
 
-    const Canvas ignored{MakeFrame(6, 3, tulomediatypes::kPixelFormat_BGRX_4444_8u)};
+    const Canvas ignored{MakeFrame(3, 6, tulomediatypes::kPixelFormat_BGRX_4444_8u)};
     std::memset(Data(ignored.frame), 7, 72);
     InvertAlpha(ignored.frame);
     OpaqueAlpha(ignored.frame);
     ExpectPixels(ignored, [](std::int32_t, std::int32_t) { return Pixel{7, 7, 7, 7}; });
     EXPECT_EQ(ignored.frame->GetAlphaType(), 1u);
-    canvas.frame->SetReadOnly(true);
-    for (const auto call : {InvertAlpha, OpaqueAlpha}) {
-        ExpectBroken("inDestFrame->GetReadOnly() == false", kFile, 0, [&] { call(canvas.frame); });
-    }
 }
 
 }  // namespace

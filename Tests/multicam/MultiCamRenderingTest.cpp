@@ -209,6 +209,26 @@ TEST(RenderNonMulticam, FitsTheFirstSource) {
     }
 }
 
+// In formats that nothing can be drawn in, too: there is no other road than the direct one.
+TEST(RenderNonMulticam, TakesWhatFillsItAsItIs) {
+    using namespace tulomediatypes;
+    const VF::VideoFrameRef smaller = Sources({{36, 24}}).front();
+    for (const PixelFormat format : {kPixelFormat_V210_422_10u, kPixelFormat_NTSCDV25,
+                                     kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601}) {
+        const VF::VideoFrameRef same = MakeFrame(720, 480, format);
+        const VF::VideoFrameRef scaled = MakeFrame(720, 480, format);
+        const auto size = Ask<VF::IVideoFrameMemoryAccess>(same)->GetDataSize();
+        for (std::size_t i = 0; i < size; ++i)
+            Data(same)[i] = static_cast<std::byte>(i % 63);
+        ASSERT_EQ(VF::VideoFrameManipulators::CopyFrame(smaller, scaled, 2), 0);
+        for (const auto& [source, expected] : {std::pair{same, same}, {smaller, scaled}}) {
+            const VF::VideoFrameRef output =
+                VF::RenderNonMulticam({source}, false, Params(720, 480, 1, format), {}, false);
+            EXPECT_EQ(std::memcmp(Data(output), Data(expected), size), 0) << format.code;
+        }
+    }
+}
+
 TEST(RenderNonMulticam, KeepsItsBlankFrameInTheCache) {
     const SharedFolder folder;
     const RecordingMediaManager manager;
@@ -273,19 +293,18 @@ struct ParamsCase {
     std::uint32_t width, height;
     double scale;
     bool isSelected, isSideBySide;
-    std::uint32_t expectedWidth, expectedHeight;
     double expectedScale;
-    std::uint32_t expectedFullWidth, expectedFullHeight;
+    std::array<std::uint32_t, 4> expectedSizes;  // then at scale 1
 } constexpr kParamsCases[] = {
-    {1920, 1080, 1, false, false, 960, 540, 0.5, 1920, 1080},
-    {1920, 1080, 1, false, true, 480, 540, 0.5, 960, 1080},
-    {1920, 1080, 1, true, true, 960, 1080, 1, 960, 1080},
-    {1920, 1080, 1, true, false, 960, 540, 0.5, 1920, 1080},
-    {1922, 1081, 0.75, false, false, 961, 540, 0.375, 2562, 1440},
-    {1922, 1081, 0.75, false, true, 480, 540, 0.375, 1280, 1440},
-    {640, 480, 0, true, true, 320, 480, 0, 0xFFFFFFFF, 0xFFFFFFFF},
-    {640, 480, -1, false, false, 320, 240, -0.5, 0, 0},
-    {1, 1, 0, false, false, 0, 0, 0, 0, 0}};
+    {1920, 1080, 1, false, false, 0.5, {960, 540, 1920, 1080}},
+    {1920, 1080, 1, false, true, 0.5, {480, 540, 960, 1080}},
+    {1920, 1080, 1, true, true, 1, {960, 1080, 960, 1080}},
+    {1920, 1080, 1, true, false, 0.5, {960, 540, 1920, 1080}},
+    {1922, 1081, 0.75, false, false, 0.375, {961, 540, 2562, 1440}},
+    {1922, 1081, 0.75, false, true, 0.375, {480, 540, 1280, 1440}},
+    {640, 480, 0, true, true, 0, {320, 480, 0xFFFFFFFF, 0xFFFFFFFF}},
+    {640, 480, -1, false, false, -0.5, {320, 240, 0, 0}},
+    {1, 1, 0, false, false, 0, {0, 0, 0, 0}}};
 // clang-format on
 
 TEST(MultiCamRenderParams, AreDerivedForCells) {
@@ -295,12 +314,11 @@ TEST(MultiCamRenderParams, AreDerivedForCells) {
         const auto derived = one.isSelected ? VF::SelectedRenderParams(params, one.isSideBySide)
                                             : VF::UnSelectedRenderParams(params, one.isSideBySide);
         SCOPED_TRACE(&one - kParamsCases);
-        EXPECT_EQ(derived.width, one.expectedWidth);
-        EXPECT_EQ(derived.height, one.expectedHeight);
-        EXPECT_EQ(derived.scaleX, one.expectedScale);
-        EXPECT_EQ(derived.scaleY, one.expectedScale);
-        EXPECT_EQ(derived.fullWidth, one.expectedFullWidth);
-        EXPECT_EQ(derived.fullHeight, one.expectedFullHeight);
+        EXPECT_EQ(
+            (std::array{derived.width, derived.height, derived.fullWidth, derived.fullHeight}),
+            one.expectedSizes);
+        EXPECT_EQ((std::array{derived.scaleX, derived.scaleY}),
+                  (std::array{one.expectedScale, one.expectedScale}));
         EXPECT_EQ(derived.fullPixelAspectRatio.denominator, 11U);
         EXPECT_EQ(derived.pixelFormat, params.pixelFormat);
         EXPECT_EQ((std::array{derived.settingA, derived.settingB, derived.settingC}),

@@ -127,6 +127,8 @@ TEST_F(BitmapResource, BadBitmaps) {
         ASSERT_EQ(handle != nullptr, length >= 54) << length;
         EXPECT_EQ(handle ? tpixGetPixel(handle.get(), 3, 0) : 0U, 0U);
     }
+    // Fewer bytes than the line, which is more of them than 16 bits tell.
+    EXPECT_EQ(tpixGetPixel(Load(SmallBitmap(21846, 1, 4, 24)).get(), 0, 0), 0U);
     EXPECT_TRUE(Load(SmallBitmap(4, 1, 60000)));  // more colours than there are bytes
     EXPECT_TRUE(Load(SmallBitmap(4, 1, 2)));      // codes beyond the colours
     EXPECT_TRUE(Load(SmallBitmap(4, 1, 4, 16)));  // a depth that is not read

@@ -221,37 +221,6 @@ TEST_F(CopyPix, MaskedCopiesOfPartsOfPictures) {
     }
 }
 
-// Every byte of a source against every byte of a destination, with and without rounding.
-TEST_F(CopyPix, BothBlendTables) {
-    LocalRecord source(256, 256, 0, random_);
-    LocalRecord destination = source;
-    for (std::int32_t i = 0; i < 256 * 256; ++i) {
-        const auto s = static_cast<std::uint8_t>(i % 256), d = static_cast<std::uint8_t>(i / 256);
-        source.Set(i % 256, i / 256, {s, s, s, s});
-        destination.Set(i % 256, i / 256, {d, d, d, d});
-    }
-    const tagRECT all = {0, 0, 256, 256};
-    const std::vector<std::uint8_t> bits(32 * 256, 0xFF);
-    const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, bits.size());
-    std::memcpy(GlobalLock(block), bits.data(), bits.size());
-    for (const int opacity : {1, 2, 100, 127, 128, 253, 254}) {
-        const auto mode = static_cast<std::uint16_t>(kCopyWithOpacity | opacity);
-        for (const int rounding : {0, 127}) {
-            LocalRecord actual = destination, expected = destination;
-            CopyByTheRules(
-                source, expected, {all, all, Masking::Bits, opacity},
-                [](std::int32_t, std::int32_t) { return 255; }, rounding);
-            if (rounding == 0)
-                CopyMaskTPix(source.Record(), actual.Record(), &all, &all, mode, bits.data());
-            else
-                MyCopyPix(source.Record(), actual.Record(), &all, &all, mode | kCopyMaskIs1Bit,
-                          block);
-            ExpectSame(actual, expected, 0);
-        }
-    }
-    GlobalFree(block);
-}
-
 // What hangs out is taken off the other rectangle in proportion.
 TEST_F(CopyPix, ScaledRectanglesAreCutInProportion) {
     struct Case {

@@ -1,5 +1,4 @@
 #include <functional>
-#include <numeric>
 
 #include "Pictures.h"
 
@@ -84,18 +83,6 @@ TEST_F(DepthConversion, EveryWidth) {
     for (const Conversion& conversion : kConversions) {
         for (std::size_t width = 1; width <= 140; ++width)
             ExpectConverts(conversion, width, random_);
-    }
-}
-
-TEST_F(DepthConversion, EveryWord) {
-    std::vector<std::uint16_t> words(65536), back(65536);
-    std::iota(words.begin(), words.end(), std::uint16_t{0});
-    std::vector<std::uint32_t> pixels(65536);
-    DepthCon16To32(words.data(), pixels.data(), 65536, 1, 0, 0);
-    DepthCon32To16(pixels.data(), back.data(), 65536, 1, 0, 0);
-    for (std::uint32_t word = 0; word < 65536; ++word) {
-        ASSERT_EQ(pixels[word], From16(word));
-        ASSERT_EQ(back[word], word & 0x7FFF);
     }
 }
 

@@ -90,6 +90,12 @@ TEST_F(Display, BadInput) {
     EXPECT_NE(DoDrawDib(record.Handle(), screen.Context(), &from, &to), 0);
     hoardex::FailAllocationsAfter(-1);
     EXPECT_NE(screen.At(0, 0), Pixel{});
+    // Nor is there a record for rectangles like these.
+    constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+    for (const tagRECT& huge :
+         {tagRECT{0, 0, kMost, kMost}, {-kMost - 1, -kMost - 1, kMost, kMost}})
+        EXPECT_NE(DoDrawDib(record.Handle(), screen.Context(), &from, &huge), 0);
+    EXPECT_EQ(screen.At(7, 7), record.At(0, 0));
     win32::FailAllocationsAfter(0);
     EXPECT_EQ(ExecDrawDib(record.Record(), screen.Context(), &from, &to), 0);
     win32::FailAllocationsAfter(-1);

@@ -175,18 +175,5 @@ TEST_F(Polygons, BadInputDrawsNothing) {
     EXPECT_EQ(actual.Memory(), background_.Memory());
 }
 
-TEST_F(Polygons, MillionsOfPoints) {
-    Points points(2'000'000);
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        const float angle = 2 * kPi * static_cast<float>(i) / static_cast<float>(points.size());
-        points[i] = {30 + 15 * std::cos(angle), 20 + 15 * std::sin(angle)};
-    }
-    ExpectFills(points, false, [](double x, double y) -> std::optional<bool> {
-        const double distance = std::hypot(x - 30, y - 20);
-        if (std::abs(distance - 15) < 0.01) return std::nullopt;
-        return distance < 15;
-    });
-}
-
 }  // namespace
 }  // namespace raster_test

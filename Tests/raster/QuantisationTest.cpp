@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <list>
-#include <memory>
 
 #include "Pictures.h"
 
@@ -10,8 +9,6 @@ namespace raster_test {
 namespace {
 
 using Counts = std::vector<std::uint32_t>;
-using Bytes = std::vector<std::uint8_t>;
-
 constexpr std::size_t kCells = 32768;
 
 // ---------------------------------------------------------------------------------------------
@@ -61,69 +58,65 @@ class NaiveQuantiser {
     }
 
     std::uint32_t ColourOf(const NaiveBox& inBox) const {
-        std::uint32_t sums[3] = {};
-        std::uint32_t total = 0;
-        ForCells(inBox, [&](std::size_t cell, const int* place) {
-            for (int axis = 0; axis < 3; ++axis)
-                sums[axis] += counts_[cell] * static_cast<std::uint32_t>(place[axis]);
-            total += counts_[cell];
-        });
         std::uint32_t colour = 0;
-        for (int axis = 0; axis < 3 && total != 0; ++axis)
-            colour |= (((sums[axis] + total / 2) * 255 / total / 32) & 255) << (8 * axis);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const auto [total, sum, squares] = Sums(Marginals(inBox)[axis]);
+            if (total != 0) colour |= ((sum + total / 2) * 255 / total / 32 & 255) << (8 * axis);
+        }
         return colour;
     }
 
   private:
-    std::uint32_t Marginal(const NaiveBox& inBox, int inAxis, int inPlace) const {
-        std::uint32_t sum = 0;
+    /// Of every axis, what each place on it counts.
+    using Axes = std::array<std::array<std::uint32_t, 32>, 3>;
+
+    Axes Marginals(const NaiveBox& inBox) const {
+        Axes axes{};
         ForCells(inBox, [&](std::size_t cell, const int* place) {
-            if (place[inAxis] == inPlace) sum += counts_[cell];
+            for (std::size_t axis = 0; axis < 3; ++axis)
+                axes[axis][static_cast<std::size_t>(place[axis])] += counts_[cell];
         });
-        return sum;
+        return axes;
+    }
+
+    /// Of the counts, of the places, of their squares.
+    static std::array<std::uint32_t, 3> Sums(const Axes::value_type& inCounts) {
+        std::array<std::uint32_t, 3> sums{};
+        for (std::uint32_t i = 0; i < 32; ++i) {
+            sums[0] += inCounts[i];
+            sums[1] += inCounts[i] * i;
+            sums[2] += inCounts[i] * i * i;
+        }
+        return sums;
     }
 
     void Measure(NaiveBox& ioBox) const {
-        std::uint32_t total = 0;
-        std::uint32_t error = 0;
-        ForCells(ioBox, [&](std::size_t cell, const int*) { total += counts_[cell]; });
-        for (int axis = 0; axis < 3 && total != 0; ++axis) {
-            std::uint32_t s1 = 0;
-            std::uint32_t s2 = 0;
-            ForCells(ioBox, [&](std::size_t cell, const int* place) {
-                const auto at = static_cast<std::uint32_t>(place[axis]);
-                s1 += counts_[cell] * at;
-                s2 += counts_[cell] * at * at;
-            });
-            error += s2 - (s1 / total) * s1 - ((s1 % total) * s1) / total;
+        ioBox.priority = 0;
+        for (const auto& counts : Marginals(ioBox)) {
+            const auto [total, s1, s2] = Sums(counts);
+            ioBox.count = static_cast<std::int32_t>(total);
+            if (total == 0) continue;
+            ioBox.priority +=
+                static_cast<std::int32_t>(s2 - (s1 / total) * s1 - ((s1 % total) * s1) / total);
         }
-        ioBox.count = static_cast<std::int32_t>(total);
-        ioBox.priority = static_cast<std::int32_t>(error);
     }
 
     void Split() {
         NaiveBox lower = boxes_.front();
         boxes_.pop_front();
+        const Axes axes = Marginals(lower);
         double best = 0;
-        int bestAxis = 0;
+        std::size_t bestAxis = 0;
         int bestPlace = 0;
-        for (int axis = 0; axis < 3; ++axis) {
-            std::vector<double> counts;
-            double total = 0;
-            double sum = 0;
-            for (int i = lower.min[axis]; i <= lower.max[axis]; ++i) {
-                counts.push_back(Marginal(lower, axis, i));
-                total += counts.back();
-                sum += i * counts.back();
-            }
-            double below = 0;
-            double sumBelow = 0;
-            for (int i = lower.min[axis]; i <= lower.max[axis]; ++i) {
-                below += counts[static_cast<std::size_t>(i - lower.min[axis])];
-                if (below == 0) continue;
-                if (below == total) break;
-                sumBelow += i * counts[static_cast<std::size_t>(i - lower.min[axis])];
-                const double delta = sum / total - sumBelow / below;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const auto [total, sum, squares] = Sums(axes[axis]);
+            double below = 0, sumBelow = 0;
+            for (int i = 0; i < 32; ++i) {
+                const double count = axes[axis][static_cast<std::size_t>(i)];
+                below += count;
+                sumBelow += i * count;
+                if (below == 0 || below == total) continue;
+                const double delta = double(sum) / total - sumBelow / below;
                 const double score = (below / (total - below)) * delta * delta;
                 if (score <= best) continue;
                 best = score;
@@ -134,9 +127,8 @@ class NaiveQuantiser {
         NaiveBox upper = lower;
         lower.max[bestAxis] = bestPlace;
         upper.min[bestAxis] = bestPlace + 1;
-        Measure(lower);
-        Measure(upper);
-        for (const NaiveBox& box : {lower, upper}) {
+        for (NaiveBox box : {lower, upper}) {
+            Measure(box);
             boxes_.insert(
                 std::find_if(boxes_.begin(), boxes_.end(),
                              [&](const NaiveBox& other) { return other.priority <= box.priority; }),
@@ -237,9 +229,16 @@ TEST_F(Quantisation, OneColourAndSystemColours) {
     counts.assign(kCells, 0);
     counts[5] = 70000;
     counts[9] = 1;
+    UseHistogram(nullptr);
     DeleteObject(HistogramToPalette(counts.data(), nullptr, 4));
+    IncHistogram(9);
     EXPECT_EQ(counts[5], 35000U);
     EXPECT_EQ(counts[9], 0U);
+    // Only one of the two makes its histogram the current one.
+    DeleteObject(HistogramPalette(counts.data(), nullptr, 4));
+    IncHistogram(9);
+    EXPECT_EQ(counts[9], 1U);
+    UseHistogram(nullptr);
 }
 
 TEST_F(Quantisation, NoPalette) {

@@ -36,10 +36,9 @@ struct FormatCode {
     bool IsPremultiplied() const { return (bits & 0xC) == 8; }
     bool HoldsAlpha() const { return (bits & 0xC) == 4 || IsPremultiplied(); }
 
-    /// Bytes that the pixels of a row lie in.
+    /// Bytes of the units that the pixels of a row lie in.
     std::int64_t RowLength(std::int32_t inWidth) const {
-        constexpr std::int64_t kV210Words[] = {0, 1, 2, 3, 3, 4};
-        if (IsV210()) return inWidth / 6 * 16 + kV210Words[inWidth % 6] * 4;
+        if (IsV210()) return (inWidth + 5) / 6 * 16;
         if (Is422()) return (inWidth + 1) / 2 * 4;
         return std::int64_t{inWidth} * (IsFloat() ? 16 : Is15Bit() ? 8 : 4);
     }

@@ -2,6 +2,7 @@
 #include <map>
 
 #include "Area.h"
+#include "rows/KeptTables.h"
 
 namespace scanvo_test {
 namespace {
@@ -35,8 +36,21 @@ TEST(PixelFormatSize, IsThatOfATightPicture) {
     EXPECT_EQ(size(0x051, 48, 2), 256);
     EXPECT_EQ(size(0x051, 49, 2), 512);
     EXPECT_EQ(size(0x004, 1, -1), 0);
-    EXPECT_EQ(size(0x01000021, 0, 0), 0);
+    EXPECT_EQ(size(0x01000021, 0, 480), 0);
+    EXPECT_EQ(size(0x01000021, 720, 0), 0);
     EXPECT_EQ(size(0x104, kMost, kMost), 0);
+}
+
+TEST(Terminate, LetsGoOfWhatIsKeptWhenItIsTheLast) {
+    const std::weak_ptr kept = scanvo::KeptWeights({{7}, {5}, 1.4, 3});
+    // One more than there were starts counts for nothing.
+    SV_Terminate();
+    SV_Initialize();
+    SV_Initialize();
+    SV_Terminate();
+    EXPECT_FALSE(kept.expired());
+    SV_Terminate();
+    EXPECT_TRUE(kept.expired());
 }
 
 TEST(ClipBufferToRect, AddressesMemoryRows) {

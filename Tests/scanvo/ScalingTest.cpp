@@ -74,69 +74,6 @@ TEST(Scale, WeighsByTheFilterOfTheQuality) {
     });
 }
 
-double Kernel(std::int32_t inQuality, double inX) {
-    const double x = std::abs(inX);
-    const auto sinc = [](double t) { return t == 0 ? 1 : std::sin(M_PI * t) / (M_PI * t); };
-    if (inQuality == 3) return std::max(1 - x, 0.0);
-    if (inQuality == 5) return x < 3 ? sinc(x) * sinc(x / 3) : 0;
-    if (x < 1) return 1.5 * x * x * x - 2.5 * x * x + 1;
-    return x < 2 ? -0.5 * x * x * x + 2.5 * x * x - 4 * x + 2 : 0;
-}
-
-std::vector<double> ScaledLine(const std::vector<double>& inLine, std::int32_t inCount,
-                               std::int32_t inQuality) {
-    const auto count = static_cast<int>(inLine.size());
-    const double scale = static_cast<double>(count) / inCount;
-    const double step = std::max(scale, 1.0);
-    std::vector<double> result;
-    for (int i = 0; i < inCount; ++i) {
-        const double centre = (i + 0.5) * scale - 0.5;
-        double sum = 0, weights = 0;
-        for (int j = -3 * count; j < 4 * count; ++j) {
-            const double weight = Kernel(inQuality, (j - centre) / step);
-            sum += weight * inLine[static_cast<std::size_t>(std::clamp(j, 0, count - 1))];
-            weights += weight;
-        }
-        result.push_back(sum / weights);
-    }
-    return result;
-}
-
-// Rings that grow finer than any pixel, the same in both directions.
-TEST(Scale, FiltersAZonePlate) {
-    constexpr std::int32_t kSize = 200;
-    const auto plate = [](std::int32_t y, std::int32_t x) {
-        return std::round(127.5 + 127.5 * std::cos((x * x + y * y) * M_PI / kSize));
-    };
-    Area source(0x00C, kSize, kSize);
-    for (std::int32_t i = 0; i < kSize * kSize; ++i)
-        source.Set(i / kSize, i % kSize * 4 + 1,
-                   static_cast<std::uint8_t>(plate(i / kSize, i % kSize)));
-    for (const auto& [quality, newSize] :
-         {std::pair{3, 89}, {4, 89}, {5, 89}, {4, 311}, {5, 311}}) {
-        std::vector<std::vector<double>> columns(static_cast<std::size_t>(newSize));
-        for (std::int32_t y = 0; y < kSize; ++y) {
-            std::vector<double> line;
-            for (std::int32_t x = 0; x < kSize; ++x)
-                line.push_back(plate(y, x));
-            line = ScaledLine(line, newSize, quality);
-            for (std::size_t x = 0; x < line.size(); ++x)
-                columns[x].push_back(line[x]);
-        }
-        const Area scaled = Scaled(source, 0x00C, {newSize, newSize}, quality);
-        double error = 0;
-        for (std::int32_t x = 0; x < newSize; ++x) {
-            const auto column = ScaledLine(columns[static_cast<std::size_t>(x)], newSize, quality);
-            for (std::int32_t y = 0; y < newSize; ++y) {
-                const double exact = std::clamp(column[static_cast<std::size_t>(y)], 0.0, 255.0);
-                error += std::pow(scaled.At(x, y)[1] - exact, 2);
-            }
-        }
-        const double decibels = 10 * std::log10(255.0 * 255 * newSize * newSize / error);
-        EXPECT_GT(decibels, 55) << "quality " << quality << " to " << newSize;
-    }
-}
-
 // Pictures of floats are scaled by other code than those of bytes. Colour counts by how much it
 // shows.
 void ExpectWhatFloatsGive(Area& inSource, FormatCode inFloats, Size inSize, std::int32_t inQuality,
@@ -182,27 +119,6 @@ TEST(Scale, GivesBytesWhatFloatsGive) {
     });
 }
 
-TEST(Scale, ShrinksToMeans) {
-    for (const std::int32_t factor : {2, 4}) {
-        Area source(0x008, 43 * factor, 7 * factor);
-        source.Scatter();
-        ForEachTarget([&] {
-            // The general road may round a half down.
-            Scaled(source, 0x008, {43, 7}, 2).ExpectPixels(0.5, [&](std::size_t pixel) {
-                const auto i = static_cast<std::int32_t>(pixel);
-                Codes mean{};
-                for (std::int32_t part = 0; part < factor * factor; ++part) {
-                    const Codes codes = source.At(factor * (i % 43) + part % factor,
-                                                  factor * (i / 43) + part / factor);
-                    for (std::size_t c = 0; c < 4; ++c)
-                        mean[c] += codes[c] / (factor * factor);
-                }
-                return mean;
-            });
-        });
-    }
-}
-
 // 8-bit 4:2:2 has a road of its own to half the size.
 TEST(Scale, Halves422ToWhatFloatsGive) {
     for (const FormatCode format : {0x011U, 0x1011U, 0x211U}) {
@@ -218,31 +134,6 @@ TEST(Scale, Halves422ToWhatFloatsGive) {
                 ForEachTarget([&] {
                     Scaled(source, kind.first, {width, 3}, 2).ExpectLike(expected, 1.001);
                 });
-            }
-        }
-    }
-}
-
-// Of whole pictures and of fields, whose rows lie between one another's.
-TEST(Scale, LetsGradientsPass) {
-    for (const auto& [size, newSize] : kSizes) {
-        Area source(0x10C, size.width, size.height);
-        for (std::int32_t i = 0; i < size.width * size.height; ++i) {
-            source.Set(i / size.width, i % size.width * 4 + 1, static_cast<float>(i % size.width));
-            source.Set(i / size.width, i % size.width * 4 + 2, static_cast<float>(i / size.width));
-        }
-        const double across = static_cast<double>(size.width) / newSize.width;
-        const double down = static_cast<double>(size.height) / newSize.height;
-        for (const auto& [quality, fields] : {std::pair{2, 1}, {2, 2}, {3, 1}, {3, 2}}) {
-            const Area scaled = Scaled(source, 0x10C, newSize, quality, fields == 2 ? 1 : 0);
-            // Pixels away from the edges, where every tap lies in the picture.
-            const auto marginX = static_cast<std::int32_t>(std::ceil(1 / across)) + 1;
-            const auto marginY = fields * (static_cast<std::int32_t>(std::ceil(1 / down)) + 1);
-            for (std::int32_t y = marginY; y < newSize.height - marginY; ++y) {
-                for (std::int32_t x = marginX; x < newSize.width - marginX; ++x) {
-                    EXPECT_NEAR(scaled.At(x, y)[1], (x + 0.5) * across - 0.5, 0.05 * across);
-                    EXPECT_NEAR(scaled.At(x, y)[0], (y + 0.5) * down - 0.5, 0.05 * fields * down);
-                }
             }
         }
     }
@@ -273,30 +164,6 @@ TEST(Scale, ShowsNoFringeOfClearPixels) {
     }
     // The nearest pixel mixes with no other, so it stays what it is.
     EXPECT_EQ(Scaled(source, 0x004, {4, 1}, 1).At(0, 0), (Codes{255, 0, 0, 0}));
-}
-
-// Chroma scaled on its own grid, and chroma scaled as part of whole pixels, lie in one place.
-TEST(Scale, KeepsChromaBesideItsLuma) {
-    Area ramp(0x10D, 32, 1);
-    std::int32_t index = 0;
-    for (std::int32_t x = 0; x < 32; ++x) {
-        const float chroma = (static_cast<float>(x) - 16) / 64;
-        for (const float value : {chroma, chroma, 2 * chroma + 0.5f})
-            ramp.Set(0, index++, value);
-        ++index;
-    }
-    Area v210 = Converted(ramp, 0x051);
-    for (const std::int32_t newWidth : {16, 20, 48, 64}) {
-        const Area scaled = Scaled(v210, 0x051, {newWidth, 1}, 3);
-        const Area spread = Scaled(v210, 0x10D, {newWidth, 1}, 3);
-        for (std::int32_t x = 8; x < newWidth - 8; x += 2) {
-            const double position = (x + 0.5) * 32 / newWidth - 0.5;
-            EXPECT_NEAR(scaled.At(x, 0)[0], 64 + 876 * position / 32, 4);
-            EXPECT_NEAR(scaled.At(x, 0)[1], 512 + 896 * (position - 16) / 64, 3) << newWidth;
-            EXPECT_NEAR(spread.At(x, 0)[1], (position - 16) / 64, 2e-3) << newWidth;
-            EXPECT_NEAR(spread.At(x + 1, 0)[2], (position + 32.0 / newWidth - 16) / 64, 2e-3);
-        }
-    }
 }
 
 // Counted from the top, where memory ends, even rows are white. A single row has no other field.

@@ -94,22 +94,6 @@ TEST(VectorRows, DoToColourWhatPlainOnesDo) {
     });
 }
 
-TEST(VectorRows, FollowTheCurveOfLinearLight) {
-    ForEachTarget([] {
-        if (!scanvo::VectorColourStep(scanvo::ColourStep::ToLinearLight)) return;
-        for (std::int32_t i = 0; i < 150; ++i) {
-            const float value =
-                i < 100 ? static_cast<float>(i) / 100 : std::exp2(static_cast<float>(i - 100));
-            Area encoded = AreaOf(std::vector<Rgba>(64, {value, -value, value, 1}));
-            const double linear = ExactCodes(0x106, {value, 0, 0, 1})[0];
-            Area light = Converted(encoded, 0x106);
-            EXPECT_NEAR(light.At(5, 0)[0], linear, 1e-6 * std::max(1.0, linear));
-            EXPECT_EQ(light.At(5, 0)[1], -light.At(5, 0)[0]);
-            EXPECT_NEAR(Converted(light, 0x104).At(5, 0)[0], value, 1e-6f * std::max(1.0f, value));
-        }
-    });
-}
-
 TEST(VectorRows, RoundEveryPairOfByteAndAlphaExactly) {
     for (const FormatCode straight : {0x004u, 0x1004u}) {
         const FormatCode premultiplied = straight.bits ^ 0xC;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <boost/make_shared.hpp>
+#include <cstring>
 #include <vector>
 
 #include "support/Frames.h"
@@ -19,8 +20,7 @@ struct Service {
     Refusal refusal = Refusal::kNone;
     int handBacks = 0;
     int completions = 0;
-    std::vector<std::int32_t> errors{};
-    Guid errorGuid{};
+    std::vector<std::pair<Guid, std::int32_t>> errors{};
 };
 Service gService;
 
@@ -28,7 +28,7 @@ class Buffer final : public processcoordination::WritableBinaryReference {
   public:
     explicit Buffer(std::uint64_t inSize) : bytes_(inSize) {}
     std::uint64_t GetSize() override {
-        return gService.refusal == Refusal::kShortBuffer ? bytes_.size() - 1 : bytes_.size();
+        return bytes_.size() - (gService.refusal == Refusal::kShortBuffer ? 1 : 0);
     }
     void* GetData() override {
         return gService.refusal == Refusal::kAddress ? nullptr : bytes_.data();
@@ -45,9 +45,8 @@ namespace processcoordination {
 
 std::int32_t GetWritableBinaryData(std::uint64_t inSize, WritableBinaryReferencePtr& outReference) {
     if (gService.refusal == Refusal::kBuffer) return kNoRoom;
-    if (gService.refusal != Refusal::kEmptyReference) {
-        outReference = boost::make_shared<Buffer>(inSize);
-    }
+    if (gService.refusal == Refusal::kEmptyReference) return 0;
+    outReference = boost::make_shared<Buffer>(inSize);
     return 0;
 }
 
@@ -62,8 +61,7 @@ std::int32_t GetBinaryDataIfAvailable(const Guid&, BinaryReferencePtr&) {
 }
 
 std::int32_t PutBinaryDataGenerationError(const Guid& inGuid, std::int32_t inErrorCode) {
-    gService.errors.push_back(inErrorCode);
-    gService.errorGuid = inGuid;
+    gService.errors.push_back({inGuid, inErrorCode});
     return kSystemFailure;  // is not looked at
 }
 
@@ -71,41 +69,41 @@ std::int32_t PutBinaryDataGenerationError(const Guid& inGuid, std::int32_t inErr
 
 TEST(Refusal, EachStepEndsInOneErrorAndNothingPublished) {
     const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
+    const Guid guid = Guid::Generate();
+    WritableBinaryReferencePtr reference;
     for (const Refusal refusal : {Refusal::kBuffer, Refusal::kEmptyReference, Refusal::kAddress,
                                   Refusal::kShortBuffer, Refusal::kCompletion}) {
         gService = {refusal};
-        const Guid guid = Guid::Generate();
-        WritableBinaryReferencePtr reference;
         EXPECT_EQ(VF::PublishVideoFrameProvidingReference(frame, guid, reference),
                   static_cast<std::int32_t>(0xA00F0001));
         EXPECT_FALSE(reference);
-        EXPECT_EQ(gService.errors, std::vector<std::int32_t>{-1}) << static_cast<int>(refusal);
-        EXPECT_EQ(gService.errorGuid, guid);
+        ASSERT_EQ(gService.errors.size(), 1U) << static_cast<int>(refusal);
+        EXPECT_EQ(gService.errors[0], std::pair(guid, -1));
         EXPECT_EQ(gService.completions, 0);
     }
     gService = {};
-    EXPECT_EQ(VF::PublishVideoFrame(frame, Guid::Generate()), 0);
-    EXPECT_EQ(gService.completions, 1);
-    EXPECT_EQ(gService.handBacks, 1);
-    EXPECT_TRUE(gService.errors.empty());
+    EXPECT_EQ(VF::PublishVideoFrameProvidingReference(frame, guid, reference), 0);
+    EXPECT_TRUE(gService.completions == 1 && gService.handBacks == 1 && gService.errors.empty());
+    const auto* const published = static_cast<std::byte*>(reference->GetData());
+    EXPECT_EQ(std::memcmp(published + 128, support::Data(frame), 256), 0);
+    EXPECT_FALSE(frame->GetReadOnly());
 }
 
 TEST(Refusal, FrameInSharedMemoryFallsBackToTheRecycler) {
     VF::SetCreatePublishableVideoFrames(true);
     for (const Refusal refusal : {Refusal::kBuffer, Refusal::kEmptyReference, Refusal::kAddress}) {
         gService = {refusal};
-        const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
-        ASSERT_TRUE(frame);
-        EXPECT_FALSE(support::Ask<VF::IPublishableVideoFrame>(frame));
+        EXPECT_FALSE(support::Ask<VF::IPublishableVideoFrame>(support::MakeFrame(8, 8)));
     }
     gService = {};
     const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
     EXPECT_TRUE(support::Ask<VF::IPublishableVideoFrame>(frame));
     // Refused in place: the frame's own status comes back, with one error.
     gService.refusal = Refusal::kCompletion;
-    EXPECT_EQ(VF::PublishVideoFrame(frame, Guid::Generate()),
-              static_cast<std::int32_t>(0xA00F0001));
-    EXPECT_EQ(gService.errors, std::vector<std::int32_t>{-1});
+    EXPECT_EQ(VF::PublishVideoFrame(frame, {}), static_cast<std::int32_t>(0xA00F0001));
+    EXPECT_EQ(gService.errors.size(), 1U);
     EXPECT_FALSE(frame->GetReadOnly());
+    gService = {};
+    EXPECT_EQ(VF::PublishVideoFrame(frame, {}), 0);
     VF::SetCreatePublishableVideoFrames(false);
 }

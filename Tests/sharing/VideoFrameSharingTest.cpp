@@ -2,31 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/make_shared.hpp>
+#include <climits>
 #include <cstring>
+#include <map>
 #include <vector>
 
-#include "pellux/ServiceTest.h"
 #include "support/Frames.h"
-#include "support/SharedFolder.h"
 
 using namespace tulomediatypes;
 using processcoordination::BinaryReferencePtr;
-using processcoordination::WritableBinaryReferencePtr;
-using tulocore::utility::Guid;
 
 namespace {
-
-constexpr auto kGeneralFailure = static_cast<std::int32_t>(0xA00F0001);
-constexpr auto kFrameNotReadable = static_cast<std::int32_t>(0xA0060002);
-constexpr auto kTooSmall = static_cast<std::int32_t>(0xA00F0006);
 
 // Fills a frame's tight picture with a pattern that tells every byte of every row.
 std::vector<std::byte> FillWithPattern(const VF::VideoFrameRef& inFrame) {
     const auto memory = support::Ask<VF::IVideoFrameMemoryAccess>(inFrame);
     std::vector<std::byte> pattern(memory->GetDataSize());
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
+    for (std::size_t i = 0; i < pattern.size(); ++i)
         pattern[i] = static_cast<std::byte>(i * 7 + i / 251);
-    }
     std::memcpy(memory->GetData(), pattern.data(), pattern.size());
     return pattern;
 }
@@ -35,26 +29,23 @@ bool Holds(const void* inPixels, const std::vector<std::byte>& inPattern) {
     return std::memcmp(inPixels, inPattern.data(), inPattern.size()) == 0;
 }
 
-VF::VideoFrameRef Receive(const Guid& inGuid) {
-    BinaryReferencePtr reference;
-    processcoordination::GetBinaryDataIfAvailable(inGuid, reference);
-    VF::VideoFrameRef frame;
-    EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference(reference, inGuid, frame), 0);
-    return frame;
+// The frame's copy, one byte longer than it needs to be.
+std::vector<std::byte> CopyOf(const VF::VideoFrameRef& inFrame) {
+    unsigned long long size = 0;
+    EXPECT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(inFrame, size), 0);
+    std::vector<std::byte> buffer(size + 1, std::byte{0xEE});
+    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(inFrame, buffer.data(), size), 0);
+    EXPECT_EQ(buffer.back(), std::byte{0xEE});
+    return buffer;
 }
 
-class Sharing : public testing::Test {
-  protected:
-    void SetUp() override { VF::Initialize(); }
-    void TearDown() override { VF::Shutdown(); }
-
-  private:
-    support::SharedFolder folder_;
-};
+std::uint32_t RowBytesOf(const std::vector<std::byte>& inCopy) {
+    return reinterpret_cast<const std::uint32_t*>(inCopy.data())[68 / 4];
+}
 
 }  // namespace
 
-TEST_F(Sharing, CopyCarriesPropertiesAndTightPixels) {
+TEST(Copy, CarriesPropertiesAndTightPixels) {
     VF::VideoFrameRef frame;
     ASSERT_EQ(VF::CreateDiskAlignedVideoFrame(frame, kPixelFormat_ARGB_4444_8u, 5, 3, {8, 9}, 512,
                                               4096, 32, false, false),
@@ -66,124 +57,159 @@ TEST_F(Sharing, CopyCarriesPropertiesAndTightPixels) {
     frame->SetAlphaType(3);
     frame->SetRenderTime(5);
     const std::vector<std::byte> pattern = FillWithPattern(frame);
-
-    unsigned long long size = 0;
-    ASSERT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(frame, size), 0);
-    ASSERT_EQ(size, 128U + 60);
-    std::vector<std::byte> buffer(size + 16, std::byte{0xEE});
-    ASSERT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, buffer.data(), size), 0);
-
-    const auto& header = *reinterpret_cast<const VF::SharedFrameHeader*>(buffer.data());
-    EXPECT_TRUE(header.totalSize == 188 && header.version == 6 && header.rowBytes == 20);
-    EXPECT_TRUE(header.originX == 3 && header.originY == 4 && header.pixelOffset == 0);
-    EXPECT_TRUE(header.dataRectWidth == 3 && header.contentRectHeight == 1);
-    EXPECT_TRUE(header.fieldType == 2 && header.alphaType == 1 && header.renderTime == 0);
-    EXPECT_EQ(header.aspectRatioNumerator, 8U);
-    for (const std::uint8_t reserved : header.reserved)
-        EXPECT_EQ(reserved, 0);
-    EXPECT_TRUE(Holds(buffer.data() + 128, pattern));
-    EXPECT_EQ(buffer[size], std::byte{0xEE});
+    const std::vector<std::byte> copy = CopyOf(frame);
+    ASSERT_EQ(copy.size(), 128U + 60 + 1);
+    const auto [code, properties] = kPixelFormat_ARGB_4444_8u;
+    const std::uint32_t expected[32] = {128, 6, 188, code, properties, 3, 4,  5, 3, 2, 1,
+                                        1,   1, 3,   1,    8,          9, 20, 0, 1, 5, 1};
+    EXPECT_EQ(std::memcmp(copy.data(), expected, 128), 0);
+    EXPECT_TRUE(Holds(copy.data() + 128, pattern));
 }
 
-TEST_F(Sharing, EveryFormatOfTheRendererIsCopiedAsItStands) {
+TEST(Copy, HasEveryFormatOfTheRendererAsItStands) {
     for (const NamedPixelFormat& named : NamedPixelFormats()) {
         if (VF::BEPixelFormatToSVPixelFormat(named.format) == 0) continue;
+        SCOPED_TRACE(named.name);
         const VF::VideoFrameRef frame = support::MakeFrame(48, 4, named.format);
         const std::vector<std::byte> pattern = FillWithPattern(frame);
-        unsigned long long size = 0;
-        ASSERT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(frame, size), 0) << named.name;
-        std::vector<std::byte> buffer(size);
-        ASSERT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, buffer.data(), size), 0)
-            << named.name;
-        EXPECT_TRUE(Holds(buffer.data() + 128, pattern)) << named.name;
-        const auto rowBytes =
-            reinterpret_cast<const VF::SharedFrameHeader*>(buffer.data())->rowBytes;
+        const std::vector<std::byte> copy = CopyOf(frame);
+        EXPECT_TRUE(Holds(copy.data() + 128, pattern));
         const auto rows = support::Ask<VF::IVideoFrame2DPixelMemoryAccess>(frame);
-        EXPECT_EQ(static_cast<std::uint64_t>(rowBytes), rows ? rows->GetRowBytes() : pattern.size())
-            << named.name;
+        EXPECT_EQ(RowBytesOf(copy), rows ? rows->GetRowBytes() : pattern.size());
     }
 }
 
-TEST_F(Sharing, BufferMustHoldTheCopy) {
+// A row of 7 pixels ends in its second group of 16 bytes; what is behind was in no picture.
+TEST(Copy, ShowsNothingBehindTheLastPixelOfARow) {
+    const VF::VideoFrameRef frame = support::MakeFrame(7, 2, kPixelFormat_V210_422_10u);
+    FillWithPattern(frame);
+    const std::vector<std::byte> copy = CopyOf(frame);
+    for (const std::size_t row : {128U, 256U})
+        EXPECT_TRUE(Holds(copy.data() + row + 32, std::vector<std::byte>(96)));
+}
+
+TEST(Copy, NeedsRoomAndAFrameThatCanBeRead) {
     const VF::VideoFrameRef frame = support::MakeFrame(5, 3);
-    std::vector<std::byte> buffer(188, std::byte{0xEE});
-    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, buffer.data(), 187), kTooSmall);
-    EXPECT_EQ(buffer, std::vector<std::byte>(188, std::byte{0xEE}));
-    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, nullptr, 188), kTooSmall);
-    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(frame, buffer.data(), 188), 0);
-}
-
-TEST_F(Sharing, NullAndUnknownFramesCannotBeCopiedNorNothingWrapped) {
-    VF::VideoFrameRef frame = support::MakeFrame(8, 8);
-    EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference({}, Guid::Generate(), frame),
-              kGeneralFailure);
-    EXPECT_FALSE(frame);
+    const std::vector<std::byte> untouched(188, std::byte{0xEE});
+    std::vector<std::byte> buffer = untouched;
+    const auto copy = VF::CopyVideoFrameIntoSharedMemoryBuffer;
+    EXPECT_EQ(copy(frame, buffer.data(), 187), VF::kOutOfMemory);
+    EXPECT_EQ(copy(frame, nullptr, 188), VF::kOutOfMemory);
+    EXPECT_EQ(copy(nullptr, buffer.data(), 188), VF::kFrameNotReadable);
+    EXPECT_EQ(buffer, untouched);
     unsigned long long size = 77;
-    EXPECT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(nullptr, size), kGeneralFailure);
+    EXPECT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(nullptr, size), VF::kGeneralFailure);
     EXPECT_EQ(size, 77U);
-    std::vector<std::byte> buffer(1000);
-    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(nullptr, buffer.data(), 1000),
-              kFrameNotReadable);
     // The renderer has no such format.
-    EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(
-                  support::MakeFrame(4, 4, kPixelFormat_VUYA_4444_16u), buffer.data(), 1000),
-              kFrameNotReadable);
+    const VF::VideoFrameRef unknown = support::MakeFrame(2, 2, kPixelFormat_VUYA_4444_16u);
+    EXPECT_EQ(copy(unknown, buffer.data(), 188), VF::kFrameNotReadable);
 }
 
-TEST_F(Sharing, PublicationThroughACopyHandsItsReferenceOut) {
-    const VF::VideoFrameRef frame = support::MakeFrame(64, 16);
-    const std::vector<std::byte> pattern = FillWithPattern(frame);
-    const Guid guid = Guid::Generate();
-    WritableBinaryReferencePtr reference;
-    ASSERT_EQ(VF::PublishVideoFrameProvidingReference(frame, guid, reference), 0);
-    ASSERT_TRUE(reference);
-    EXPECT_GE(reference->GetSize(), 128 + pattern.size());
-    EXPECT_FALSE(frame->GetReadOnly());
-    EXPECT_EQ(VF::PublishVideoFrame(support::MakeFrame(8, 8), guid), kGeneralFailure) << "taken";
-    const VF::VideoFrameRef received = Receive(guid);
-    EXPECT_TRUE(Holds(support::Data(received), pattern));
-    EXPECT_TRUE(received->GetReadOnly());
+// ---------------------------------------------------------------------------------------------
+// Received data
+
+namespace {
+
+// Data that another process sent, in memory which it can still write.
+class ReceivedData final : public processcoordination::BinaryReference {
+  public:
+    using Words = std::map<std::size_t, std::int64_t>;  // by their offset in the header
+
+    // A frame of 4 by 3 pixels whose header holds these words instead of its own.
+    explicit ReceivedData(const Words& inWords = {}) {
+        const std::vector<std::byte> copy = CopyOf(support::MakeFrame(4, 3));
+        std::memcpy(words.data(), copy.data(), 128);
+        for (std::size_t i = 0; i < 12; ++i)
+            words[32 + i] = static_cast<std::uint32_t>(i);
+        for (const auto& [offset, value] : inWords)
+            words[offset / 4] = static_cast<std::uint32_t>(value);
+    }
+    std::uint64_t GetSize() override { return size; }
+    const void* GetData() override {
+        if (size == 0) throw std::bad_alloc();
+        ++addresses;
+        return words.data();
+    }
+    void ReleaseData(const void*) override { --addresses; }
+
+    std::vector<std::uint32_t> words = std::vector<std::uint32_t>(32 + 12);
+    std::uint64_t size = 128 + 48;
+    int addresses = 0;  // not handed back
+};
+
+}  // namespace
+
+TEST(CheckedWrap, TakesFramesThatLieInTheDataAndSaysWhyNoOthers) {
+    const auto in = [](PixelFormat format, ReceivedData::Words words) {
+        words.insert({{12, format.code}, {16, format.properties}});
+        return words;
+    };
+    constexpr PixelFormat kPlanar = kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601;
+    constexpr PixelFormat kDV = kPixelFormat_NTSCDV25, kCustom = support::kCustomFormat;
+    // clang-format off
+    const struct { const char* fault; std::vector<ReceivedData::Words> headers; } kCases[] = {
+        {"", {{}, {{4, 1}}, {{4, 5}, {92, 1}}, {{28, 3}}, {{32, 2}, {92, 16}}, {{32, 1}, {68, -16}},
+              {{68, -16}, {92, 32}}, in(kPlanar, {}), in(kCustom, {}), in(kCustom, {{8, 128}})}},
+        {"it does not begin with a frame's header", {{{0, 127}}}},
+        {"its version is unknown", {{{4, 0}}, {{4, 7}}}},
+        {"it has no pixels", {{{28, 0}}, {{32, 0}}, {{28, -4}}, {{32, -3}}}},
+        {"its pixels have no shape", {{{60, 0}}, {{64, 0}}}},
+        {"it is shorter than it says", {{{8, 177}}, in(kCustom, {{8, -1}})}},
+        {"it says it is shorter than its header", {in(kCustom, {{8, 127}})}},
+        {"its format is unknown", {in({1, 2}, {}), {{16, 0}}, in(kPixelFormat_Invalid, {})}},
+        {"its size does not suit its format", {in(kDV, {})}},
+        {"its rows are too short", {{{68, 15}}, {{68, -15}}, {{68, 0}}, {{28, 5}}, {{28, INT_MAX}}}},
+        {"its rows begin before its pixels", {{{68, -16}}, {{68, -16}, {92, 31}}}},
+        {"it is shorter than its pixels", {{{32, 4}}, {{68, 17}}, {{92, 1}}, {{92, -1}},
+            {{68, INT_MAX}, {32, INT_MAX}}, {{68, -16}, {92, 33}}, in(kDV, {{28, 720}, {32, 480}}),
+            in(kPlanar, {{28, 8}, {32, 5}}), in(kCustom, {{92, 1}})}},
+    };
+    // clang-format on
+    for (const auto& [expected, headers] : kCases) {
+        for (const ReceivedData::Words& words : headers) {
+            const auto data = boost::make_shared<ReceivedData>(words);
+            VF::VideoFrameRef frame;
+            const char* fault = nullptr;
+            const int status = VF::WrapCheckedBinaryReference(data, {}, frame, &fault);
+            EXPECT_STREQ(fault ? fault : "", expected) << testing::PrintToString(words);
+            EXPECT_EQ(status, fault ? VF::kFrameNotReadable : 0);
+            EXPECT_EQ(static_cast<bool>(frame), !fault);
+            if (frame && !VF::IsCustomBEPixelFormat(frame->GetPixelType())) CopyOf(frame);
+            frame = nullptr;
+            EXPECT_EQ(data->addresses, 0);
+        }
+    }
 }
 
-TEST_F(Sharing, FailureIsToldToWhoeverWaits) {
-    const Guid guid = Guid::Generate();
-    EXPECT_EQ(VF::PublishVideoFrame(nullptr, guid), kGeneralFailure);
-    BinaryReferencePtr reference;
-    std::int32_t code = 0;
-    EXPECT_EQ(
-        processcoordination::WaitForBinaryData(guid, std::chrono::seconds(10), reference, &code),
-        processcoordination::kGenerationFailed);
-    EXPECT_EQ(code, -1);
+TEST(CheckedWrap, FrameKeepsTheHeaderThatWasChecked) {
+    // Upside down: its first row lies last.
+    const auto data = boost::make_shared<ReceivedData>(ReceivedData::Words{{68, -16}, {92, 32}});
+    VF::VideoFrameRef checked, plain;
+    ASSERT_EQ(VF::WrapCheckedBinaryReference(data, {}, checked), 0);
+    ASSERT_EQ(VF::WrapVideoFrameAroundBinaryReference(data, {}, plain), 0);
+    for (const VF::VideoFrameRef& frame : {checked, plain}) {
+        const std::vector<std::byte> copy = CopyOf(frame);
+        EXPECT_EQ(RowBytesOf(copy), 16U);
+        for (std::size_t row = 0; row < 3; ++row)
+            EXPECT_EQ(std::to_integer<std::size_t>(copy[128 + 16 * row]), 4 * (2 - row));
+    }
+    std::fill_n(data->words.begin(), 32, 0x7FFFFFFFU);
+    EXPECT_EQ(plain->GetBounds().Width(), INT_MAX);
+    EXPECT_EQ(checked->GetBounds(), (Brix::Rect{0, 0, 4, 3}));
+    EXPECT_EQ(std::to_integer<int>(CopyOf(checked)[128]), 8);
 }
 
-// The road of one frame: another process makes and publishes it, this one receives it and keeps
-// the bytes after the other's end.
-TEST(SharingProcesses, FrameOfAnotherProcessOutlivesIt) {
-    const support::SharedFolder folder;
-    const Guid guid = Guid::Generate();
-    service_test::Process child([&](service_test::Process& inParent) {
-        VF::Initialize();
-        VF::VideoFrameRef made;
-        VF::CreateVideoFrame(made, kPixelFormat_UYVY_422_8u, 640, 360, {1, 1}, true, false);
-        FillWithPattern(made);
-        made->SetFieldType(1);
-        service_test::Check(VF::PublishVideoFrame(made, guid) == 0);
-        inParent.Tell();
-        inParent.Hear();  // and ends without stopping the library
-    });
-    ASSERT_TRUE(child.Hear());
-    VF::Initialize();
-    VF::VideoFrameRef frame = Receive(guid);
-    ASSERT_TRUE(frame);
-    child.Tell();
-    EXPECT_TRUE(child.Join());
-
-    EXPECT_EQ(frame->GetBounds(), (Brix::Rect{0, 0, 640, 360}));
-    EXPECT_EQ(frame->GetPixelType(), kPixelFormat_UYVY_422_8u);
-    EXPECT_EQ(frame->GetFieldType(), 1U);
-    const VF::VideoFrameRef expected = support::MakeFrame(640, 360, kPixelFormat_UYVY_422_8u);
-    const std::vector<std::byte> pattern = FillWithPattern(expected);
-    EXPECT_TRUE(Holds(support::Data(frame), pattern));
-    frame = nullptr;
-    VF::Shutdown();
+TEST(Wrap, GivesAStatusWithoutDataAndWithoutMemory) {
+    const auto data = boost::make_shared<ReceivedData>();
+    data->size = 0;
+    for (const BinaryReferencePtr& reference : {BinaryReferencePtr(), BinaryReferencePtr(data)}) {
+        VF::VideoFrameRef frame = support::MakeFrame(8, 8), checked = frame;
+        EXPECT_EQ(VF::WrapVideoFrameAroundBinaryReference(reference, {}, frame),
+                  VF::kGeneralFailure);
+        EXPECT_EQ(VF::WrapCheckedBinaryReference(reference, {}, checked), VF::kGeneralFailure);
+        EXPECT_TRUE(!frame && !checked);
+    }
+    data->size = 127;
+    VF::VideoFrameRef frame;
+    EXPECT_EQ(VF::WrapCheckedBinaryReference(data, {}, frame), VF::kFrameNotReadable);
 }

@@ -20,7 +20,8 @@ struct Canvas {
 
     std::byte* Place(std::int32_t inX, std::int32_t inY) const {
         const auto rows = Ask<VF::IVideoFrame2DPixelMemoryAccess>(frame);
-        return Data(frame) + std::int64_t{rows->GetRowBytes()} * (Height() - 1 - inY) + 4 * inX;
+        const std::int64_t rowBytes = static_cast<std::int32_t>(rows->GetRowBytes());
+        return Data(frame) + rowBytes * (Height() - 1 - inY) + 4 * inX;
     }
     Pixel At(std::int32_t inX, std::int32_t inY) const {
         Pixel pixel;

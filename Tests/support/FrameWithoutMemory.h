@@ -6,7 +6,7 @@
 namespace support {
 
 /// 10 by 10 pixels. Lives on the stack of a test: its count is kept by nobody.
-class FrameWithoutMemory final : public OV::IVideoFrame {
+class FrameWithoutMemory : public OV::IVideoFrame {
   public:
     void AddRef() override {}
     void Release() override {}

@@ -17,9 +17,10 @@ inline VF::VideoFrameRef MakeFrame(
     return frame;
 }
 
+// 10 by 7 pixels.
 inline VF::VideoFrameRef MakeCustomFrame(std::int32_t inDataSize) {
     VF::VideoFrameRef frame;
-    EXPECT_EQ(VF::CreateCustomVideoFrame(frame, kCustomFormat, 10, 10, inDataSize, {1, 1}), 0);
+    EXPECT_EQ(VF::CreateCustomVideoFrame(frame, kCustomFormat, 10, 7, inDataSize, {1, 1}), 0);
     return frame;
 }
 

@@ -159,17 +159,5 @@ TEST_F(ConvertTest, KeepsCountOrderAndColoursOfClips) {
     EXPECT_EQ(LargestDifference(ReadPng("first.png"), ReadPng("expected.png")), 0);
 }
 
-TEST_F(ConvertTest, LeavesNothingBehindWhenItIsEnded) {
-    // Nine thousand black frames that take no room on the disk.
-    WriteFile("in.raw", "");
-    std::filesystem::resize_file("in.raw", std::uintmax_t{1280} * 720 * 4 * 9000);
-    RunningTool tool("convert in.raw out.mkv --input-format BGRA_4444_8u --input-size 1280x720");
-    EXPECT_TRUE(Eventually([&] { return Files().size() == 2; }));
-    const Result result = tool.End(SIGTERM);
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.errors, "vframe: interrupted: ended by a signal\n");
-    EXPECT_EQ(Files(), std::set<std::string>{"in.raw"});
-}
-
 }  // namespace
 }  // namespace vframe_test

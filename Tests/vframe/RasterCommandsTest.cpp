@@ -82,18 +82,5 @@ TEST_F(RasterCommandsTest, CutsShapes) {
     }
 }
 
-TEST_F(RasterCommandsTest, RefusesBadInput) {
-    WritePng("a.png", MakeSolid(5, 5, {255, 0, 0, 255}));
-    ExpectFails("quantise a.png out.png", 2, "out.png");
-    ExpectFails("quantise a.png out.bmp --colours 1", 2, "--colours");
-    ExpectFails("quantise missing.png out.bmp", 1, "missing.png");
-    ExpectFails("cut a.png a.png out.png", 2, "shape");
-    ExpectFails("cut a.png a.png out.png --polygon '1,1' --bezier '1,1'", 2, "shape");
-    for (const char* points : {"1", "1,", "a,1", "1,nan", "1,1,1", "1e30,0"})
-        ExpectFails(std::string("cut a.png a.png out.png --polygon ") + points, 2, "--polygon");
-    ExpectFails("cut a.png missing.png out.png --polygon 1,1", 1, "missing.png");
-    EXPECT_EQ(Files(), (std::set<std::string>{"a.png"}));
-}
-
 }  // namespace
 }  // namespace vframe_test

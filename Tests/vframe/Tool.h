@@ -2,6 +2,7 @@
 // and written with another library than the program's, so that a mistake does not undo itself.
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <png.h>
 #include <sys/wait.h>
@@ -46,16 +47,21 @@ struct Result {
     std::string errors;
 };
 
-/// One run of the program, with arguments as the shell takes them.
+/// One run of the program, with arguments as the shell takes them; these may send its output
+/// elsewhere. inBefore is done in the process before the program is started there.
 class RunningTool {
   public:
-    explicit RunningTool(const std::string& inArguments) {
-        WriteFile(folder_ / "out", "");
-        const std::string command = "exec " VFRAME_PROGRAM " " + inArguments + " </dev/null >" +
-                                    (folder_ / "out").string() + " 2>" +
-                                    (folder_ / "errors").string();
+    explicit RunningTool(
+        const std::string& inArguments, void (*inBefore)() = [] {}) {
+        for (const char* const name : {"out", "errors"})
+            WriteFile(folder_ / name, "");
+        const std::string command = "exec " VFRAME_PROGRAM " " + inArguments;
         id_ = fork();
         if (id_ != 0) return;
+        Attach(STDIN_FILENO, "/dev/null", O_RDONLY);
+        Attach(STDOUT_FILENO, folder_ / "out", O_WRONLY);
+        Attach(STDERR_FILENO, folder_ / "errors", O_WRONLY);
+        inBefore();
         execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
         _exit(127);
     }
@@ -65,6 +71,8 @@ class RunningTool {
     }
     RunningTool(const RunningTool&) = delete;
     RunningTool& operator=(const RunningTool&) = delete;
+
+    pid_t Id() const { return id_; }
 
     /// What it has put on standard output until now.
     std::string OutputSoFar() const { return ReadFile(folder_ / "out"); }
@@ -81,23 +89,31 @@ class RunningTool {
     }
 
   private:
+    static void Attach(int inStream, const fs::path& inPath, int inMode) {
+        const int file = open(inPath.c_str(), inMode);
+        dup2(file, inStream);
+        close(file);
+    }
+
     const fs::path folder_ = MakeFolder();
     pid_t id_ = -1;
 };
 
 /// Expects success without a word on standard error; returns what is on standard output.
-inline std::string ExpectRuns(const std::string& inArguments) {
-    const Result result = RunningTool(inArguments).Wait();
+inline std::string ExpectRuns(
+    const std::string& inArguments, void (*inBefore)() = [] {}) {
+    const Result result = RunningTool(inArguments, inBefore).Wait();
     EXPECT_EQ(result.status, 0) << inArguments;
     EXPECT_EQ(result.errors, "") << inArguments;
     return result.output;
 }
 
 /// Expects this exit status and exactly one line on standard error, which begins with "vframe: ".
-inline void ExpectFails(const std::string& inArguments, int inStatus,
-                        const std::string& inPartOfLine) {
+inline void ExpectFails(
+    const std::string& inArguments, int inStatus, const std::string& inPartOfLine,
+    void (*inBefore)() = [] {}) {
     SCOPED_TRACE(inArguments);
-    const Result result = RunningTool(inArguments).Wait();
+    const Result result = RunningTool(inArguments, inBefore).Wait();
     EXPECT_EQ(result.status, inStatus);
     EXPECT_TRUE(result.errors.starts_with("vframe: ")) << result.errors;
     EXPECT_EQ(result.errors.find('\n') + 1, result.errors.size()) << result.errors;
@@ -177,6 +193,16 @@ inline int LargestDifference(const Picture& inLeft, const Picture& inRight) {
             largest = std::max(largest, std::abs(inLeft.pixels[i][c] - inRight.pixels[i][c]));
     }
     return largest;
+}
+
+/// A lossless clip of 16x16 frames, each of one grey.
+inline void WriteClip(const std::string& inPath, const std::vector<std::uint8_t>& inGreys) {
+    std::string bytes;
+    for (const std::uint8_t grey : inGreys)
+        bytes += std::string(16 * 16 * 4, static_cast<char>(grey));
+    WriteFile("in.raw", bytes);
+    ExpectRuns("convert in.raw " + inPath +
+               " --opaque --input-format BGRA_4444_8u --input-size 16x16");
 }
 
 /// A temporary folder that is the current one, and a private one for what is shared between

@@ -7,9 +7,8 @@
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
-#include <fcntl.h>
-#include <sys/prctl.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -18,19 +17,16 @@ namespace vframe_test {
 /// Runs as long as the object lives. It and the programs started meanwhile have DISPLAY set to it.
 class XServer {
   public:
-    explicit XServer(const std::string& inScreen = "1280x800x24") {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(pipe(ends.data()), 0);
-        id_ = fork();
-        if (id_ == 0) Run(ends[1], inScreen);
-        close(ends[1]);
+    explicit XServer(const std::string& inScreen = "1280x800x24")
+        : output_(popen(("echo $$; exec setpriv --pdeathsig TERM Xvfb -nolisten tcp -displayfd 3 "
+                         "3>&1 >/dev/null 2>&1 -screen 0 " +
+                         inScreen)
+                            .c_str(),
+                        "r")) {
+        int number = -1;
         // The server says which number it has found, when it is ready.
-        std::string number;
-        for (char c = 0; read(ends[0], &c, 1) == 1 && c != '\n';)
-            number += c;
-        close(ends[0]);
-        EXPECT_NE(number, "") << "Xvfb does not start";
-        setenv("DISPLAY", (":" + number).c_str(), 1);
+        EXPECT_EQ(std::fscanf(output_, "%d %d", &id_, &number), 2) << "Xvfb does not start";
+        setenv("DISPLAY", (":" + std::to_string(number)).c_str(), 1);
     }
     ~XServer() {
         End();
@@ -42,22 +38,13 @@ class XServer {
     void End() {
         if (id_ <= 0) return;
         kill(id_, SIGTERM);
-        waitpid(id_, nullptr, 0);
-        id_ = -1;
+        pclose(output_);
+        id_ = 0;
     }
 
   private:
-    [[noreturn]] static void Run(int inNumberTo, const std::string& inScreen) {
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        const int nowhere = open("/dev/null", O_RDWR);
-        dup2(nowhere, STDOUT_FILENO);
-        dup2(nowhere, STDERR_FILENO);
-        execlp("Xvfb", "Xvfb", "-displayfd", std::to_string(inNumberTo).c_str(), "-screen", "0",
-               inScreen.c_str(), "-nolisten", "tcp", static_cast<char*>(nullptr));
-        _exit(127);
-    }
-
-    pid_t id_ = -1;
+    FILE* output_;
+    pid_t id_ = 0;
 };
 
 /// The one window of the server that DISPLAY names, once it is there.

@@ -1,7 +1,10 @@
 #include "ClipWriter.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <new>
 
 namespace vframe {
@@ -74,6 +77,35 @@ void AskForQuality(const ClipKind& inKind, AVCodecContext& outEncoder) {
     }
 }
 
+/// Byte is const in newer releases of FFmpeg's libraries.
+template <class Byte>
+int WriteBytes(void* inOutput, Byte* inBytes, int inCount) {
+    const int error =
+        static_cast<OutputFile*>(inOutput)->TryToWrite(inBytes, static_cast<std::size_t>(inCount));
+    return error ? AVERROR(error) : inCount;
+}
+
+std::int64_t Seek(void* inOutput, std::int64_t inOffset, int inWhence) {
+    const int file = static_cast<OutputFile*>(inOutput)->Descriptor();
+    if (inWhence & AVSEEK_SIZE) return AVERROR(ENOSYS);
+    const off_t place = lseek(file, inOffset, inWhence & ~AVSEEK_FORCE);
+    return place < 0 ? AVERROR(errno) : place;
+}
+
+/// The container's side of the file, which has to live longer.
+AVIOContext* WriteInto(OutputFile& inOutput) {
+    constexpr int kBufferBytes = 1 << 16;
+    void* const buffer = av_malloc(kBufferBytes);
+    if (!buffer) throw std::bad_alloc();
+    const bool isSeekable = lseek(inOutput.Descriptor(), 0, SEEK_CUR) == 0;
+    AVIOContext* const context =
+        avio_alloc_context(static_cast<unsigned char*>(buffer), kBufferBytes, 1, &inOutput, nullptr,
+                           WriteBytes, isSeekable ? Seek : nullptr);
+    if (context) return context;
+    av_free(buffer);
+    throw std::bad_alloc();
+}
+
 }  // namespace
 
 bool ClipWriter::Takes(const std::string& inPath) {
@@ -127,10 +159,11 @@ void ClipWriter::OpenContainer() {
     stream->avg_frame_rate = rate_;
     stream->sample_aspect_ratio = encoder_->sample_aspect_ratio;
     CheckMedia(avcodec_parameters_from_context(stream->codecpar, encoder_.get()), output_.Path());
-    CheckMedia(
-        avio_open(&container_->pb, ("file:" + output_.TemporaryPath()).c_str(), AVIO_FLAG_WRITE),
-        output_.Path());
-    CheckMedia(avformat_write_header(container_.get(), nullptr), output_.Path());
+    container_->pb = WriteInto(output_);
+    const int result = avformat_write_header(container_.get(), nullptr);
+    if (result < 0 && !container_->pb->seekable)
+        throw Failure(output_.Path(), "this kind of clip cannot go into a pipe; use .mkv");
+    CheckMedia(result, output_.Path());
 }
 
 void ClipWriter::Write(const VF::VideoFrameRef& inFrame) {
@@ -164,7 +197,8 @@ void ClipWriter::Finish() {
     if (frames_ == 0) throw Failure(output_.Path(), "there are no frames to write");
     Encode(nullptr);
     CheckMedia(av_write_trailer(container_.get()), output_.Path());
-    CheckMedia(avio_closep(&container_->pb), output_.Path());
+    avio_flush(container_->pb);
+    CheckMedia(container_->pb->error, output_.Path());
     output_.Commit();
 }
 

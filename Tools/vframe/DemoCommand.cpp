@@ -18,6 +18,7 @@
 #include "Interrupt.h"
 #include "LibrarySession.h"
 #include "PictureSink.h"
+#include "StandardStreams.h"
 #include "Stopwatch.h"
 #include "TerminalPreview.h"
 
@@ -62,7 +63,7 @@ constexpr int kNameWidth = 16;
 template <class... Arguments>
 void Print(const char* inFormat, Arguments... inArguments) {
     std::printf(inFormat, inArguments...);
-    std::fflush(stdout);
+    FlushOutput();
 }
 
 /// A file's name, not longer than its column.

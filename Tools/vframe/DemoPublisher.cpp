@@ -14,6 +14,7 @@
 #include "LibrarySession.h"
 #include "PictureSource.h"
 #include "Publishing.h"
+#include "StandardStreams.h"
 #include "Stopwatch.h"
 
 namespace vframe {
@@ -41,7 +42,7 @@ PixelFormat FormatFor(std::size_t inAngle, const PictureView& inPicture) {
 void Say(std::string inText) {
     std::replace(inText.begin(), inText.end(), '\n', ' ');
     std::printf("%s\n", inText.c_str());
-    std::fflush(stdout);
+    FlushOutput();
 }
 
 std::string ToLine(const PublishedAngle& inAngle) {

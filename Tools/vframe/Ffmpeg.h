@@ -29,7 +29,8 @@ struct FreeByAddress {
 
 struct CloseOutput {
     void operator()(AVFormatContext* inContext) const {
-        avio_closep(&inContext->pb);
+        if (inContext->pb) av_freep(&inContext->pb->buffer);
+        avio_context_free(&inContext->pb);
         avformat_free_context(inContext);
     }
 };

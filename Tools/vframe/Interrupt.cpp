@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <limits>
@@ -19,24 +20,52 @@ namespace {
 volatile std::sig_atomic_t interrupted = 0;
 std::array<int, 2> wakePipe{-1, -1};  // a byte in it wakes whoever waits
 
-void OnSignal(int) {
+// What a signal handler may look at.
+std::atomic<const char*> doomedFile = nullptr;
+static_assert(decltype(doomedFile)::is_always_lock_free);
+
+/// What each signal did before this program took it; ends the program where nothing is noted.
+std::array<struct sigaction, NSIG> before;
+
+struct sigaction& Before(int inSignal) {
+    return before[static_cast<std::size_t>(inSignal)];
+}
+
+void Take(int inSignal, void (*inHandler)(int)) {
+    struct sigaction action {};
+    action.sa_handler = inHandler;
+    // No restart: a read that waits for another process must end, too.
+    sigaction(inSignal, &action, nullptr);
+}
+
+/// Does what the signal did before, once nothing is left behind.
+void OnSuddenEnd(int inSignal) {
+    if (const char* const path = doomedFile) unlink(path);
+    sigaction(inSignal, &Before(inSignal), nullptr);
+    raise(inSignal);
+}
+
+void OnInterrupt(int inSignal) {
     const int savedError = errno;
     interrupted = 1;
+    Take(inSignal, OnSuddenEnd);
     [[maybe_unused]] const ssize_t written = write(wakePipe[1], "", 1);
     errno = savedError;
 }
 
 }  // namespace
 
-void ListenForInterrupts() {
-    if (pipe2(wakePipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-        throw std::system_error(errno, std::generic_category(), "pipe");
-    struct sigaction action {};
-    action.sa_handler = OnSignal;
-    // No restart: a read that waits for another process must end, too.
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
+void ListenToSignals() {
+    if (pipe2(wakePipe.data(), O_CLOEXEC) != 0)
+        throw Failure("pipe", std::generic_category().message(errno));
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        sigaction(signal, &action, nullptr);
+        Take(signal, OnInterrupt);
+    for (const int signal : {SIGQUIT, SIGPIPE, SIGALRM, SIGXCPU, SIGUSR1, SIGUSR2, SIGABRT, SIGBUS,
+                             SIGSEGV, SIGFPE, SIGILL}) {
+        sigaction(signal, nullptr, &Before(signal));
+        if (Before(signal).sa_handler != SIG_IGN) Take(signal, OnSuddenEnd);
+    }
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 bool IsInterrupted() {
@@ -45,6 +74,10 @@ bool IsInterrupted() {
 
 void ThrowIfInterrupted() {
     if (IsInterrupted()) throw Failure("interrupted", "ended by a signal");
+}
+
+void RemoveAtSuddenEnd(const char* inPath) {
+    doomedFile = inPath;
 }
 
 void WaitForInterrupt(std::optional<std::chrono::milliseconds> inTime) {

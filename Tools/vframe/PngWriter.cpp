@@ -1,6 +1,5 @@
 #include "PngWriter.h"
 
-#include <fstream>
 #include <new>
 
 #include "Ffmpeg.h"
@@ -54,10 +53,7 @@ void PngWriter::Write(const VF::VideoFrameRef& inFrame) {
     const MediaPacket packet =
         EncodePng(*pixels, {static_cast<int>(ratio.numerator), static_cast<int>(ratio.denominator)},
                   output_.Path());
-    std::ofstream file(output_.TemporaryPath(), std::ios::binary);
-    file.write(reinterpret_cast<const char*>(packet->data), packet->size);
-    file.close();
-    if (!file) output_.FailWriting();
+    output_.Write(packet->data, static_cast<std::size_t>(packet->size));
 }
 
 }  // namespace vframe

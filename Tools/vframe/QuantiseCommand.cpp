@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 
 #include "Canvas.h"
@@ -90,10 +89,7 @@ std::string QuantisedFile(const VF::VideoFrameRef& inFrame, int inColours) {
 
 void WriteFile(const std::string& inPath, const std::string& inData) {
     OutputFile output(inPath);
-    std::ofstream file(output.TemporaryPath(), std::ios::binary);
-    file.write(inData.data(), static_cast<std::streamsize>(inData.size()));
-    file.close();
-    if (!file) output.FailWriting();
+    output.Write(inData.data(), inData.size());
     output.Commit();
 }
 

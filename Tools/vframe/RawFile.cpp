@@ -35,20 +35,9 @@ std::optional<PictureView> RawReader::Next() {
     return ViewFrame(frame_);
 }
 
-RawWriter::RawWriter(const std::string& inPath)
-    : output_(inPath), file_(output_.TemporaryPath(), std::ios::binary) {}
-
 void RawWriter::Write(const VF::VideoFrameRef& inFrame) {
     const auto memory = Brix::QueryInterface<VF::IVideoFrameMemoryAccess>(inFrame);
-    file_.write(static_cast<const char*>(memory->GetData()),
-                static_cast<std::streamsize>(memory->GetDataSize()));
-    if (!file_) output_.FailWriting();
-}
-
-void RawWriter::Finish() {
-    file_.close();
-    if (!file_) output_.FailWriting();
-    output_.Commit();
+    output_.Write(memory->GetData(), memory->GetDataSize());
 }
 
 }  // namespace vframe

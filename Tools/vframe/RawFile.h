@@ -32,14 +32,13 @@ class RawReader : public PictureSource {
 
 class RawWriter : public PictureSink {
   public:
-    explicit RawWriter(const std::string& inPath);
+    explicit RawWriter(const std::string& inPath) : output_(inPath) {}
 
     void Write(const VF::VideoFrameRef& inFrame) override;
-    void Finish() override;
+    void Finish() override { output_.Commit(); }
 
   private:
     OutputFile output_;
-    std::ofstream file_;
 };
 
 }  // namespace vframe

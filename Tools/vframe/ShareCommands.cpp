@@ -11,6 +11,7 @@
 #include "PictureSink.h"
 #include "PictureSource.h"
 #include "Publishing.h"
+#include "StandardStreams.h"
 
 namespace vframe {
 namespace {
@@ -52,7 +53,7 @@ void Publish(const PublishArguments& inArguments) {
     // What others see now is no longer this process's to write.
     std::printf("%s: %s, %s\n", guid.ToString().c_str(), Describe(frame).c_str(),
                 frame->GetReadOnly() ? "in place" : "as a copy");
-    std::fflush(stdout);  // whoever waits for the line must see it now
+    FlushOutput();  // whoever waits for the line must see it now
     std::optional<std::chrono::milliseconds> hold;
     if (inArguments.hold) hold = Milliseconds(*inArguments.hold);
     WaitForInterrupt(hold);
@@ -77,6 +78,7 @@ void Receive(const ReceiveArguments& inArguments) {
     const auto sink = OpenSink(inArguments.output);
     VF::VideoFrameRef frame = ReceiveFrame(guid, Milliseconds(inArguments.timeout));
     std::printf("%s: %s\n", guid.ToString().c_str(), Describe(frame).c_str());
+    FlushOutput();
     if (size) frame = MakeFrameOf(ViewFrame(frame), {frame->GetPixelType(), size});
     sink->Write(frame);
     sink->Finish();

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "Frames.h"
+#include "StandardStreams.h"
 
 namespace vframe {
 namespace {
@@ -45,7 +46,7 @@ void ShowPreview(const VF::VideoFrameRef& inFrame) {
         text += "\033[0m\n";
     }
     std::fputs(text.c_str(), stdout);
-    std::fflush(stdout);
+    FlushOutput();
 }
 
 }  // namespace vframe

@@ -3,15 +3,15 @@
 #include <VideoFrame/VideoFrame.h>
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <cstdio>
 #include <new>
-#include <system_error>
+#include <sstream>
 
 #include "Commands.h"
 #include "Failure.h"
 #include "Ffmpeg.h"
 #include "Interrupt.h"
+#include "StandardStreams.h"
 
 namespace vframe {
 namespace {
@@ -48,7 +48,8 @@ void DescribeProgram(CLI::App& inApp) {
 }
 
 int Run(int inCount, char** inArguments) {
-    ListenForInterrupts();
+    KeepStandardNumbers();
+    ListenToSignals();
     av_log_set_level(AV_LOG_QUIET);
     // The error that follows says the same, in the program's own words.
     tulocore::debug::SetContractHandler([](const auto&) { return false; });
@@ -57,13 +58,17 @@ int Run(int inCount, char** inArguments) {
     try {
         app.parse(inCount, inArguments);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return app.exit(error);  // help or version
-        return Report(std::string("arguments: ") + error.what(), kExitUsage);
+        if (error.get_exit_code() != 0)
+            return Report(std::string("arguments: ") + error.what(), kExitUsage);
+        std::ostringstream text;  // help or version
+        app.exit(error, text, text);
+        std::fputs(text.str().c_str(), stdout);
+        FlushOutput();
+        return 0;
     }
     if (app.get_subcommands().empty())
         throw UsageFailure("arguments", "a command is needed; 'vframe --help' lists them");
-    if (std::fflush(stdout) != 0)
-        throw Failure("standard output", std::generic_category().message(errno));
+    FlushOutput();
     return 0;
 }
 

@@ -83,17 +83,8 @@ HWY_INLINE void UnpackGroup(const std::uint8_t* inGroup, std::size_t inX, Planar
 /// pair that follows; at the end of the row its last sample goes on.
 void UnpackChunk(const std::uint8_t* inRow, std::size_t inLeft, PlanarChunk& outChunk) {
     const std::size_t count = std::min(inLeft, kChunkPixels + kGroupPixels);
-    std::size_t x = 0;
-    for (; x + kGroupPixels <= count; x += kGroupPixels) {
+    for (std::size_t x = 0; x < count; x += kGroupPixels)
         UnpackGroup(inRow + x / kGroupPixels * kGroupBytes, x, outChunk);
-    }
-    if (x < count) {
-        std::uint8_t group[kGroupBytes] = {};
-        CopyRow(kV210, static_cast<std::int32_t>(count - x),
-                reinterpret_cast<const std::byte*>(inRow + x / kGroupPixels * kGroupBytes),
-                reinterpret_cast<std::byte*>(group));
-        UnpackGroup(group, x, outChunk);
-    }
     if (count < inLeft) return;
     const std::size_t end = count + count % 2;
     outChunk.luma[end - 1] = outChunk.luma[count - 1];
@@ -199,16 +190,9 @@ HWY_INLINE void PackGroup(const std::uint16_t* inSamples, std::uint8_t* outGroup
 }
 
 void PackChunk(const SampleChunk& inChunk, std::size_t inCount, std::uint8_t* outRow) {
-    std::size_t x = 0;
-    for (; x + kGroupPixels <= inCount; x += kGroupPixels) {
+    for (std::size_t x = 0; x < inCount; x += kGroupPixels)
         PackGroup(inChunk.samples + 2 * x, outRow + x / kGroupPixels * kGroupBytes);
-    }
-    if (x == inCount) return;
-    std::uint8_t group[kGroupBytes];
-    PackGroup(inChunk.samples + 2 * x, group);
-    CopyRow(kV210, static_cast<std::int32_t>(inCount - x),
-            reinterpret_cast<const std::byte*>(group),
-            reinterpret_cast<std::byte*>(outRow + x / kGroupPixels * kGroupBytes));
+    ClearUnused(kV210, static_cast<std::int32_t>(inCount), reinterpret_cast<std::byte*>(outRow));
 }
 
 template <const PixelWeights& kWeights>

@@ -120,9 +120,6 @@ bool HasAlpha(const Format& inFormat) {
 }
 
 std::int64_t UsedRowBytes(const Format& inFormat, std::int32_t inWidth) {
-    if (inFormat.component == Component::Unsigned10) {
-        return RoundUpToMultiple(V210Samples(inWidth), 3) / 3 * 4;
-    }
     return RoundUpToMultiple(inWidth, inFormat.unitPixels) / inFormat.unitPixels *
            inFormat.unitBytes;
 }

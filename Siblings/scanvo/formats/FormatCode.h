@@ -48,8 +48,7 @@ bool HasHalfChroma(const Format& inFormat);
 /// Whether pixels carry an alpha that means something.
 bool HasAlpha(const Format& inFormat);
 
-/// Bytes from a row's start to the end of the last byte that inWidth pixels need. For v210 that is
-/// whole 32-bit words, not whole units: 2 pixels need 2 words, 4 need 3, 6 need 4.
+/// Bytes from a row's start to the end of the last unit that holds any of inWidth pixels.
 std::int64_t UsedRowBytes(const Format& inFormat, std::int32_t inWidth);
 
 /// Bytes of the shortest row of a picture of that width; for v210 a multiple of 128 bytes.

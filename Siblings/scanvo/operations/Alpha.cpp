@@ -61,7 +61,7 @@ void ReplaceAlpha(const Source& inSource, const Destination& outDestination,
                });
 }
 
-// ---- Straight alpha inverted --------------------------------------------------------------------
+// ---- Alpha inverted -----------------------------------------------------------------------------
 
 std::uint16_t Inverted(std::uint16_t inAlpha) {
     return static_cast<std::uint16_t>(32768 - std::min<int>(inAlpha, 32768));
@@ -72,7 +72,7 @@ float Inverted(float inAlpha) {
 }
 
 template <class Code>
-void InvertStraight(const Source& inSource, const Destination& outDestination) {
+void InvertCodes(const Source& inSource, const Destination& outDestination) {
     constexpr std::size_t kPixelBytes = sizeof(Code) * kPlaneCount;
     const std::size_t alphaOffset = AlphaPlace(inSource.format) * sizeof(Code);
     for (std::int32_t row = 0; row < inSource.height; ++row) {
@@ -90,35 +90,11 @@ void InvertStraight(const Source& inSource, const Destination& outDestination) {
     }
 }
 
-void InvertStraight8(const Source& inSource, const Destination& outDestination) {
+void InvertBytes(const Source& inSource, const Destination& outDestination) {
     constexpr std::byte kOnes[sizeof(float)] = {std::byte{0xFF}};
     PixelPattern all;
     all.fill(0xFF);
     ReplaceAlpha(inSource, outDestination, all, AlphaPattern(inSource.format, kOnes, std::byte{0}));
-}
-
-// ---- Premultiplied colour -----------------------------------------------------------------------
-
-// Gives each pixel the alpha inChange(its alpha), and its colour the same straight colour as
-// before; where there was no alpha that is black.
-template <class Change>
-void ChangePremultiplied(const Source& inSource, const Destination& outDestination,
-                         const Change& inChange) {
-    Scratch scratch;
-    const RowAccess access = AccessTo(inSource.format);
-    const PlanarRow planes = scratch.Row(inSource.width);
-    for (std::int32_t row = 0; row < inSource.height; ++row) {
-        access.Load(inSource, row, planes);
-        for (std::int32_t x = 0; x < inSource.width; ++x) {
-            float& alpha = planes[kAlphaPlane][x];
-            const float changed = inChange(alpha);
-            const float factor = alpha > 0 ? changed / alpha : 0;
-            for (std::size_t plane = 0; plane < kColourPlaneCount; ++plane)
-                planes[plane][x] *= factor;
-            alpha = changed;
-        }
-        access.Store(planes, outDestination, row);
-    }
 }
 
 // ---- Over black ---------------------------------------------------------------------------------
@@ -185,14 +161,12 @@ void InvertAlpha(const Source& inSource, const Destination& outDestination) {
     const Format& format = inSource.format;
     if (!HasAlpha(format)) {
         ConvertPicture(inSource, outDestination);
-    } else if (format.alpha == Alpha::Premultiplied) {
-        ChangePremultiplied(inSource, outDestination, [](float alpha) { return 1 - alpha; });
     } else if (format.component == Component::Unsigned8) {
-        InvertStraight8(inSource, outDestination);
+        InvertBytes(inSource, outDestination);
     } else if (format.component == Component::Unsigned15) {
-        InvertStraight<std::uint16_t>(inSource, outDestination);
+        InvertCodes<std::uint16_t>(inSource, outDestination);
     } else {
-        InvertStraight<float>(inSource, outDestination);
+        InvertCodes<float>(inSource, outDestination);
     }
 }
 
@@ -200,10 +174,6 @@ void CopyAndSetAlpha(const Source& inSource, const Destination& outDestination, 
     const Format& format = inSource.format;
     if (format.alpha == Alpha::None) {
         ConvertPicture(inSource, outDestination);
-    } else if (format.alpha == Alpha::Premultiplied) {
-        const bool clamps = format.component != Component::Float;
-        const float alpha = clamps ? std::clamp(inAlpha, 0.0f, 1.0f) : inAlpha;
-        ChangePremultiplied(inSource, outDestination, [alpha](float) { return alpha; });
     } else {
         constexpr std::byte kZero[sizeof(float)] = {};
         const AlphaCode code = CodeOf(format, inAlpha);

@@ -5,7 +5,7 @@
 
 namespace scanvo {
 
-/// Pictures of one size and format, which may be the same memory.
+/// Pictures of one size and format, which may be the same memory. All colour stays as it is.
 void InvertAlpha(const Source& inSource, const Destination& outDestination);
 void CopyAndSetAlpha(const Source& inSource, const Destination& outDestination, float inAlpha);
 

@@ -50,7 +50,7 @@ bool MovesForward(const Source& inSource, const Destination& inDestination) {
     return (inDestination.start > inSource.start) != (inSource.rowBytes > 0);
 }
 
-// Rows of whole units; those of v210 may end within one.
+// Rows of whole units; the last one of a v210 row may have to be cleared in part.
 bool IsWorthStreaming(const Source& inSource) {
     return inSource.width % inSource.format.unitPixels == 0 &&
            UsedRowBytes(inSource.format, inSource.width) * inSource.height >= kLargePictureBytes;

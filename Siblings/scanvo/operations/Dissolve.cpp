@@ -15,7 +15,7 @@ void DissolvePictures(const Source& inFirst, const Source& inSecond,
     Scratch scratch;
     const InputRows first(inFirst, outDestination.format, scratch);
     const InputRows second(inSecond, outDestination.format, scratch);
-    const OutputRows output(outDestination, scratch);
+    const OutputRows output(outDestination);
     const MixRow mix = FindMixRow(outDestination.format);
     for (std::int32_t row = 0; row < outDestination.height; ++row) {
         output.Put(row, [&](std::byte* outRow) {

@@ -51,19 +51,15 @@ Pattern PatternOf(const Format& inFormat, const Unit& inUnit) {
 void FillWithUnit(const Destination& outDestination, const Unit& inUnit) {
     const Format& format = outDestination.format;
     const Pattern pattern = PatternOf(format, inUnit);
-    const std::int32_t tailPixels = outDestination.width % format.unitPixels;
-    const std::int64_t wholeBytes =
-        std::int64_t{outDestination.width / format.unitPixels} * format.unitBytes;
-    const std::int64_t allBytes = wholeBytes * outDestination.height;
+    const std::int64_t usedBytes = UsedRowBytes(format, outDestination.width);
+    const std::int64_t allBytes = usedBytes * outDestination.height;
     const bool isStreamed = allBytes >= kLargePictureBytes;
     // Rows that nothing separates are as good as one.
-    const bool isJoined = tailPixels == 0 && outDestination.rowBytes == wholeBytes;
+    const bool isJoined = outDestination.rowBytes == usedBytes;
     const std::int32_t rowCount = isJoined ? 1 : outDestination.height;
     for (std::int32_t i = 0; i < rowCount; ++i) {
-        std::byte* const row = RowAt(outDestination, i);
-        RepeatBytes(pattern, row, static_cast<std::size_t>(isJoined ? allBytes : wholeBytes),
-                    isStreamed);
-        if (tailPixels != 0) CopyRow(format, tailPixels, inUnit.data(), row + wholeBytes);
+        RepeatBytes(pattern, RowAt(outDestination, i),
+                    static_cast<std::size_t>(isJoined ? allBytes : usedBytes), isStreamed);
     }
     if (isStreamed) FinishCopies();
 }

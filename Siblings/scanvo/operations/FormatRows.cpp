@@ -41,12 +41,8 @@ const std::byte* InputRows::At(std::int32_t inRow) const {
     return converted_.start;
 }
 
-OutputRows::OutputRows(const Destination& inPicture, Scratch& ioScratch)
+OutputRows::OutputRows(const Destination& inPicture)
     : picture_(inPicture),
-      byteCount_(static_cast<std::size_t>(UsedRowBytes(inPicture.format, inPicture.width))) {
-    const bool sharesLastWord = inPicture.format.component == Component::Unsigned10 &&
-                                V210Samples(inPicture.width) % 3 != 0;
-    if (sharesLastWord) staging_ = ScratchBytes(static_cast<std::int64_t>(byteCount_), ioScratch);
-}
+      byteCount_(static_cast<std::size_t>(UsedRowBytes(inPicture.format, inPicture.width))) {}
 
 }  // namespace scanvo

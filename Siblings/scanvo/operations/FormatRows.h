@@ -32,27 +32,25 @@ class InputRows {
     PlanarRow fetched_{};
 };
 
-/// The rows of a picture to be written in whole words. Of a v210 row's last word that may be more
-/// than belongs to the picture; such rows are written elsewhere first.
+/// The rows of a picture to be written in whole units.
 class OutputRows {
   public:
-    OutputRows(const Destination& inPicture, Scratch& ioScratch);
+    explicit OutputRows(const Destination& inPicture);
 
-    /// Bytes of a row from its first to its last used word.
+    /// Bytes of a row from its first to its last unit.
     std::size_t ByteCount() const { return byteCount_; }
 
     /// Calls inWrite with the place to write a row's bytes to.
     template <class Write>
     void Put(std::int32_t inRow, const Write& inWrite) const {
         std::byte* const row = RowAt(picture_, inRow);
-        inWrite(staging_ != nullptr ? staging_ : row);
-        if (staging_ != nullptr) CopyRow(picture_.format, picture_.width, staging_, row);
+        inWrite(row);
+        ClearUnused(picture_.format, picture_.width, row);
     }
 
   private:
     Destination picture_;
     std::size_t byteCount_;
-    std::byte* staging_ = nullptr;
 };
 
 }  // namespace scanvo

@@ -131,7 +131,7 @@ void CompositeByMask(const Source& inFirst, const Source& inSecond, const BitMas
     Scratch scratch;
     const InputRows first(inFirst, outDestination.format, scratch);
     const InputRows second(inSecond, outDestination.format, scratch);
-    const OutputRows output(outDestination, scratch);
+    const OutputRows output(outDestination);
     const auto [shape, select] = SelectionFor(outDestination.format);
     std::uint8_t* const pixels = MaskBytes(width, scratch);
     const auto rowBytes = static_cast<std::int64_t>(output.ByteCount());

@@ -170,29 +170,21 @@ constexpr std::uint32_t kV210SampleMask = 0x3FF;
 
 using V210Group = std::array<std::uint32_t, kV210GroupSamples>;
 
-// Reads the words that hold the first inCount samples of a group, and no others.
+// The samples from inCount on are 0.
 V210Group UnpackV210(const std::byte* inGroup, int inCount) {
     V210Group samples{};
-    for (int word = 0; 3 * word < inCount; ++word) {
-        const auto bits = ReadAt<std::uint32_t>(inGroup, word);
-        for (int i = 0; i < 3; ++i) {
-            samples[static_cast<std::size_t>(3 * word + i)] = bits >> 10 * i & kV210SampleMask;
-        }
+    for (int i = 0; i < inCount; ++i) {
+        samples[static_cast<std::size_t>(i)] =
+            ReadAt<std::uint32_t>(inGroup, i / 3) >> i % 3 * 10 & kV210SampleMask;
     }
     return samples;
 }
 
-// Writes the first inCount samples of a group. A word that holds other samples too keeps those.
-void PackV210(const V210Group& inSamples, int inCount, std::byte* outGroup) {
-    for (int word = 0; 3 * word < inCount; ++word) {
-        const int count = std::min(3, inCount - 3 * word);
-        const std::uint32_t ownBits = (std::uint32_t{1} << 10 * count) - 1;
-        std::uint32_t bits = 0;
-        if (count < 3) bits = ReadAt<std::uint32_t>(outGroup, word) & ~ownBits & 0x3FFFFFFF;
-        for (int i = 0; i < count; ++i) {
-            bits |= inSamples[static_cast<std::size_t>(3 * word + i)] << 10 * i;
-        }
-        WriteAt(outGroup, word, bits);
+void PackV210(const V210Group& inSamples, std::byte* outGroup) {
+    for (std::size_t word = 0; word < kV210GroupSamples / 3; ++word) {
+        WriteAt(
+            outGroup, static_cast<std::int64_t>(word),
+            inSamples[3 * word] | inSamples[3 * word + 1] << 10 | inSamples[3 * word + 2] << 20);
     }
 }
 
@@ -245,7 +237,7 @@ void StoreV210(const PlanarRow& inRow, const CodeRanges& inRanges, const Destina
                 Quantise(V210Place(inRow, first, i), inRanges.offset[plane], inRanges.scale[plane],
                          inRanges.maximum));
         }
-        PackV210(samples, count, row + V210GroupOffset(first));
+        PackV210(samples, row + V210GroupOffset(first));
     });
 }
 
@@ -318,15 +310,15 @@ RowShape LoadedShape(const Format& inFormat, std::int32_t inWidth) {
 
 void CopyRow(const Format& inFormat, std::int32_t inWidth, const std::byte* inRow,
              std::byte* outRow) {
-    if (inFormat.component != Component::Unsigned10) {
-        std::memmove(outRow, inRow, static_cast<std::size_t>(UsedRowBytes(inFormat, inWidth)));
-        return;
-    }
+    std::memmove(outRow, inRow, static_cast<std::size_t>(UsedRowBytes(inFormat, inWidth)));
+    ClearUnused(inFormat, inWidth, outRow);
+}
+
+void ClearUnused(const Format& inFormat, std::int32_t inWidth, std::byte* ioRow) {
     const std::int32_t tailPixels = inWidth % kV210GroupPixels;
-    const std::int64_t tail = V210GroupOffset(inWidth);
-    std::memmove(outRow, inRow, static_cast<std::size_t>(tail));
-    const int tailSamples = static_cast<int>(V210Samples(tailPixels));
-    PackV210(UnpackV210(inRow + tail, tailSamples), tailSamples, outRow + tail);
+    if (inFormat.component != Component::Unsigned10 || tailPixels == 0) return;
+    std::byte* const tail = ioRow + V210GroupOffset(inWidth);
+    PackV210(UnpackV210(tail, static_cast<int>(V210Samples(tailPixels))), tail);
 }
 
 }  // namespace scanvo

@@ -5,8 +5,9 @@
 // above white load as they are. Integer codes are rounded to nearest and clamped to what the
 // component can hold, 15-bit ones to white; NaN becomes the lowest code.
 //
-// An odd width stores the last pixel's Y' into both halves of its UYVY or YUYV unit. v210 rows
-// change the bits of their own samples only, and clear the two spare bits of the words they touch.
+// Units are written whole, so that no bits that nobody set stay in them. An odd width stores the
+// last pixel's Y' into both halves of its UYVY or YUYV unit. The samples of a v210 unit that belong
+// to no pixel become 0, like the two spare bits of each word.
 #pragma once
 
 #include <array>
@@ -62,9 +63,12 @@ RowAccess PlainAccessTo(const Format& inFormat);
 /// The shape of a row as it is loaded; no alpha plane when alpha means nothing.
 RowShape LoadedShape(const Format& inFormat, std::int32_t inWidth);
 
-/// Copies the used bytes of one row of inWidth pixels. The rows may overlap, those of v210 only by
-/// whole groups of pixels or when the destination comes first.
+/// Copies the units of one row of inWidth pixels. The rows may overlap.
 void CopyRow(const Format& inFormat, std::int32_t inWidth, const std::byte* inRow,
              std::byte* outRow);
+
+/// Clears the samples of a v210 row's last unit that belong to none of inWidth pixels. Rows of
+/// other formats have none.
+void ClearUnused(const Format& inFormat, std::int32_t inWidth, std::byte* ioRow);
 
 }  // namespace scanvo
