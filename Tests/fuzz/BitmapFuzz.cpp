@@ -33,13 +33,11 @@ DWORD SizeofResource(HMODULE, HRSRC) {
     return static_cast<DWORD>(resource.size());
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
-    fuzz::Input input(inData, inSize);
-    const bool isScaled = input.Flag();
-    const tagRECT rect = input.Rect<tagRECT>();
-    resource = input.Rest();
-    if (resource.empty() || IsLarge()) return 0;
+void fuzz::Run(Input inInput) {
+    const bool isScaled = inInput.Flag();
+    const tagRECT rect = inInput.Rect<tagRECT>();
+    resource = inInput.Rest();
+    if (resource.empty() || IsLarge()) return;
     const TPixHand record = Bmp2TPix(MAKEINTRESOURCEW(1), nullptr, isScaled ? &rect : nullptr);
     if (record) tpixDispose(record);
-    return 0;
 }

@@ -74,50 +74,34 @@ VideoFrameRef AnyReceived(Input& ioInput) {
 // --------------------------------------------------------------------------
 
 /// Reads both ends of rows that somebody was told of.
-void Touch(const void* inStart, std::int64_t inRowBytes, std::int64_t inUsed, std::int32_t inRows) {
-    for (std::int32_t row = 0; row < inRows && inUsed > 0; ++row) {
-        const auto* const start =
-            static_cast<const volatile std::uint8_t*>(inStart) + row * inRowBytes;
-        static_cast<void>(start[0]);
-        static_cast<void>(start[inUsed - 1]);
+void Touch(const VideoFrameRef& inFrame, const void* inStart, std::int64_t inRowBytes,
+           std::int32_t inWidth, std::int32_t inRows) {
+    const std::int32_t used =
+        tulomediatypes::UncompressedPixelFormatRowBytes(inFrame->GetPixelType(), inWidth);
+    for (std::int32_t row = 0; row < inRows && used > 0; ++row) {
+        const auto* const start = static_cast<const volatile char*>(inStart) + row * inRowBytes;
+        static_cast<void>(start[0] + start[used - 1]);
     }
 }
 
-void UseBuffer(Input& ioInput, const VideoFrameRef& inFrame, const VideoFrameRef& inOther) {
-    const std::int32_t width = ioInput.Between(1, 70);
-    const std::int32_t height = ioInput.Between(1, 30);
-    const std::int32_t rowBytes =
-        tulomediatypes::UncompressedPixelFormatRowBytes(inFrame->GetPixelType(), width);
-    Bytes buffer(static_cast<std::size_t>(rowBytes * height));
-    manipulators::StoreExternal(inFrame, buffer.data(), width, height, rowBytes);
-    if (inOther->GetPixelType() == inFrame->GetPixelType())
-        manipulators::LoadExternal(inOther, buffer.data(), width, height, rowBytes);
-}
-
 void UseRecord(Input& ioInput, const VideoFrameRef& inFrame, const VideoFrameRef&) {
-    const auto order = ioInput.Between<tulomediatypes::FieldType>(0, 3);
-    const TPixHand record =
-        VF::NewTPixFromVideoFrame(inFrame, ioInput.Flag(), order, ioInput.Between(0, 1));
+    const auto order = ioInput.Between<std::uint32_t>(0, 3);
+    const TPixHand record = VF::NewTPixFromVideoFrame(inFrame, ioInput.Flag(), order, 1);
     if (!record) return;
     const TPix shown = **record;
-    const auto tight = tulomediatypes::UncompressedPixelFormatRowBytes(inFrame->GetPixelType(),
-                                                                       shown.bounds.right);
-    Touch(shown.pixels, shown.rowbytes, tight, shown.bounds.bottom);
+    Touch(inFrame, shown.pixels, shown.rowbytes, shown.bounds.right, shown.bounds.bottom);
     const tagRECT rect{0, 0, ioInput.Between(1, 40), ioInput.Between(1, 40)};
     const TPixHand scaled = tpixNew(&rect);
-    if (tight > 0) tpixStraightScale(record, scaled);
+    tpixStraightScale(record, scaled);
     tpixDispose(scaled);
     tpixDispose(record);
 }
 
 void UseWorld(Input& ioInput, const VideoFrameRef& inFrame, const VideoFrameRef&) {
-    const auto order = ioInput.Between<tulomediatypes::FieldType>(0, 3);
+    const auto order = ioInput.Between<std::uint32_t>(0, 3);
     GF_LayerDef world{};
-    VF::NewGF_WorldFromExistingVideoFrame(inFrame, world, ioInput.Flag(), order,
-                                          ioInput.Between(0, 1));
-    const auto tight =
-        tulomediatypes::UncompressedPixelFormatRowBytes(inFrame->GetPixelType(), world.width);
-    Touch(world.pixelData, world.rowStride, tight, world.height);
+    VF::NewGF_WorldFromExistingVideoFrame(inFrame, world, ioInput.Flag(), order, 1);
+    Touch(inFrame, world.pixelData, world.rowStride, world.width, world.height);
     VF::DisposeGF_WorldFromVideoFrame(world.pixelData);
 }
 
@@ -129,50 +113,51 @@ void Compose(Input& ioInput, const VideoFrameRef& inFrame, const VideoFrameRef& 
     params.scaleX = ioInput.Between(0, 8) / 4.0;
     const std::vector<VideoFrameRef> sources{inFrame, inOther, nullptr, inFrame};
     const bool isSideBySide = ioInput.Flag();
-    const auto selected = ioInput.Between<std::uint64_t>(0, 5);
-    if (selected == 5) {
-        VF::RenderNonMulticam(sources, isSideBySide, params, {}, false);
-    } else {
-        VF::RenderMulticam(sources, selected, isSideBySide, false, params, false);
-    }
+    VF::RenderNonMulticam(sources, isSideBySide, params, {}, false);
+    VF::RenderMulticam(sources, ioInput.Take<std::uint8_t>(), isSideBySide, false, params, false);
 }
 
 void ChangeCopy(Input& ioInput, const VideoFrameRef& inFrame, const VideoFrameRef&) {
     const VideoFrameRef copy = VF::MakeWriteableVideoFrame(inFrame, ioInput.Between(0, 5));
     if (!copy) return;
-    manipulators::VerticalConvolve(copy, copy);
     manipulators::InvertAlpha(copy);
+    manipulators::OpaqueAlpha(copy);
+    manipulators::VerticalConvolve(copy, copy);
     manipulators::DeinterlaceVideoFrame(copy, ioInput.Between(0, 1));
     manipulators::MergePulldownFrames(copy, inFrame);
-    manipulators::OpaqueAlpha(copy);
     manipulators::SwapFields(inFrame, copy);
 }
 
 // clang-format off
 constexpr void (*kUses[])(Input&, const VideoFrameRef&, const VideoFrameRef&) = {
-    UseBuffer, UseRecord, UseWorld, Compose, ChangeCopy,
-    [](auto& input, auto& frame, auto& other) {
-        manipulators::CopyFrameWithFields(frame, other, input.Between(0, 6),
-                                          input.template Between<std::uint32_t>(-1, 3)); },
-    [](auto& input, auto& frame, auto& other) {
-        manipulators::CopyRect(frame, input.template Rect<Brix::Rect>(), other,
-                               input.template Rect<Brix::Rect>(), input.Between(0, 6), input.Between(-1, 1)); },
-    [](auto& input, auto& frame, auto&) {
-        VideoFrameRef addressable;
-        manipulators::MakeAddressableVideoFrame(frame, addressable, input.Format(), input.Between(0, 6)); },
-    [](auto& input, auto& frame, auto& other) {
-        manipulators::CopyField(frame, other, input.Between(0, 1), input.Between(0, 6)); },
-    [](auto& input, auto& frame, auto& other) {
-        manipulators::InterpFieldToFrame(frame, other, input.Between(0, 1)); },
-    [](auto&, auto& frame, auto&) {
+    UseRecord, UseWorld, Compose, ChangeCopy,
+    [](Input&, auto& frame, auto&) { CopyOf(frame); },
+    [](Input&, auto& frame, auto&) { frame->Duplicate(); },
+    [](Input&, auto& frame, auto&) {
         Brix::Rect bounds;
-        manipulators::CalculateAlphaBounds(frame, bounds);
-        CopyOf(frame);
-        frame->Duplicate(); },
+        manipulators::CalculateAlphaBounds(frame, bounds); },
+    [](Input& input, auto& frame, auto&) {
+        const std::int32_t width = input.Between(1, 70), height = input.Between(1, 30);
+        Bytes buffer(static_cast<std::size_t>(width * height * 16));
+        manipulators::StoreExternal(frame, buffer.data(), width, height, width * 16); },
+    [](Input& input, auto& frame, auto& other) {
+        manipulators::CopyFrameWithFields(frame, other, input.Between(0, 6), input.Between<std::uint32_t>(-1, 3)); },
+    [](Input& input, auto& frame, auto& other) {
+        const auto from = input.Rect<Brix::Rect>(), to = input.Rect<Brix::Rect>();
+        manipulators::CopyRect(frame, from, other, to, input.Between(0, 6), input.Between(-1, 1)); },
+    [](Input& input, auto& frame, auto&) {
+        VideoFrameRef result;
+        manipulators::MakeAddressableVideoFrame(frame, result, input.Format(), input.Between(0, 6)); },
+    [](Input& input, auto& frame, auto& other) {
+        manipulators::CopyField(frame, other, input.Between(0, 1), input.Between(0, 6)); },
+    [](Input& input, auto& frame, auto& other) {
+        manipulators::InterpFieldToFrame(frame, other, input.Between(0, 1)); },
 };
 // clang-format on
 
-void UseFrame(Input inInput) {
+}  // namespace
+
+void Run(Input inInput) {
     const auto use = inInput.OneOf(kUses);
     VideoFrameRef frame = AnyReceived(inInput);
     const VideoFrameRef other = AnyNew(inInput);
@@ -182,21 +167,4 @@ void UseFrame(Input inInput) {
     use(inInput, frame, other);
 }
 
-}  // namespace
 }  // namespace fuzz
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    VF::Initialize();
-    // Who breaks a contract is told so, quietly.
-    tulocore::debug::SetContractHandler([](const auto&) { return false; });
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
-    try {
-        fuzz::UseFrame({inData, inSize});
-    } catch (const tulocore::config::Error&) {
-    } catch (const Brix::Exception&) {
-    }
-    return 0;
-}

@@ -81,4 +81,8 @@ class Input {
     std::span<const std::uint8_t> left_;
 };
 
+/// What a target does with an input. Broken contracts and the exceptions of the library may leave
+/// it.
+void Run(Input inInput);
+
 }  // namespace fuzz
