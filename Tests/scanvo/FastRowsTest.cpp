@@ -55,8 +55,9 @@ void CheckRow(Area& inSource, const Area& inExpected, std::array<double, 2>& ioC
     Compare(result, inExpected, ioCounts);
     const std::int32_t width = inSource.Width();
     // Both halves of an odd row's last unit have the last luma.
-    if (result.Format().Is422() && !result.Format().IsV210() && width % 2 != 0)
+    if (result.Format().Is422() && !result.Format().IsV210() && width % 2 != 0) {
         ASSERT_EQ(result.At(width, 0)[0], result.At(width - 1, 0)[0]);
+    }
     if (from.unitBytes != to.unitBytes || from.unitPixels != to.unitPixels) return;
     std::copy(row.begin() + 1, row.end(), result.Start());
     convert(result.Start(), result.Start(), inSource.Width());
