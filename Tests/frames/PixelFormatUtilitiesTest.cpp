@@ -92,18 +92,20 @@ TEST(Colours, OnePixelOrOneUnitAndNoByteMore) {
         {kPixelFormat_UYVY_422_8u, {128, 16, 128, 16}, {128, 235, 128, 235}, {}},
     };
     // clang-format on
-    for (const auto& [format, black, white, red] : kCases) {
+    for (const auto& each : kCases) {
         const auto expect = [](Bytes expected, const auto& write) {
             Bytes pixel(24, 0xEE);
             EXPECT_EQ(write(pixel.data()), 0);
             expected.resize(24, 0xEE);
             EXPECT_EQ(pixel, expected);
         };
-        expect(black, [&](void* pixel) { return VF::GetBlackForPixelFormat(format, pixel); });
-        expect(white, [&](void* pixel) { return VF::GetWhiteForPixelFormat(format, pixel); });
-        if (red.empty()) continue;
-        expect(red, [&](void* pixel) {
-            return VF::ConvertColorToPixelFormattedData(format, 1, 1, 0, 0, pixel);
+        expect(each.black,
+               [&](void* pixel) { return VF::GetBlackForPixelFormat(each.format, pixel); });
+        expect(each.white,
+               [&](void* pixel) { return VF::GetWhiteForPixelFormat(each.format, pixel); });
+        if (each.red.empty()) continue;
+        expect(each.red, [&](void* pixel) {
+            return VF::ConvertColorToPixelFormattedData(each.format, 1, 1, 0, 0, pixel);
         });
     }
 }

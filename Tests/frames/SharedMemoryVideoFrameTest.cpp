@@ -51,7 +51,8 @@ TEST(Frame, NewFrameReportsWhatItWasMadeWith) {
     // The origin is unset when either part is negative.
     for (const OV::Point& origin : {OV::Point{5, -2}, {-7, 2}, {5, 0}}) {
         frame->SetOrigin(origin.x, origin.y);
-        EXPECT_EQ(frame->GetOrigin(), origin.x == 5 && origin.y == 0 ? origin : OV::Point(-1, -1));
+        const bool isSet = origin.x == 5 && origin.y == 0;
+        EXPECT_EQ(frame->GetOrigin(), (isSet ? origin : OV::Point{-1, -1}));
     }
 }
 
