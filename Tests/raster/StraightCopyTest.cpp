@@ -76,10 +76,12 @@ TEST(StraightCopy, ConvertsRectangles) {
     };
     for (const auto& [from, fromError] : kFormats) {
         for (const auto& [to, toError] : kFormats) {
-            for (const auto& [point, rect] : kPlaces) {
+            for (const auto& place : kPlaces) {
+                const auto& point = place.first;
+                const auto& rect = place.second;
                 const PatternRecord source(from, 20, 12, 1);
                 const PatternRecord destination(to, 16, 10, 2);
-                if (&rect == &std::end(kPlaces)[-1].second) {
+                if (&place == std::end(kPlaces) - 1) {
                     tpixStraightCopy(source.Handle(), destination.Handle());
                 } else {
                     tpixStraightCopyRect(source.Handle(), point, destination.Handle(), &rect);
