@@ -84,8 +84,7 @@ void Client::Stop() noexcept {
     try {
         RemoveEverythingOf(*folder_, liveness_->Client());
     } catch (const std::bad_alloc&) {
-        // Those who start later find that nobody holds the client's file.
-        folder_->Remove(ClientName(liveness_->Client()));
+        // Those who start later find that nobody holds the client's file, and remove what is left.
     }
 }
 
