@@ -146,12 +146,15 @@ TEST(Threads, EndTheCacheThatAnotherFilled) {
 
 /// Takes its time to go.
 struct SlowFrame final : support::FrameWithoutMemory {
+    void AddRef() override { ++references; }
     void Release() override {
+        if (--references > 0) return;
         isGoing = true;
         while (!mayGo)
             std::this_thread::yield();
     }
-    std::atomic<bool> isGoing = false, mayGo = true;
+    std::atomic<int> references = 0;
+    std::atomic<bool> isGoing = false, mayGo = false;
 };
 
 TEST(Threads, EndTheCacheAfterTheLastFlush) {
@@ -161,7 +164,6 @@ TEST(Threads, EndTheCacheAfterTheLastFlush) {
     std::atomic<bool> isOver = false;
     VF::Initialize();
     InsertIntoCache(VF::VideoFrameRef(&frame), MakeGuid(1), 0);
-    frame.mayGo = frame.isGoing = false;
     std::jthread flush([&] { manager.map->FlushItem(1); });
     while (!frame.isGoing)
         std::this_thread::yield();
