@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-thread_local int allocationsLeft = -1;  // below 0: no bound
+constinit thread_local int allocationsLeft = -1;  // below 0: no bound
 
 void* operator new(std::size_t inSize) {
     if (allocationsLeft == 0) throw std::bad_alloc();

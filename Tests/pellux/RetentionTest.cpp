@@ -12,7 +12,7 @@
 
 using namespace service_test;
 
-extern thread_local int allocationsLeft;  // of this thread; below 0: no bound
+extern constinit thread_local int allocationsLeft;  // of this thread; below 0: no bound
 
 namespace {
 

@@ -111,8 +111,7 @@ TEST(Threads, ShareTheCache) {
     for (std::uint32_t i = 0; i < frames.size(); ++i)
         frames[i] = support::MakeFrame(10 + 10 * i, 10 + 10 * i);
     VF::Initialize();
-    std::atomic<std::uint32_t> done = 0;
-    const auto work = [&](std::uint32_t inThread) {
+    OnThreads([&](std::uint32_t inThread) {
         std::mt19937 random(inThread);
         for (int i = 0; i < 2000; ++i) {
             const Guid guid = MakeGuid(random() % 16);
@@ -124,28 +123,38 @@ TEST(Threads, ShareTheCache) {
             if (inThread == 1) manager->Purge();
             if (inThread == 2) RunMainThreadCalls();
         }
-        done.fetch_add(1, std::memory_order_relaxed);  // orders nothing that the cache should
-    };
-    std::vector<std::jthread> threads;
-    for (std::uint32_t i = 0; i < kThreads; ++i)
-        threads.emplace_back(work, i);
-    while (done.load(std::memory_order_relaxed) < kThreads)
-        std::this_thread::yield();
+    });
     VF::Shutdown();
-    threads.clear();
     RunMainThreadCalls();
     EXPECT_EQ(manager->GetUsedBytes(), 0U);
     manager->SetBudget(budget);
 }
 
+TEST(Threads, EndTheCacheThatAnotherFilled) {
+    const support::SharedFolder folder;
+    const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
+    std::atomic<bool> isDone = false;
+    VF::Initialize();
+    const std::jthread other([&] {
+        InsertIntoCache(frame, MakeGuid(1), 0);
+        isDone.store(true, std::memory_order_relaxed);
+    });
+    while (!isDone.load(std::memory_order_relaxed))
+        std::this_thread::yield();
+    VF::Shutdown();
+}
+
 /// Takes its time to go.
 struct SlowFrame final : support::FrameWithoutMemory {
+    void AddRef() override { ++references; }
     void Release() override {
+        if (--references > 0) return;
         isGoing = true;
         while (!mayGo)
             std::this_thread::yield();
     }
-    std::atomic<bool> isGoing = false, mayGo = true;
+    std::atomic<int> references = 0;
+    std::atomic<bool> isGoing = false, mayGo = false;
 };
 
 TEST(Threads, EndTheCacheAfterTheLastFlush) {
@@ -155,7 +164,6 @@ TEST(Threads, EndTheCacheAfterTheLastFlush) {
     std::atomic<bool> isOver = false;
     VF::Initialize();
     InsertIntoCache(VF::VideoFrameRef(&frame), MakeGuid(1), 0);
-    frame.mayGo = frame.isGoing = false;
     std::jthread flush([&] { manager.map->FlushItem(1); });
     while (!frame.isGoing)
         std::this_thread::yield();
