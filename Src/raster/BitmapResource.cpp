@@ -137,8 +137,10 @@ void ExpandPixels(Bitmap inBitmap, const TPix& outRecord) {
         static_cast<std::uint8_t*>(TvNewPtr(bytes)));
     if (!lines) return;
     std::memset(lines.get(), 0, static_cast<std::size_t>(bytes));
-    ExpandRle8({inBitmap.bits, static_cast<std::size_t>(inBitmap.bitBytes)},
-               RleOutput(inBitmap.header, lines.get()));
+    // The header's height may have more than the 16 bits that count.
+    RleOutput output(inBitmap.header, lines.get());
+    output.LimitTo(static_cast<std::size_t>(bytes));
+    ExpandRle8({inBitmap.bits, static_cast<std::size_t>(inBitmap.bitBytes)}, output);
     inBitmap.bits = lines.get();
     inBitmap.bitBytes = bytes;
     ExpandLines(inBitmap, expand, outRecord);

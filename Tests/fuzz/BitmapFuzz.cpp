@@ -12,7 +12,7 @@ bool IsLarge() {
     std::memcpy(&header, resource.data(), std::min(resource.size(), sizeof header));
     const auto width = static_cast<std::int16_t>(header.biWidth);
     const auto height = static_cast<std::int16_t>(header.biHeight);
-    return width * height > 0x10000;
+    return width * height > 0x8000;
 }
 
 }  // namespace
@@ -35,7 +35,7 @@ DWORD SizeofResource(HMODULE, HRSRC) {
 
 void fuzz::Run(Input inInput) {
     const bool isScaled = inInput.Flag();
-    const tagRECT rect = inInput.Rect<tagRECT>();
+    const tagRECT rect{0, 0, inInput.Between(-4, 70), inInput.Between(-4, 70)};
     resource = inInput.Rest();
     if (resource.empty() || IsLarge()) return;
     const TPixHand record = Bmp2TPix(MAKEINTRESOURCEW(1), nullptr, isScaled ? &rect : nullptr);
