@@ -48,7 +48,7 @@ class MediaManagerTest : public testing::Test {
 };
 
 TEST_F(MediaManagerTest, FlushesWhatWasUsedLongestAgo) {
-    for (const std::uint64_t item : {1, 2, 3})
+    for (const std::uint64_t item : {1U, 2U, 3U})
         Add(item, 30, map);
     EXPECT_EQ(manager->GetUsedBytes(), 90U);
     manager->UseItem(1, map.GetReference());
@@ -92,7 +92,7 @@ TEST_F(MediaManagerTest, CountsRetainedBytes) {
 }
 
 TEST_F(MediaManagerTest, BudgetAndPurge) {
-    for (const std::uint64_t item : {1, 2, 3})
+    for (const std::uint64_t item : {1U, 2U, 3U})
         Add(item, 30, map);
     manager->SetBudget(59);
     EXPECT_EQ(map.TakeFlushed(), "1 2 ");

@@ -72,7 +72,7 @@ TEST_F(FolderTest, DamagedAndForeignFilesHarmNobody) {
     write(bytes.substr(0, kMiB / 2));                          // too short for what it says
     fs::permissions(write(bytes), fs::perms{0644});            // open to others
     fs::resize_file(write(bytes.substr(0, kPage)), 2 * kMiB);  // a hole for its data
-    for (const std::size_t field : {8, 24, 32, 36}) {          // layout, content, size
+    for (const std::size_t field : {8U, 24U, 32U, 36U}) {          // layout, content, size
         std::string damaged = bytes;
         write(damaged.replace(field, 4, "\xFE\xFF\xFF\xFF"));
     }

@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <source_location>
 #include <string>
 #include <vector>
 
@@ -76,10 +75,11 @@ inline bool IsWhole(const BinaryReferencePtr& inReference, const Guid& inGuid,
                        [&](std::uint64_t inWord) { return inWord == Pattern(inGuid); });
 }
 
-/// Ends a child process that fails the check.
-inline void Check(bool inHolds, std::source_location inPlace = std::source_location::current()) {
+/// Ends a child process that fails the check. (clang 14 has no std::source_location.)
+inline void Check(bool inHolds, const char* inFile = __builtin_FILE(),
+                  int inLine = __builtin_LINE()) {
     if (inHolds) return;
-    std::fprintf(stderr, "%s:%u: failed in a child\n", inPlace.file_name(), inPlace.line());
+    std::fprintf(stderr, "%s:%d: failed in a child\n", inFile, inLine);
     _exit(1);
 }
 
