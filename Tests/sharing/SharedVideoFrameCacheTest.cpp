@@ -142,6 +142,7 @@ TEST_F(CacheTest, TellsTheManagerWhatAnItemIs) {
     support::FrameWithoutMemory foreign;
     InsertIntoCache(VF::VideoFrameRef(&foreign), GuidOf('Z'), kValue);
     EXPECT_EQ(manager.size, 400U);
+    Stop();
 }
 
 TEST_F(CacheTest, TheMapGoesWithItsLastReference) {
