@@ -45,13 +45,13 @@ TEST_F(SharingTest, ProcessesSeeEachOthersPublications) {
                                     {4, getpid(), 64, 0, false}}));
 
     EXPECT_TRUE(other.Stop());
-    for (const std::uint32_t number : {1, 2})
+    for (const std::uint32_t number : {1U, 2U})
         EXPECT_FALSE(Get(MakeGuid(number))) << number << " goes with its publisher";
     EXPECT_TRUE(IsWhole(Get(alias), guid, kSize));
 }
 
 TEST_F(SharingTest, ATakenGuidChangesNothing) {
-    for (const std::uint32_t number : {0, 1, 2, 3}) {
+    for (const std::uint32_t number : {0U, 1U, 2U, 3U}) {
         const bool firstIsError = (number & 1) != 0, secondIsError = (number & 2) != 0;
         const Guid guid = MakeGuid(number);
         const auto put = [&](bool inIsError, std::uint64_t inSize, std::int32_t inCode) {

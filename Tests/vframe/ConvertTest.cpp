@@ -25,7 +25,7 @@ TEST_F(ConvertTest, WritesFrameMemoryAsItStandsAndReadsItAgain) {
     std::string expected;
     for (const int y : {2, 1, 0}) {
         for (int x = 0; x < 5; ++x) {
-            for (const std::size_t component : {2, 1, 0, 3})
+            for (const std::size_t component : {2U, 1U, 0U, 3U})
                 expected += static_cast<char>(picture.At(x, y)[component]);
         }
     }
