@@ -11,6 +11,12 @@ void* __real_calloc(std::size_t inCount, std::size_t inSize);
 void* __real_realloc(void* inBlock, std::size_t inSize);
 void* __real_aligned_alloc(std::size_t inAlignment, std::size_t inSize);
 void __real_free(void* inBlock);
+
+// The program has libraries twice: as the objects that it wraps, and as its other libraries need
+// them.
+const char* __asan_default_options() {
+    return "detect_odr_violation=0";
+}
 }
 
 namespace {
