@@ -6,13 +6,13 @@ namespace {
 
 fuzz::Bytes resource;
 
-/// Large pictures take time and have nothing that small and long ones do not.
+/// Large pictures take time and have nothing that small ones, and long ones of one line, do not.
 bool IsLarge() {
     BITMAPINFOHEADER header{};
     std::memcpy(&header, resource.data(), std::min(resource.size(), sizeof header));
     const auto width = static_cast<std::int16_t>(header.biWidth);
     const auto height = static_cast<std::int16_t>(header.biHeight);
-    return width * height > 0x8000;
+    return width * height > (height == 1 ? 0x8000 : 0x800);
 }
 
 }  // namespace

@@ -59,6 +59,8 @@ VideoFrameRef AnyReceived(Input& ioInput) {
     }
     header.fieldType = ioInput.Between<std::uint32_t>(0, 3);
     header.alphaType = ioInput.Between<std::uint32_t>(0, 3);
+    // Now and then there is not enough for the rows.
+    if (ioInput.Flag()) header.totalSize -= ioInput.Between<std::uint32_t>(0, 8);
     auto received = boost::make_shared<Received>(ioInput.Pattern(header.totalSize));
     std::memcpy(received->bytes.data(), &header, sizeof header);
     for (std::int32_t i = ioInput.Between(0, 7) - 4; i > 0; --i) {
