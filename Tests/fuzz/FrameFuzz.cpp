@@ -62,7 +62,7 @@ VideoFrameRef AnyReceived(Input& ioInput) {
     // Now and then there is not enough for the rows.
     if (ioInput.Flag()) header.totalSize -= ioInput.Between<std::uint32_t>(0, 8);
     auto received = boost::make_shared<Received>(ioInput.Pattern(header.totalSize));
-    std::memcpy(received->bytes.data(), &header, sizeof header);
+    std::memcpy(received->bytes.data(), &header, std::min(sizeof header, received->bytes.size()));
     for (std::int32_t i = ioInput.Between(0, 7) - 4; i > 0; --i) {
         const auto word = ioInput.Take<std::uint32_t>();
         std::memcpy(&received->bytes[ioInput.Between<std::size_t>(0, 23) * 4], &word, sizeof word);
@@ -72,8 +72,7 @@ VideoFrameRef AnyReceived(Input& ioInput) {
     return frame;
 }
 
-// ---- What takes a frame
-// --------------------------------------------------------------------------
+// ---- What takes a frame -------------------------------------------------------------------------
 
 /// Reads both ends of rows that somebody was told of.
 void Touch(const VideoFrameRef& inFrame, const void* inStart, std::int64_t inRowBytes,
