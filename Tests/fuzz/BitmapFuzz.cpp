@@ -6,13 +6,15 @@ namespace {
 
 fuzz::Bytes resource;
 
-/// Large pictures take time and have nothing that small ones, and long ones of one line, do not.
-bool IsLarge() {
+enum class Size { small, oneLongLine, large };
+
+Size PictureSize() {
     BITMAPINFOHEADER header{};
     std::memcpy(&header, resource.data(), std::min(resource.size(), sizeof header));
     const auto width = static_cast<std::int16_t>(header.biWidth);
     const auto height = static_cast<std::int16_t>(header.biHeight);
-    return width * height > (height == 1 ? 0x8000 : 0x800);
+    if (width * height <= 0x100) return Size::small;
+    return height == 1 ? Size::oneLongLine : Size::large;
 }
 
 }  // namespace
@@ -34,10 +36,15 @@ DWORD SizeofResource(HMODULE, HRSRC) {
 }
 
 void fuzz::Run(Input inInput) {
-    const bool isScaled = inInput.Flag();
-    const tagRECT rect{0, 0, inInput.Between(-4, 70), inInput.Between(-4, 70)};
+    bool isScaled = inInput.Between(0, 7) == 7;
+    const tagRECT rect{0, 0, inInput.Between(-2, 18), inInput.Between(-2, 18)};
     resource = inInput.Rest();
-    if (resource.empty() || IsLarge()) return;
+    if (resource.empty()) return;
+    // Large pictures take time and have nothing that small ones, and long ones of one line, do not;
+    // scaling takes more of it and is the renderer's.
+    const Size size = PictureSize();
+    if (size == Size::large) return;
+    isScaled &= size == Size::small;
     const TPixHand record = Bmp2TPix(MAKEINTRESOURCEW(1), nullptr, isScaled ? &rect : nullptr);
     if (record) tpixDispose(record);
 }
