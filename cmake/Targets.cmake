@@ -20,11 +20,10 @@ function(videoframe_settings target)
         target_compile_options(${target} PRIVATE -Werror)
     endif()
     if(VIDEOFRAME_SANITIZE)
-        # The checks' own code makes GCC think that the standard library reads unset variables and
-        # beyond arrays.
+        # The checks' own code makes GCC think that the standard library reads unset variables.
         target_compile_options(${target} PRIVATE -fsanitize=${VIDEOFRAME_SANITIZE}
             -fno-omit-frame-pointer -fno-sanitize-recover=undefined
-            "$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized;-Wno-array-bounds>"
+            $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
             $<$<CXX_COMPILER_ID:Clang>:-fsanitize-ignorelist=${sanitizerIgnoreList}>)
         target_link_options(${target} PRIVATE -fsanitize=${VIDEOFRAME_SANITIZE})
     endif()

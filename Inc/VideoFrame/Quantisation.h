@@ -113,8 +113,8 @@ VF_EXPORT int SplitBoxAxis(QuantisationBox* ioBox, const QuantisationSplit* inSp
 /// Cut the box at the head of the list and put both parts in order.
 VF_EXPORT void SplitBox(QuantisationBox* ioBox);
 VF_EXPORT void SplitBoxHist(QuantisationBox* ioBox, const std::uint32_t* inHistogram);
-/// The mean colour of a box, 0x00BBGGRR. Gives its cells the index in the lookup table, if there is
-/// one.
+/// The mean colour of a box, 0x00BBGGRR. Gives its cells the index in the lookup table, where one is
+/// given.
 VF_EXPORT COLORREF DetermineRepresentative(const QuantisationBox* inBox, std::uint8_t inIndex);
 VF_EXPORT COLORREF DetermineRepresentativeHist(const QuantisationBox* inBox, std::uint8_t inIndex,
                                                std::uint8_t* outLookup,

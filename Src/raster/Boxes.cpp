@@ -16,7 +16,6 @@ struct Boxes {
     HLOCAL block = nullptr;
     QuantisationBox* list = nullptr;
     QuantisationBox* free = nullptr;
-    std::uint8_t* lookup = nullptr;
 };
 
 Boxes gBoxes;
@@ -111,10 +110,6 @@ QuantisationBox* BoxList() {
 
 QuantisationBox* FreeBoxes() {
     return gBoxes.free;
-}
-
-void UseLookup(std::uint8_t* outLookup) {
-    gBoxes.lookup = outLookup;
 }
 
 }  // namespace VF
@@ -253,7 +248,7 @@ void SplitBoxHist(QuantisationBox* ioBox, const std::uint32_t* inHistogram) {
 // Colours
 
 COLORREF DetermineRepresentative(const QuantisationBox* inBox, std::uint8_t inIndex) {
-    return DetermineRepresentativeHist(inBox, inIndex, gBoxes.lookup, CurrentHistogram());
+    return DetermineRepresentativeHist(inBox, inIndex, nullptr, CurrentHistogram());
 }
 
 COLORREF DetermineRepresentativeHist(const QuantisationBox* inBox, std::uint8_t inIndex,

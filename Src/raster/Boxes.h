@@ -9,7 +9,4 @@ namespace VF {
 QuantisationBox* BoxList();
 QuantisationBox* FreeBoxes();
 
-/// The lookup table that DetermineRepresentative fills, or null.
-void UseLookup(std::uint8_t* outLookup);
-
 }  // namespace VF
