@@ -160,9 +160,12 @@ constexpr void (*kUses[])(Input&, const VideoFrameRef&, const VideoFrameRef&) = 
 
 void Run(Input inInput) {
     const auto use = inInput.OneOf(kUses);
+    constexpr double kMostPixels = 1 << 20;  // a custom frame may say that it is of any size
     VideoFrameRef frame = AnyReceived(inInput);
     const VideoFrameRef other = AnyNew(inInput);
     if (!frame || !other) return;
+    const Brix::Rect bounds = frame->GetBounds();
+    if (1.0 * bounds.Width() * bounds.Height() > kMostPixels) return;
     const VideoFrameRef whole = frame;
     if (inInput.Flag()) VF::CreateVideoSubFrame(frame, whole, inInput.Rect<Brix::Rect>());
     use(inInput, frame, other);

@@ -49,8 +49,10 @@ std::int32_t SV_ClipBufferToRect(void* inBuffer, std::int64_t inRowBytes, std::i
         !IsReachable(inRowBytes, inTop)) {
         return kSV_BadSize;
     }
-    *outPixel =
-        static_cast<std::byte*>(inBuffer) + inRowBytes * inTop + UsedRowBytes(*format, inLeft);
+    // As a number, since the place need not lie in the buffer.
+    const auto distance = static_cast<std::uintptr_t>(inRowBytes * inTop);
+    *outPixel = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(inBuffer) + distance +
+                                        static_cast<std::uintptr_t>(UsedRowBytes(*format, inLeft)));
     return kSV_Success;
 }
 
