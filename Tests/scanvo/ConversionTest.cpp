@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 
 #include "Area.h"
 
@@ -63,59 +64,42 @@ TEST(Convert, KeepsCodesOfEveryWidth) {
     }
 }
 
-// Scaled to the size they have, too. A compressed frame is one block of bytes.
+// Scaled to the size they have, too, and in place. A compressed frame is one block of bytes.
 TEST(Convert, CopiesEveryBitOfItsOwnFormat) {
     std::vector<FormatCode> formats(std::begin(kPackedFormats), std::end(kPackedFormats));
     formats.push_back(0x01000021);
+    // Bits of signalling NaNs, out-of-range codes and unused alphas too.
+    std::vector<std::uint32_t> source(30000), copy(source.size());
+    std::iota(source.begin(), source.end(), 0xF7F8A300);
     for (const FormatCode format : formats) {
+        std::fill(copy.begin(), copy.end(), 0);
         const std::int64_t rowBytes = format.RowLength(6);
         const bool isDv = format == 0x01000021;
-        // Bits of signalling NaNs, out-of-range codes and unused alphas too.
-        std::vector<std::uint8_t> source(static_cast<std::size_t>(isDv ? 120000 : 3 * rowBytes));
-        for (std::size_t i = 0; i < source.size(); ++i)
-            source[i] = static_cast<std::uint8_t>(~i * 7);
-        std::vector<std::uint8_t> copy(source.size());
         const std::tuple rest(rowBytes, 6, 3, format, 0);
-        // The second time in place.
         for (const void* from : {source.data(), copy.data()}) {
             ASSERT_EQ(Call(SV_ScaleConvert, from, rest, copy.data(), rest, 3), 0);
-            EXPECT_TRUE(copy == source) << std::hex << format.bits;
-        }
-    }
-}
-
-// Whatever the source has there.
-TEST(Convert, ClearsV210SamplesOfNoPixel) {
-    for (const FormatCode format : {0x004u, 0x011u, 0x051u, 0x104u}) {
-        for (std::int32_t width = 1; width < 6; ++width) {
-            Area source(format, width, 1), converted(0x051, width, 1), mixed = converted;
-            source.Scatter();
-            ASSERT_EQ(Call(SV_Convert, source.Memory(), converted.Memory(), width, 1, 4), 0);
-            ASSERT_EQ(Call(SV_CrossDissolve, source.Memory(), source.Memory(), mixed.Memory(),
-                           width, 1, 0.5f, 2),
+            EXPECT_EQ(std::memcmp(copy.data(), source.data(),
+                                  isDv ? 120000 : 3 * static_cast<std::size_t>(rowBytes)),
                       0);
-            for (auto i = static_cast<std::size_t>(2 * width + width % 2); i < 12; ++i)
-                EXPECT_EQ(V210Sample(converted.Start(), i) + V210Sample(mixed.Start(), i), 0) << i;
         }
     }
 }
 
-// By a row up or down, or by a few pixels of a row: what arrives is what was there.
+// By a row or two up or down: what arrives is what was there.
 TEST(Convert, CopiesWithinOnePicture) {
     for (const FormatCode format : {0x004u, 0x051u}) {
-        for (const RowOrder order : {RowOrder::Down, RowOrder::Up}) {
-            for (const auto& [from, to] : {std::pair{0, 1}, {1, 0}, {0, 2}, {2, 0}}) {
-                Area area(format, 30, 9, order);
-                area.Scatter();
-                Area before = Converted(area, format);
-                const auto place = [&](std::int32_t row) {
-                    return std::tuple(area.Start() + row * area.RowBytes(), area.RowBytes(),
-                                      format);
-                };
-                ASSERT_EQ(Call(SV_Convert, place(from), place(to), 30, 7, 4), 0);
-                for (std::int32_t row = 0; row < 7; ++row)
-                    ASSERT_EQ(area.At(29, row + to), before.At(29, row + from)) << row;
-            }
+        for (const auto& [from, to] : {std::pair{0, 1}, {1, 0}, {0, 2}, {2, 0}}) {
+            Area area(format, 30, 9, from == 0 ? RowOrder::Up : RowOrder::Down);
+            area.Scatter();
+            const std::vector<Codes> before = area.Pixels();
+            const auto place = [&](std::int32_t row) {
+                return std::tuple(area.Start() + row * area.RowBytes(), area.RowBytes(), format);
+            };
+            ASSERT_EQ(Call(SV_Convert, place(from), place(to), 30, 7, 4), 0);
+            for (std::size_t i = 0; i < 7 * 30; ++i)
+                ASSERT_EQ(area.Pixels()[i + 30 * to],
+                          before[i + 30 * static_cast<std::size_t>(from)])
+                    << i;
         }
     }
 }
