@@ -35,9 +35,8 @@ TEST_F(Display, DrawsPartsOneToOne) {
         const Screen screen(16, 12);
         const tagRECT from = {5, 2, 15, 9}, to = {3, 1, 13, 8};
         EXPECT_EQ(tpixToScreen(record.Handle(), screen.Context(), &from, &to), 0);
-        screen.ExpectShows([&](std::int32_t x, std::int32_t y) {
-            return IsIn(to, x, y) ? record.At(x + 2, y + 1) : Pixel{};
-        });
+        screen.ExpectShows(
+            [&](int x, int y) { return IsIn(to, x, y) ? record.At(x + 2, y + 1) : Pixel{}; });
     }
 }
 
@@ -51,13 +50,12 @@ TEST_F(Display, ScalesSmallAndLargeSources) {
         };
         const tagRECT from = {0, 0, width, height}, to = {2, 4, 22, 24};
         LocalRecord record(width, height, 0, random_);
-        record.Paint([&](std::int32_t x, std::int32_t y) {
-            return quarter(x < from.right / 2, y < from.bottom / 2);
-        });
+        record.Paint(
+            [&](int x, int y) { return quarter(x < from.right / 2, y < from.bottom / 2); });
         const Screen screen(30, 30);
         EXPECT_NE(DoDrawDib(record.Handle(), screen.Context(), &from, &to),
                   width > 800 || height > 600 ? 1 : 0);
-        screen.ExpectShows([&](std::int32_t x, std::int32_t y) {
+        screen.ExpectShows([&](int x, int y) {
             // Along the borders of the quarters colours may mix.
             if (std::abs(x - 12) <= 1 || std::abs(y - 14) <= 1) return screen.At(x, y);
             return IsIn(to, x, y) ? quarter(x < 12, y < 14) : Pixel{};
