@@ -84,10 +84,6 @@ constexpr auto &A = kColours[0], &B = kColours[1], &C = kColours[2], &D = kColou
 
 // clang-format off
 const Case kCases[] = {
-    {"sources of the cells' size, the second one outlined",
-     {80, 40}, {{40, 20}, {40, 20}, {40, 20}, {40, 20}}, 1, false, true, 0.5,
-     {{A, 0, 0, 40, 20}, {kRed, 40, 0, 40, 20}, {B, 42, 2, 36, 16}, {C, 0, 20, 40, 20},
-      {D, 40, 20, 40, 20}}},
     {"side by side, the third one outlined and large",
      {80, 40}, {{40, 20}, {40, 20}, {40, 20}, {40, 20}}, 2, true, false, 0.25,
      {{A, 0, 5, 20, 10}, {B, 20, 5, 20, 10}, {kYellow, 0, 20, 20, 20}, {kBlack, 1, 21, 18, 18},
@@ -107,9 +103,6 @@ const Case kCases[] = {
       {D, 20, 10, 20, 10}}},
     {"the one too many selected",
      {40, 20}, {{20, 10}, {0, 0}, {0, 0}, {0, 0}, {20, 10}}, 4, true, true, 1, {{A, 0, 2, 10, 5}}},
-    {"an outline that meets itself",
-     {40, 20}, {{20, 10}, {20, 10}}, 0, false, true, 1.5,
-     {{kRed, 0, 0, 20, 10}, {B, 20, 0, 20, 10}}},
     {"an outline thicker than the cell",
      {40, 20}, {{20, 10}, {20, 10}, {20, 10}}, 2, false, false, 1e30,
      {{A, 0, 0, 20, 10}, {B, 20, 0, 20, 10}, {kYellow, 0, 10, 20, 10}}},
