@@ -10,36 +10,32 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 
 namespace vframe_test {
 
-/// Runs as long as the object lives. It and the programs started meanwhile have DISPLAY set to it.
+/// Runs as long as the object lives. The programs started meanwhile have DISPLAY set to it.
 class XServer {
   public:
     explicit XServer(const std::string& inScreen = "1280x800x24")
-        : output_(popen(("echo $$; exec setpriv --pdeathsig TERM Xvfb -nolisten tcp -displayfd 3 "
-                         "3>&1 >/dev/null 2>&1 -screen 0 " +
-                         inScreen)
-                            .c_str(),
-                        "r")) {
+        : output_(popen(
+              ("echo $$; exec setpriv --pdeathsig TERM Xvfb -noreset -nolisten tcp -displayfd 3 "
+               "3>&1 >/dev/null 2>&1 -screen 0 " +
+               inScreen)
+                  .c_str(),
+              "r")) {
         int number = -1;
         // The server says which number it has found, when it is ready.
         EXPECT_EQ(std::fscanf(output_, "%d %d", &id_, &number), 2) << "Xvfb does not start";
         setenv("DISPLAY", (":" + std::to_string(number)).c_str(), 1);
     }
-    ~XServer() {
-        End();
-        unsetenv("DISPLAY");
-    }
+    ~XServer() { End(); }
     XServer(const XServer&) = delete;
     XServer& operator=(const XServer&) = delete;
 
     void End() {
         if (id_ <= 0) return;
-        kill(id_, SIGTERM);
+        kill(std::exchange(id_, 0), SIGTERM);
         pclose(output_);
-        id_ = 0;
     }
 
   private:
@@ -50,15 +46,16 @@ class XServer {
 /// The one window of the server that DISPLAY names, once it is there.
 class ShownWindow {
   public:
-    ShownWindow() : display_(XOpenDisplay(nullptr)) {
-        EXPECT_TRUE(display_);
+    ShownWindow() {
         EXPECT_TRUE(Eventually([&] { return Find(); }));
     }
+    ~ShownWindow() { XCloseDisplay(display_); }
+    ShownWindow(const ShownWindow&) = delete;
+    ShownWindow& operator=(const ShownWindow&) = delete;
 
     std::string Title() const {
         XTextProperty text{};
-        const Atom name = XInternAtom(display_.get(), "_NET_WM_NAME", False);
-        if (XGetTextProperty(display_.get(), window_, &text, name) == 0) return "";
+        if (XGetTextProperty(display_, window_, &text, AtomOf("_NET_WM_NAME")) == 0) return "";
         const std::string title(reinterpret_cast<const char*>(text.value), text.nitems);
         XFree(text.value);
         return title;
@@ -66,47 +63,37 @@ class ShownWindow {
 
     /// What can be seen of it now.
     Picture Look() const {
-        const XWindowAttributes attributes = Attributes();
-        Picture picture{attributes.width, attributes.height, {}};
-        XImage* const image =
-            XGetImage(display_.get(), window_, 0, 0, static_cast<unsigned>(picture.width),
-                      static_cast<unsigned>(picture.height), AllPlanes, ZPixmap);
+        const XWindowAttributes now = Attributes();
+        XImage* const image = XGetImage(display_, window_, 0, 0, static_cast<unsigned>(now.width),
+                                        static_cast<unsigned>(now.height), AllPlanes, ZPixmap);
         if (!image) return {};
-        for (int y = 0; y < picture.height; ++y) {
-            for (int x = 0; x < picture.width; ++x) {
-                const unsigned long pixel = XGetPixel(image, x, y);
-                picture.pixels.push_back({static_cast<std::uint8_t>(pixel >> 16 & 255),
-                                          static_cast<std::uint8_t>(pixel >> 8 & 255),
-                                          static_cast<std::uint8_t>(pixel & 255), 255});
-            }
+        Picture picture = MakeSolid(now.width, now.height, {});
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(image->data);
+        for (Rgba& pixel : picture.pixels) {
+            pixel = {bytes[2], bytes[1], bytes[0], 255};
+            bytes += 4;
         }
         XDestroyImage(image);
         return picture;
     }
 
-    void Resize(int inWidth, int inHeight) {
-        XResizeWindow(display_.get(), window_, static_cast<unsigned>(inWidth),
-                      static_cast<unsigned>(inHeight));
-        XSync(display_.get(), False);
+    void Resize(unsigned inWidth, unsigned inHeight) {
+        XResizeWindow(display_, window_, inWidth, inHeight);
+        XSync(display_, False);
     }
 
     /// Paints over its contents; the window is told that it has to be drawn again.
     void Spoil() {
-        XFillRectangle(display_.get(), window_,
-                       DefaultGC(display_.get(), DefaultScreen(display_.get())), 0, 0, 32767,
-                       32767);
-        XClearArea(display_.get(), window_, 0, 0, 0, 0, True);
-        XSync(display_.get(), False);
+        XFillRectangle(display_, window_, DefaultGC(display_, 0), 0, 0, 32767, 32767);
+        XClearArea(display_, window_, 0, 0, 0, 0, True);
+        XSync(display_, False);
     }
 
     void Press(KeySym inKey) {
         XEvent event{};
         event.xkey.type = KeyPress;
-        event.xkey.display = display_.get();
         event.xkey.window = window_;
-        event.xkey.root = DefaultRootWindow(display_.get());
-        event.xkey.same_screen = True;
-        event.xkey.keycode = XKeysymToKeycode(display_.get(), inKey);
+        event.xkey.keycode = XKeysymToKeycode(display_, inKey);
         Send(event, KeyPressMask);
     }
 
@@ -115,39 +102,34 @@ class ShownWindow {
         XEvent event{};
         event.xclient.type = ClientMessage;
         event.xclient.window = window_;
-        event.xclient.message_type = XInternAtom(display_.get(), "WM_PROTOCOLS", False);
+        event.xclient.message_type = AtomOf("WM_PROTOCOLS");
         event.xclient.format = 32;
-        event.xclient.data.l[0] =
-            static_cast<long>(XInternAtom(display_.get(), "WM_DELETE_WINDOW", False));
+        event.xclient.data.l[0] = static_cast<long>(AtomOf("WM_DELETE_WINDOW"));
         Send(event, NoEventMask);
     }
 
   private:
-    struct Close {
-        void operator()(Display* inDisplay) const { XCloseDisplay(inDisplay); }
-    };
-
     /// Without a window manager, windows are children of the root.
     bool Find() {
         Window root = 0, parent = 0, *children = nullptr;
         unsigned count = 0;
-        XQueryTree(display_.get(), DefaultRootWindow(display_.get()), &root, &parent, &children,
-                   &count);
+        XQueryTree(display_, DefaultRootWindow(display_), &root, &parent, &children, &count);
         if (count > 0) window_ = children[count - 1];
         if (children) XFree(children);
         return window_ != 0 && Attributes().map_state == IsViewable;
     }
     XWindowAttributes Attributes() const {
         XWindowAttributes attributes{};
-        XGetWindowAttributes(display_.get(), window_, &attributes);
+        XGetWindowAttributes(display_, window_, &attributes);
         return attributes;
     }
+    Atom AtomOf(const char* inName) const { return XInternAtom(display_, inName, False); }
     void Send(XEvent& inEvent, long inMask) {
-        XSendEvent(display_.get(), window_, False, inMask, &inEvent);
-        XSync(display_.get(), False);
+        XSendEvent(display_, window_, False, inMask, &inEvent);
+        XSync(display_, False);
     }
 
-    std::unique_ptr<Display, Close> display_;
+    Display* const display_ = XOpenDisplay(nullptr);
     Window window_ = 0;
 };
 
