@@ -15,15 +15,6 @@ class DemoTest : public ToolTest {
         WriteFile("text.png", "text");
         EXPECT_EQ(mkfifo("pipe.png", 0600), 0);  // whoever reads it waits for ever
     }
-
-    /// The publishing process of a demonstration with one angle.
-    static int PublisherOf(const RunningTool& inDemo) {
-        int publisher = 0;
-        EXPECT_TRUE(Eventually([&] {
-            return std::sscanf(inDemo.OutputSoFar().c_str(), "publishers %d ", &publisher) == 1;
-        }));
-        return publisher;
-    }
 };
 
 // Formats of less chroma change the pictures a little; another angle, or the wrong place or matrix,
@@ -60,20 +51,23 @@ TEST_F(DemoTest, TellsWhatAPublishingProcessStumbledOver) {
     EXPECT_TRUE(fs::is_empty("out"));
 }
 
-TEST_F(DemoTest, TellsWhenAPublishingProcessDies) {
-    RunningTool demo("demo out pipe.png");
-    kill(PublisherOf(demo), SIGKILL);
-    const Result result = demo.Wait();
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.errors, "vframe: publisher: it ended too early (killed by signal 9)\n");
-}
-
-TEST_F(DemoTest, LeavesNoProcessBehindHoweverItEnds) {
-    for (const int signal : {SIGTERM, SIGKILL}) {
+TEST_F(DemoTest, LeavesNothingBehindWhoeverIsKilled) {
+    constexpr auto kDeath = "vframe: publisher: it ended too early (killed by signal 9)\n";
+    constexpr auto kInterruption = "vframe: interrupted: ended by a signal\n";
+    for (const auto& [isPublisher, signal, errors] : {std::tuple(true, SIGKILL, kDeath),
+                                                      {false, SIGTERM, kInterruption},
+                                                      {false, SIGKILL, ""}}) {
         RunningTool demo("demo out pipe.png");
-        const std::string publisher = "/proc/" + std::to_string(PublisherOf(demo)) + "/exe";
-        demo.End(signal);
-        EXPECT_TRUE(Eventually([&] { return !fs::exists(publisher); })) << signal;
+        int publisher = 0;
+        EXPECT_TRUE(Eventually([&] {
+            return std::sscanf(demo.OutputSoFar().c_str(), "publishers %d ", &publisher) == 1;
+        }));
+        kill(isPublisher ? publisher : demo.Id(), signal);
+        const Result result = demo.Wait();
+        EXPECT_EQ(result.status, signal == SIGKILL && !isPublisher ? -1 : 1);
+        EXPECT_EQ(result.errors, errors);
+        const std::string process = "/proc/" + std::to_string(publisher) + "/exe";
+        EXPECT_TRUE(Eventually([&] { return !fs::exists(process); })) << signal;
         EXPECT_TRUE(fs::is_empty("out"));
     }
 }
