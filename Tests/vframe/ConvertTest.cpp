@@ -4,7 +4,8 @@
 
 #include "Tool.h"
 
-namespace vframe_test {
+using namespace vframe_test;
+
 namespace {
 
 using ConvertTest = ToolTest;
@@ -32,11 +33,7 @@ TEST_F(ConvertTest, WritesFrameMemoryAsItStandsAndReadsItAgain) {
 // Through frame memory: what is written is read from the picture turned, mirrored or of the wrong
 // matrix otherwise.
 TEST_F(ConvertTest, KeepsThePictureThroughEveryKindOfFormat) {
-    const struct {
-        std::string format;
-        int width, height;
-        int tolerance;
-    } kCases[] = {
+    const std::tuple<std::string, int, int, int> kCases[] = {
         {"BGRA_4444_15u", 61, 33, 0},
         {"BGRP_4444_32f_Linear", 61, 33, 0},
         {"VUYA_4444_32f_709", 61, 33, 0},
@@ -67,11 +64,7 @@ TEST_F(ConvertTest, EditsFrames) {
     for (std::uint8_t i = 0; i < 16; ++i)
         picture.pixels.push_back({static_cast<std::uint8_t>(10 * i), 7, 9, 255});
     WritePng("in.png", picture);
-    const struct {
-        std::string options;
-        int width, height;
-        std::vector<int> reds;
-    } kCases[] = {
+    const std::tuple<std::string, int, int, std::vector<int>> kCases[] = {
         {"--crop 1,2,3,4", 2, 2, {90, 100, 130, 140}},
         {"--field 0", 4, 2, {0, 10, 20, 30, 80, 90, 100, 110}},
         {"--field 1 --crop 0,0,1,4", 1, 2, {40, 120}},
@@ -152,4 +145,3 @@ TEST_F(ConvertTest, KeepsCountOrderAndColoursOfClips) {
 }
 
 }  // namespace
-}  // namespace vframe_test

@@ -6,7 +6,8 @@
 
 #include "Tool.h"
 
-namespace vframe_test {
+using namespace vframe_test;
+
 namespace {
 
 class DemoTest : public ToolTest {
@@ -20,10 +21,9 @@ class DemoTest : public ToolTest {
 // Formats of less chroma change the pictures a little; another angle, or the wrong place or matrix,
 // gives far more.
 void ExpectComposites(const std::string& inInputs, const std::string& inSelected) {
-    const struct {
-        std::string name, options;
-    } kComposites[] = {{"multicam.png", " --size 1920x1080"},
-                       {"side-by-side.png", " --size 1920x540 --side-by-side --red"}};
+    const std::pair<std::string, std::string> kComposites[] = {
+        {"multicam.png", " --size 1920x1080"},
+        {"side-by-side.png", " --size 1920x540 --side-by-side --red"}};
     for (const auto& [name, options] : kComposites) {
         ExpectRuns("multicam " + inInputs + " expected.png --selected " + inSelected + options);
         EXPECT_LE(Compare(ReadPng("out/" + name), ReadPng("expected.png")).mean, 0.5) << name;
@@ -73,4 +73,3 @@ TEST_F(DemoTest, LeavesNothingBehindWhoeverIsKilled) {
 }
 
 }  // namespace
-}  // namespace vframe_test

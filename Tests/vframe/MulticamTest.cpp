@@ -2,7 +2,8 @@
 
 #include "Tool.h"
 
-namespace vframe_test {
+using namespace vframe_test;
+
 namespace {
 
 class MulticamTest : public ToolTest {
@@ -37,9 +38,7 @@ std::string ToLetters(const Picture& inPicture) {
 
 TEST_F(MulticamTest, FitsAnglesIntoCellsAndOutlinesOne) {
     const std::string all = "pink.png green.png blue.png white.png out.png --size 80x60 ";
-    const struct {
-        std::string arguments, letters;
-    } kCases[] = {
+    const std::pair<std::string, std::string> kCases[] = {
         {all, R"(
 yyyy.GG.
 yPPP.GG.
@@ -86,4 +85,3 @@ TEST_F(MulticamTest, RunsClipsBesideEachOtherUntilTheLongestEnds) {
 }
 
 }  // namespace
-}  // namespace vframe_test

@@ -10,7 +10,8 @@
 
 #include "Tool.h"
 
-namespace vframe_test {
+using namespace vframe_test;
+
 namespace {
 
 /// As on a file system where every file has a name.
@@ -53,12 +54,7 @@ TEST_F(OutputTest, IsNotThereUnlessComplete) {
     fs::resize_file("in.raw", std::uintmax_t{1280} * 720 * 4 * 9000);
     WriteFile("old.mkv", "old");
     const std::set<std::string> before = Files();
-    const struct {
-        Before before;
-        int signal;
-        std::string name, errors;
-        std::size_t leftOver;
-    } kCases[] = {
+    const std::tuple<Before, int, std::string, std::string, std::size_t> kCases[] = {
         {nullptr, SIGTERM, "new.mp4", "vframe: interrupted: ended by a signal\n", 0},
         {nullptr, SIGKILL, "new.mkv", "", 0},
         {nullptr, SIGKILL, "old.mkv", "", 0},
@@ -158,4 +154,3 @@ TEST_F(OutputTest, SaysWhyItIsNotThere) {
 }
 
 }  // namespace
-}  // namespace vframe_test

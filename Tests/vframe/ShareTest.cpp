@@ -5,7 +5,8 @@
 #include "Tool.h"
 #include "VideoFrame/VideoFrame.h"
 
-namespace vframe_test {
+using namespace vframe_test;
+
 namespace {
 
 using namespace processcoordination;
@@ -81,4 +82,3 @@ TEST_F(ShareTest, TellsWhatIsNoFrameAndThatNoneWillCome) {
 }
 
 }  // namespace
-}  // namespace vframe_test
