@@ -9,7 +9,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 
 using namespace vframe_test;
 
@@ -176,9 +175,8 @@ TEST_F(ShowTest, ShowsEveryPixelAsItIsAndAgainWhenItWasCovered) {
 
 // Large pictures are scaled in another way than small ones.
 TEST_F(ShowTest, FitsThePictureBetweenBars) {
-    const struct {
-        int width, height, left, top;
-    } kFits[] = {{400, 100, 100, 0}, {200, 300, 0, 100}, {500, 200, 50, 0}, {100, 80, 0, 15}};
+    const std::array<int, 4> kFits[] = {
+        {400, 100, 100, 0}, {200, 300, 0, 100}, {500, 200, 50, 0}, {100, 80, 0, 15}};
     for (const int side : {100, 500}) {
         WritePng("in.png", MakeSolid(2 * side, side, kRed));
         RunningTool tool("show in.png");
@@ -203,22 +201,17 @@ TEST_F(ShowTest, ShowsPixelsInTheirShapeAndOnBlackInASizeThatGoesOntoTheScreen) 
     WritePng("large.png", MakeSolid(2560, 1000, kRed));
     WritePng("clear.png", MakeSolid(20, 20, {200, 100, 50, 0x33}));
     WriteClip("wide.y4m", "\x14", " A5:2");
-    const struct {
-        std::string name;
-        Picture shown;
-        std::function<void(RunningTool&, ShownWindow&)> end;
-    } kCases[] = {{"large.png", MakeSolid(1280, 500, kRed),
-                   [](auto&, ShownWindow& window) { window.Press(XK_q); }},
-                  {"clear.png", MakeSolid(20, 20, {40, 20, 10, 255}),
-                   [](RunningTool& tool, auto&) { kill(tool.Id(), SIGINT); }},
-                  {"wide.y4m", MakeSolid(40, 16, {20, 20, 20, 255}),
-                   [](RunningTool& tool, auto&) { kill(tool.Id(), SIGTERM); }}};
-    for (const auto& [name, shown, end] : kCases) {
+    const std::tuple<std::string, Picture, int> kCases[] = {
+        {"large.png", MakeSolid(1280, 500, kRed), 0},
+        {"clear.png", MakeSolid(20, 20, {40, 20, 10, 255}), SIGINT},
+        {"wide.y4m", MakeSolid(40, 16, {20, 20, 20, 255}), SIGTERM}};
+    for (const auto& [name, shown, signal] : kCases) {
         SCOPED_TRACE(name);
         RunningTool tool("show " + name);
         ShownWindow window;
         ExpectSoon(window, shown);
-        end(tool, window);
+        kill(tool.Id(), signal);
+        if (signal == 0) window.Press(XK_q);
         ExpectEnds(tool, 0, "");
     }
 }
@@ -227,12 +220,10 @@ TEST_F(ShowTest, ShowsPixelsInTheirShapeAndOnBlackInASizeThatGoesOntoTheScreen) 
 TEST_F(ShowTest, StepsThroughAClipBothWays) {
     const std::string greys = "\x0A\x28\x46\x64\x82\xA0";
     WriteClip("clip.y4m", greys);
-    const struct {
-        KeySym key;
-        std::size_t frame;
-    } kSteps[] = {{XK_Left, 0},  {XK_Right, 1}, {XK_Down, 2},  {XK_Left, 1}, {XK_space, 2},
-                  {XK_Home, 0},  {XK_End, 5},   {XK_Right, 5}, {XK_Up, 4},   {XK_Left, 3},
-                  {XK_Right, 4}, {XK_Home, 0},  {XK_Right, 1}, {XK_End, 5}};
+    const std::pair<KeySym, std::size_t> kSteps[] = {
+        {XK_Left, 0},  {XK_Right, 1}, {XK_Down, 2},  {XK_Left, 1}, {XK_space, 2},
+        {XK_Home, 0},  {XK_End, 5},   {XK_Right, 5}, {XK_Up, 4},   {XK_Left, 3},
+        {XK_Right, 4}, {XK_Home, 0},  {XK_Right, 1}, {XK_End, 5}};
     for (const std::string options : {"", " --memory 0"}) {
         RunningTool tool("show clip.y4m" + options);
         ShownWindow window;

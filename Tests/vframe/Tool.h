@@ -158,12 +158,12 @@ inline void WritePng(const std::string& inPath, const Picture& inPicture) {
 
 /// A picture that is smooth, unlike itself turned or mirrored, and opaque.
 inline Picture MakeGradient(int inWidth, int inHeight) {
+    const auto byte = [](int inValue) { return static_cast<std::uint8_t>(inValue); };
     Picture picture{inWidth, inHeight, {}};
     for (int y = 0; y < inHeight; ++y) {
         for (int x = 0; x < inWidth; ++x) {
-            picture.pixels.push_back({static_cast<std::uint8_t>(20 + 200 * x / inWidth),
-                                      static_cast<std::uint8_t>(40 + 180 * y / inHeight),
-                                      static_cast<std::uint8_t>(200 - 150 * x / inWidth), 255});
+            picture.pixels.push_back({byte(20 + 200 * x / inWidth), byte(40 + 180 * y / inHeight),
+                                      byte(200 - 150 * x / inWidth), 255});
         }
     }
     return picture;
