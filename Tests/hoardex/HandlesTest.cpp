@@ -57,6 +57,7 @@ TEST(Handles, TakeBadInputAndFailWithoutMemory) {
     EXPECT_NE(*disposed, nullptr);
     EXPECT_EQ(InsertHandItem(1, disposed, 1, "x"), -50);
     EXPECT_EQ(InsertHandItem(-1, disposed, -1, "x"), -50);
+    EXPECT_EQ(InsertHandItem(0, kept, -1, "x"), -50);
     EXPECT_EQ(TvSetHandleSize(disposed, -1), -50);
     TvDisposeHandle(disposed);
     const std::int64_t before = hoardex::CountBlocks();
