@@ -53,7 +53,8 @@ TEST_F(Display, ScalesSmallAndLargeSources) {
         const std::int32_t left = isLarge ? 100 : 0;
         const tagRECT from = {left, 0, left + width, height}, to = {2, 4, 22, 24};
         LocalRecord record(width, height, 0, random_);
-        record.Paint([&](int x, int y) { return quarter(x < width / 2, y < height / 2); });
+        record.Paint(
+            [&](int x, int y) { return quarter(x < record.Width() / 2, y < record.Height() / 2); });
         const Screen screen(30, 30);
         EXPECT_NE(DoDrawDib(record.Handle(), screen.Context(), &from, &to), isLarge ? 1 : 0);
         screen.ExpectShows([&](int x, int y) {
