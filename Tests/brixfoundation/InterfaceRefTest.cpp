@@ -11,11 +11,8 @@ class Counted : public BrixUnknown {
     void AddRef() override { ++references; }
     void Release() override { --references; }
     void Destroy() override {}
-    std::int32_t QueryInterface(const tulocore::utility::Guid& inId, void** outView) override {
-        *outView = inId == BrixUnknown::kInterfaceId ? this : nullptr;
-        if (!*outView) return kInterfaceNotCarried;
-        AddRef();
-        return 0;
+    std::int32_t QueryInterface(const tulocore::utility::Guid&, void**) override {
+        return kInterfaceNotCarried;
     }
     int references = 0;
 };

@@ -6,7 +6,6 @@
 
 #include "frames/RawFrame.h"
 #include "frames/SharedMemoryVideoFrame.h"
-#include "support/Frames.h"
 
 namespace {
 
@@ -54,10 +53,4 @@ TEST(Tables, OperationsKeepTheirPositions) {
         for (std::size_t i = 0; i < operations.size(); ++i)
             EXPECT_EQ(operations[i].position, first + i);
     }
-}
-
-TEST(Tables, ObjectsBeginWithTheirTable) {
-    const auto memory = support::Ask<VF::IVideoFrameMemoryAccess>(support::MakeFrame(64, 31));
-    void** const table = *reinterpret_cast<void***>(memory.Get());
-    EXPECT_EQ(reinterpret_cast<std::uint64_t (*)(void*)>(table[5])(memory.Get()), 64U * 31 * 4);
 }

@@ -1,3 +1,5 @@
+#include <numeric>
+
 #include "Area.h"
 
 namespace scanvo_test {
@@ -43,6 +45,24 @@ TEST(FillWithColor, CarriesThePixelIntoEveryFormat) {
     // Of a unit the first pixel counts; an alpha that means nothing is kept all the same.
     ExpectFill(0x00C, "\x78\x56\x34\x12", 0x00C, {0x34, 0x56, 0x78, 0x12}, 0);
     ExpectFill(0x011, "\x5A\x32\xC8\x78", 0x011, {50, 90, 200, 255}, 0);
+}
+
+// Around the size from which copies take another road, at every alignment of both ends.
+TEST(CopyMemory, CopiesExactlyTheBytesAsked) {
+    constexpr std::size_t kLarge = 2 << 20, kGuard = 300;
+    for (const std::size_t count :
+         {std::size_t{0}, std::size_t{1}, std::size_t{1000}, kLarge - 1, kLarge, kLarge + 777}) {
+        for (const std::size_t shift : {0U, 1U, 63U, 64U, 255U}) {
+            std::vector<std::uint32_t> source(count / 4 + 65);
+            std::iota(source.begin(), source.end(), 0x30201u);
+            const auto* const bytes = reinterpret_cast<const std::uint8_t*>(source.data()) + shift;
+            std::vector<std::uint8_t> copy(count + 2 * kGuard, 0xEE), expected = copy;
+            std::copy_n(bytes, count, expected.data() + kGuard - shift);
+            SV_CopyMemory(copy.data() + kGuard - shift, bytes, count);
+            ASSERT_TRUE(copy == expected) << count << " bytes, shift " << shift;
+        }
+    }
+    SV_CopyMemory(nullptr, nullptr, 0);
 }
 
 }  // namespace
