@@ -30,6 +30,7 @@ static_assert(kChunkPixels % kMostPixels == 0 && kChunkPixels % kGroupPixels == 
 constexpr Format kV210{.colour = Colour::YCbCr,
                        .layout = Layout::Packed422,
                        .component = Component::Unsigned10,
+                       .chroma = {1, ChromaRows::Each},
                        .unitPixels = kGroupPixels,
                        .unitBytes = kGroupBytes};
 

@@ -148,7 +148,7 @@ bool ScaleFieldsOfBytes(const Source& inSource, const Destination& outDestinatio
 }  // namespace
 
 void ConvertPicture(const Source& inSource, const Destination& outDestination) {
-    if (inSource.format == outDestination.format && !IsPlanar(inSource.format)) {
+    if (inSource.format == outDestination.format && inSource.format.layout != Layout::Planar) {
         CopyPicture(inSource, outDestination);
         return;
     }

@@ -1,10 +1,7 @@
 // Rows of planar pictures: Y', Cb and Cr in planes of their own, 8-bit, with fewer chroma samples
 // than pixels.
 //
-// Chroma samples of a row lie on the first of the pixels that share them (H.262, IEC 61834-2, SMPTE
-// 314M). Rows of 4:2:0 chroma lie between two rows of pixels; of field pictures each field has its
-// own, a quarter of the way from one row of the field to its next (H.262). In 4:2:0 DV every other
-// row of a field has Cr and the rest have Cb (IEC 61834-2).
+// Where the samples lie is in the format: see ChromaGrid and PlanePlace.
 #pragma once
 
 #include <array>
@@ -16,12 +13,10 @@
 
 namespace scanvo {
 
-/// Load luma as it is and chroma as one sample for every other pixel, interpolated between rows,
-/// from planes with half and with a quarter as many chroma samples in a row as pixels.
-void LoadHalfChromaPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
-                          const PlanarRow& outRow);
-void LoadQuarterChromaPlanes(const Source& inPicture, std::int32_t inRow,
-                             const CodeRanges& inRanges, const PlanarRow& outRow);
+/// Loads luma as it is and chroma as one sample for every other pixel, interpolated between rows,
+/// and along them where there are fewer.
+void LoadPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
+                const PlanarRow& outRow);
 
 /// Stores every row of a planar picture once, rows or rows of each field in either order. Rows have
 /// one chroma sample for every other pixel. A chroma row is stored when all rows that are part of
