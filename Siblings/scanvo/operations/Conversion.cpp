@@ -86,7 +86,33 @@ void CopyPicture(const Source& inSource, const Destination& outDestination) {
 
 // ---- The general road ---------------------------------------------------------------------------
 
+// Chroma rows that lie alike in both stay where they are, as chroma samples along rows do.
+bool HaveSameChromaRows(const Format& inSource, const Format& inDestination) {
+    return inSource.layout == Layout::Planar && inDestination.layout == Layout::Planar &&
+           inSource.chroma == inDestination.chroma && inSource.chroma.columnShift == 1;
+}
+
+void ConvertPlanes(const Source& inSource, const Destination& outDestination) {
+    Scratch scratch;
+    const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
+    const WorkRows work = MakeWorkRows(plan, scratch);
+    const PlanarRow fetched = scratch.Row(plan.width);
+    PlanarStore store(outDestination, plan.to.ranges, scratch);
+    for (std::int32_t row = 0; row < inSource.height; ++row) {
+        FetchRow(plan, inSource, row, work, fetched);
+        store.StoreLuma(FinishedRow(plan, fetched, work), row);
+    }
+    for (std::int32_t row = 0; row < ChromaHeight(inSource.format, inSource.height); ++row) {
+        LoadChromaRow(inSource, row, plan.from.ranges, fetched);
+        store.StoreChromaRow(FinishedRow(plan, fetched, work), row);
+    }
+}
+
 void ConvertRows(const Source& inSource, const Destination& outDestination) {
+    if (HaveSameChromaRows(inSource.format, outDestination.format)) {
+        ConvertPlanes(inSource, outDestination);
+        return;
+    }
     Scratch scratch;
     const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
     const WorkRows work = MakeWorkRows(plan, scratch);

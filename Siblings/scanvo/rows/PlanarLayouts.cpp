@@ -118,6 +118,16 @@ void LoadPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& i
     }
 }
 
+void LoadChromaRow(const Source& inPicture, std::int32_t inChromaRow, const CodeRanges& inRanges,
+                   const PlanarRow& outRow) {
+    for (std::size_t plane = 0; plane < kChromaPlaneCount; ++plane) {
+        const auto& codes = inPicture.chroma[plane];
+        LoadSamples(codes.start + codes.rowBytes * inChromaRow, codes.step,
+                    HalfWidth(inPicture.width), inRanges.offset[plane + 1],
+                    inRanges.scale[plane + 1], outRow[plane + 1]);
+    }
+}
+
 PlanarStore::PlanarStore(const Destination& inPicture, const CodeRanges& inRanges,
                          Scratch& ioScratch)
     : picture_(inPicture),
@@ -143,8 +153,7 @@ PlanarStore::PlanarStore(const Destination& inPicture, const CodeRanges& inRange
 
 void PlanarStore::Store(const PlanarRow& inRow, std::int32_t inRowNumber) {
     const std::int32_t rowFromTop = picture_.height - 1 - inRowNumber;
-    StoreSamples(inRow[0], picture_.width, ranges_.offset[0], ranges_.scale[0], 1,
-                 RowAt(picture_, rowFromTop));
+    StoreLuma(inRow, inRowNumber);
     for (std::size_t plane = 0; plane < kChromaPlaneCount; ++plane) {
         if (picture_.format.chroma.rows == ChromaRows::Each) {
             StoreChroma(plane, inRow[plane + 1], rowFromTop);
@@ -152,6 +161,16 @@ void PlanarStore::Store(const PlanarRow& inRow, std::int32_t inRowNumber) {
             AddChroma(plane, inRow[plane + 1], rowFromTop);
         }
     }
+}
+
+void PlanarStore::StoreLuma(const PlanarRow& inRow, std::int32_t inRowNumber) {
+    StoreSamples(inRow[0], picture_.width, ranges_.offset[0], ranges_.scale[0], 1,
+                 RowAt(picture_, picture_.height - 1 - inRowNumber));
+}
+
+void PlanarStore::StoreChromaRow(const PlanarRow& inRow, std::int32_t inChromaRow) {
+    for (std::size_t plane = 0; plane < kChromaPlaneCount; ++plane)
+        StoreChroma(plane, inRow[plane + 1], inChromaRow);
 }
 
 void PlanarStore::AddChroma(std::size_t inPlane, const float* inSamples,

@@ -18,6 +18,11 @@ namespace scanvo {
 void LoadPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
                 const PlanarRow& outRow);
 
+/// Loads chroma row number inChromaRow from the top as it is, of a picture with one chroma sample
+/// for every other pixel.
+void LoadChromaRow(const Source& inPicture, std::int32_t inChromaRow, const CodeRanges& inRanges,
+                   const PlanarRow& outRow);
+
 /// Stores every row of a planar picture once, rows or rows of each field in either order. Rows have
 /// one chroma sample for every other pixel. A chroma row is stored when all rows that are part of
 /// it have come.
@@ -26,6 +31,11 @@ class PlanarStore {
     PlanarStore(const Destination& inPicture, const CodeRanges& inRanges, Scratch& ioScratch);
 
     void Store(const PlanarRow& inRow, std::int32_t inRowNumber);
+
+    /// For who has the chroma rows themselves: luma alone, and a chroma row as LoadChromaRow gives
+    /// it.
+    void StoreLuma(const PlanarRow& inRow, std::int32_t inRowNumber);
+    void StoreChromaRow(const PlanarRow& inRow, std::int32_t inChromaRow);
 
   private:
     /// A chroma row of which not all pixel rows have come.
