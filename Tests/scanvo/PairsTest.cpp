@@ -300,7 +300,9 @@ double Tolerance(FormatCode inFrom, FormatCode inTo) {
     return inFrom.IsLinear() != inTo.IsLinear() ? 1e-4 : 1e-5;
 }
 
-Picture RandomPicture(FormatCode inFormat, std::int32_t inWidth, std::int32_t inHeight) {
+/// Any codes, or those that the standards give to colours.
+Picture RandomPicture(FormatCode inFormat, std::int32_t inWidth, std::int32_t inHeight,
+                      bool inIsNominal) {
     Picture picture(inFormat, inWidth, inHeight);
     std::mt19937 random(inFormat.bits + static_cast<std::uint32_t>(inWidth));
     const std::size_t size = inFormat.IsFloat() ? 4 : inFormat.Is15Bit() ? 2 : 1;
@@ -313,13 +315,23 @@ Picture RandomPicture(FormatCode inFormat, std::int32_t inWidth, std::int32_t in
         const float value = isAlpha ? (share < 0.1f ? 0 : share) : 1.4f * share - 0.2f;
         if (inFormat.IsFloat()) std::memcpy(&picture.memory[i], &value, size);
         if (inFormat.Is15Bit()) std::memcpy(&picture.memory[i], &code, size);
-        if (size == 1) picture.memory[i] = static_cast<std::byte>(bits);
+        if (size == 1)
+            picture.memory[i] = static_cast<std::byte>(inIsNominal ? 16 + bits % 225 : bits);
+    }
+    for (std::size_t i = 0; inIsNominal && inFormat.IsV210() && i < picture.memory.size(); i += 4) {
+        const auto code = [&] { return static_cast<std::uint32_t>(64 + random() % 897); };
+        const std::uint32_t word = code() | code() << 10 | code() << 20;
+        std::memcpy(&picture.memory[i], &word, 4);
     }
     return picture;
 }
 
 void ExpectExact(FormatCode inFrom, FormatCode inTo, std::int32_t inWidth, std::int32_t inHeight) {
-    Picture source = RandomPicture(inFrom, inWidth, inHeight);
+    // Another matrix takes chroma beyond its nominal range to where it is clamped before it is
+    // spread.
+    const bool changesMatrix =
+        inFrom.IsYCbCr() && inTo.IsYCbCr() && inFrom.IsBt709() != inTo.IsBt709();
+    Picture source = RandomPicture(inFrom, inWidth, inHeight, changesMatrix);
     Picture result(inTo, inWidth, inHeight);
     ASSERT_EQ(Call(SV_Convert, source.Memory(), result.Memory(), inWidth, inHeight, 4), 0);
     Planes exact = Exact(source, inTo);

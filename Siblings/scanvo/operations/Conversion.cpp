@@ -10,6 +10,7 @@
 #include "fast/Bytes.h"
 #include "fast/FastPictures.h"
 #include "fast/FastRows.h"
+#include "operations/HalfRowConversion.h"
 #include "rows/KeptTables.h"
 #include "rows/RowPlan.h"
 #include "rows/RowScaler.h"
@@ -179,11 +180,11 @@ void ConvertPicture(const Source& inSource, const Destination& outDestination) {
         return;
     }
     const ConvertRow convert = FastRowBetween(inSource.format, outDestination.format);
-    if (convert == nullptr) {
+    if (convert != nullptr) {
+        ConvertWith(convert, inSource, outDestination);
+    } else if (!ConvertByHalfRows(inSource, outDestination)) {
         ConvertRows(inSource, outDestination);
-        return;
     }
-    ConvertWith(convert, inSource, outDestination);
 }
 
 void ScalePicture(const Source& inSource, const Destination& outDestination,

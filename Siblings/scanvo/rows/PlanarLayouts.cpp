@@ -13,13 +13,6 @@ constexpr std::size_t kCr = 1;
 
 // ---- Where chroma rows lie ----------------------------------------------------------------------
 
-// The fields that have chroma rows of their own. Rows of a field are every so many of the picture.
-std::int32_t FieldCount(const Format& inFormat, std::int32_t inHeight) {
-    const bool hasFields =
-        inFormat.chroma.rows == ChromaRows::OfFields || inFormat.chroma.rows == ChromaRows::InTurns;
-    return hasFields && ChromaHeight(inFormat, inHeight) > 1 ? 2 : 1;
-}
-
 // The rows of one field out of inCount of its picture.
 std::int32_t RowsOfField(std::int32_t inCount, std::int32_t inField, std::int32_t inFieldCount) {
     return (inCount - inField + inFieldCount - 1) / inFieldCount;
@@ -28,7 +21,7 @@ std::int32_t RowsOfField(std::int32_t inCount, std::int32_t inField, std::int32_
 // Chroma rows of one field and plane (0 Cb, 1 Cr), counted in rows of the picture from its top.
 SampleGrid ChromaRowGrid(const Format& inFormat, std::int32_t inHeight, std::size_t inPlane,
                          std::int32_t inField) {
-    const std::int32_t fields = FieldCount(inFormat, inHeight);
+    const std::int32_t fields = ChromaFieldCount(inFormat, inHeight);
     const std::int32_t count = RowsOfField(ChromaHeight(inFormat, inHeight), inField, fields);
     if (inFormat.chroma.rows == ChromaRows::Each) return {count, 1, 0};
     if (fields == 1) return {count, 2, 0.5};
@@ -60,24 +53,18 @@ void LoadMixedSamples(const std::byte* inFirst, const std::byte* inSecond, float
 // One chroma plane of the row inRowFromTop, interpolated between rows of its field.
 void LoadChroma(const Source& inPicture, std::size_t inPlane, std::int32_t inRowFromTop,
                 std::int32_t inCount, const CodeRanges& inRanges, float* outSamples) {
-    const std::int32_t fields = FieldCount(inPicture.format, inPicture.height);
-    const std::int32_t field = inRowFromTop % fields;
-    const SampleGrid grid = ChromaRowGrid(inPicture.format, inPicture.height, inPlane, field);
+    const auto [above, below, share] =
+        ChromaPlaceOf(inPicture.format, inPicture.height, inPlane, inRowFromTop);
     const auto& plane = inPicture.chroma[inPlane];
-    const double place =
-        std::clamp((inRowFromTop - grid.first) / grid.pitch, 0.0, grid.count - 1.0);
-    const auto above = static_cast<std::int32_t>(place);
-    const auto rowAt = [&](std::int32_t row) {
-        return plane.start + plane.rowBytes * (field + std::int64_t{fields} * row);
-    };
+    const auto rowAt = [&](std::int32_t row) { return plane.start + plane.rowBytes * row; };
     const float offset = inRanges.offset[inPlane + 1];
     const float scale = inRanges.scale[inPlane + 1];
-    if (above == place) {
+    if (share == 0) {
         LoadSamples(rowAt(above), plane.step, inCount, offset, scale, outSamples);
         return;
     }
-    LoadMixedSamples(rowAt(above), rowAt(above + 1), static_cast<float>(place - above), plane.step,
-                     inCount, offset, scale, outSamples);
+    LoadMixedSamples(rowAt(above), rowAt(below), static_cast<float>(share), plane.step, inCount,
+                     offset, scale, outSamples);
 }
 
 bool HasQuarterChroma(const Format& inFormat) {
@@ -104,6 +91,24 @@ void StoreSamples(const float* inSamples, std::int32_t inCount, float inOffset, 
 }
 
 }  // namespace
+
+std::int32_t ChromaFieldCount(const Format& inFormat, std::int32_t inHeight) {
+    const bool hasFields =
+        inFormat.chroma.rows == ChromaRows::OfFields || inFormat.chroma.rows == ChromaRows::InTurns;
+    return hasFields && ChromaHeight(inFormat, inHeight) > 1 ? 2 : 1;
+}
+
+ChromaPlace ChromaPlaceOf(const Format& inFormat, std::int32_t inHeight, std::size_t inPlane,
+                          std::int32_t inRowFromTop) {
+    const std::int32_t fields = ChromaFieldCount(inFormat, inHeight);
+    const std::int32_t field = inRowFromTop % fields;
+    const SampleGrid grid = ChromaRowGrid(inFormat, inHeight, inPlane, field);
+    const double place =
+        std::clamp((inRowFromTop - grid.first) / grid.pitch, 0.0, grid.count - 1.0);
+    const auto above = static_cast<std::int32_t>(place);
+    const std::int32_t below = std::min(above + 1, grid.count - 1);
+    return {field + fields * above, field + fields * below, place - above};
+}
 
 void LoadPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
                 const PlanarRow& outRow) {
@@ -132,7 +137,7 @@ PlanarStore::PlanarStore(const Destination& inPicture, const CodeRanges& inRange
                          Scratch& ioScratch)
     : picture_(inPicture),
       ranges_(inRanges),
-      fieldCount_(FieldCount(inPicture.format, inPicture.height)) {
+      fieldCount_(ChromaFieldCount(inPicture.format, inPicture.height)) {
     const std::int32_t count = HalfWidth(picture_.width);
     quartered_ = ioScratch.Floats(count);
     if (picture_.format.chroma.rows == ChromaRows::Each) return;

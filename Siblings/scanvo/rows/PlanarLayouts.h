@@ -13,6 +13,18 @@
 
 namespace scanvo {
 
+/// Which chroma rows of a plane (0 Cb, 1 Cr) a row of pixels lies between, all from the top, and
+/// how much the second counts.
+struct ChromaPlace {
+    std::int32_t above, below;
+    double share;
+};
+ChromaPlace ChromaPlaceOf(const Format& inFormat, std::int32_t inHeight, std::size_t inPlane,
+                          std::int32_t inRowFromTop);
+
+/// The fields that have chroma rows of their own: 2, or 1 where rows of both share them.
+std::int32_t ChromaFieldCount(const Format& inFormat, std::int32_t inHeight);
+
 /// Loads luma as it is and chroma as one sample for every other pixel, interpolated between rows,
 /// and along them where there are fewer.
 void LoadPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
