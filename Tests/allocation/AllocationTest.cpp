@@ -310,10 +310,13 @@ bool Succeeds(const Operation& inOperation, Bench& ioBench) {
     return false;
 }
 
-void DemandPublication(bool inIsExpected, const Guid& inGuid) {
+void DemandPublication(const std::string& inName, bool inHasSucceeded, const Guid& inGuid) {
     Service::BinaryReferencePtr data;
-    Service::GetBinaryDataIfAvailable(inGuid, data);
-    Demand(static_cast<bool>(data) == inIsExpected, "is not published as it said");
+    const std::int32_t status = Service::GetBinaryDataIfAvailable(inGuid, data);
+    const bool isPublished = inName == "ErrorOfPublisher" ? status != Service::kNotAvailable
+                                                          : status == Service::kSuccess;
+    const bool isExpected = inName.starts_with("Publish") || inName == "ErrorOfPublisher";
+    Demand(isPublished == (isExpected && inHasSucceeded), "is not published as it said");
 }
 
 /// On a bench of its own; the picture that it gave.
@@ -333,7 +336,7 @@ bool RunRefused(const Operation& inOperation, std::int64_t inAllocations, bool i
         memory::RefuseAfter(inAllocations, inForGood);
         hasSucceeded = Succeeds(inOperation, b);
         wasRefused = memory::EndRefusal();
-        DemandPublication(hasSucceeded && inOperation.name.starts_with("Publish"), b.guid);
+        DemandPublication(inOperation.name, hasSucceeded, b.guid);
         Bench again = b;
         Demand(Succeeds(inOperation, again), "fails the next time");
     });
@@ -354,8 +357,8 @@ void Settle() {
     Brix::MemoryRecycler::Instance()->SetKeptBytesLimit(0);
     Demand(VF::TPixFrameMap().Frames().empty(), "left a record behind");
     Demand(VF::EffectWorldFrameMap().Frames().empty(), "left a world behind");
-    for (const Service::Publication& publication : Service::ListBinaryData())
-        Demand(publication.errorCode != 0, "left data behind");
+    const std::uint64_t errorBytes = 4096 * Service::ListBinaryData().size();  // a page for each
+    Demand(Service::CountSharedBytes() == errorBytes, "left data behind");
 }
 
 struct Outcome {

@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "Records.h"
 
 namespace bridges_test {
@@ -23,7 +25,10 @@ TEST_F(WorldTable, KindsOfWorlds) {
     for (const std::int16_t number : {made, other, plain, given})
         twDispose(number, 0);
     EXPECT_EQ(*record, nullptr);  // went with the world that owned it
-    EXPECT_EQ(twGetTPix(given), nullptr);
+    for (const auto number : std::initializer_list<std::int16_t>{-32768, -1, 0, 2, 200, 201}) {
+        twDispose(number, 0);
+        EXPECT_EQ(twGetTPix(number), nullptr);
+    }
 }
 
 TEST_F(WorldTable, WhoDisposesOfTheRecord) {
@@ -57,10 +62,27 @@ TEST_F(WorldTable, FullTable) {
     tpixDispose(record);
 }
 
-TEST_F(WorldTable, NumbersThatAreNone) {
-    for (const int number : {-32768, -1, 0, 1, 200, 201, 32767}) {
-        twDispose(static_cast<std::int16_t>(number), 0);
-        EXPECT_EQ(twGetTPix(static_cast<std::int16_t>(number)), nullptr);
+// Handles, worlds and effect worlds.
+TEST_F(WorldTable, IsSharedByThreads) {
+    const VF::VideoFrameRef shared = MakeFrame(4, 4);
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 8; ++thread) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 300; ++i) {
+                const TPixHand handle = VF::NewTPixFromVideoFrame(shared);
+                EXPECT_EQ(VF::GetVideoFrameFromTPix(handle), shared);
+                twDispose(RegTWorldBits(handle, 1), 0);
+                std::int16_t number = 0;
+                EXPECT_EQ(twNew(&number, &kBounds, nullptr, 0), 0);
+                EXPECT_TRUE(twGetTPix(number));
+                twDispose(number, 0);
+                GF_LayerDef world;
+                ASSERT_TRUE(VF::NewGF_WorldWithNewVideoFrame(4, 4, OV::kPixelFormat_BGRA_4444_8u,
+                                                             {1, 1}, world));
+                EXPECT_TRUE(VF::GetGFWorldFrameMapping(world.pixelData));
+                VF::DisposeGF_WorldFromVideoFrame(world.pixelData);
+            }
+        });
     }
 }
 

@@ -4,22 +4,15 @@
 
 #include <array>
 #include <climits>
-#include <cstring>
+#include <functional>
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "contracts/Orvane.h"
 #include "support/Contracts.h"
 
 using namespace tulomediatypes;
-
-namespace {
-
-PixelFormat WithProperties(std::uint32_t inProperties) {
-    return {FourCC("test"), inProperties};
-}
-
-}  // namespace
 
 TEST(Vocabularies, EveryRendererFormatConvertsBothWays) {
     std::set<std::uint32_t> codes;
@@ -57,19 +50,20 @@ TEST(Vocabularies, SDKCodes) {
         EXPECT_EQ(code, named.format.code);
         EXPECT_TRUE(VF::IsValidSDKPixelFormat(code)) << named.name;
         EXPECT_EQ(VF::SDKToBEPixelFormat(code).code, code);
-        if (valid.insert(code).second) {
-            EXPECT_EQ(VF::SDKToBEPixelFormat(code), named.format) << named.name;
-        }
+        if (!valid.insert(code).second) continue;
+        EXPECT_EQ(VF::SDKToBEPixelFormat(code), named.format) << named.name;
     }
     EXPECT_EQ(valid.size(), 55U);
-    for (const TvPixelFormat code : {FourCC("badf"), FourCC("XXXX"), FourCC("BGRA"), 0u})
-        EXPECT_FALSE(VF::IsValidSDKPixelFormat(code)) << code;
-    EXPECT_EQ(VF::SDKToBEPixelFormat(FourCC("XXXX")), OV::kPixelFormat_Invalid);
-    EXPECT_EQ(VF::SDKToBEPixelFormat(FourCC("badf")).code, FourCC("badf"));
-    EXPECT_EQ(VF::SDKToBEPixelFormat(0).code, 0U);
-    for (const TvPixelFormat custom : {FourCC("_abc"), FourCC("@abc")}) {
-        EXPECT_TRUE(VF::IsValidSDKPixelFormat(custom));
-        EXPECT_FALSE(VF::IsStandardBEPixelFormat(VF::SDKToBEPixelFormat(custom)));
+    const std::tuple<TvPixelFormat, bool, TvPixelFormat> kOthers[] = {
+        {FourCC("badf"), false, FourCC("badf")},
+        {FourCC("XXXX"), false, OV::kPixelFormat_Invalid.code},
+        {0, false, 0},
+        {FourCC("_abc"), true, FourCC("_abc")},
+        {FourCC("@abc"), true, FourCC("@abc")}};
+    for (const auto& [code, isValid, result] : kOthers) {
+        EXPECT_EQ(VF::IsValidSDKPixelFormat(code), isValid) << code;
+        EXPECT_EQ(VF::SDKToBEPixelFormat(code).code, result) << code;
+        EXPECT_EQ(VF::IsStandardBEPixelFormat({code, 0}), !isValid) << code;
     }
     EXPECT_FALSE(VF::IsCustomSDKPixelFormat(FourCC("abc_")));
 }
@@ -77,60 +71,48 @@ TEST(Vocabularies, SDKCodes) {
 TEST(Precision, ComesFromTheComponentTypeAlone) {
     constexpr std::array<int, 8> kBits = {8, 0, 16, 0, 0, 32, 0, 0};
     for (std::uint32_t i = 0; i < 16; ++i) {
-        const PixelFormat format = WithProperties((i < 8 ? 0 : ~0xEU) | i % 8 << 1);
+        const PixelFormat format{0, (i < 8 ? 0 : ~0xEU) | i % 8 << 1};
         EXPECT_EQ(VF::PixelFormatComponentPrecision(format), kBits[i % 8]);
     }
 }
 
 TEST(Colours, OnePixelOrOneUnitAndNoByteMore) {
     using Bytes = std::vector<std::uint8_t>;
+    const auto red = [](PixelFormat format, void* pixel) {
+        return VF::ConvertColorToPixelFormattedData(format, 1, 1, 0, 0, pixel);
+    };
+    const PixelFormat kFormats[] = {kPixelFormat_BGRA_4444_8u, kPixelFormat_ARGB_4444_8u,
+                                    kPixelFormat_VUYA_4444_8u, kPixelFormat_UYVY_422_8u};
     // clang-format off
-    const struct { PixelFormat format; Bytes black, white, red; } kCases[] = {
-        {kPixelFormat_BGRA_4444_8u, {0, 0, 0, 255}, {255, 255, 255, 255}, {0, 0, 255, 255}},
-        {kPixelFormat_ARGB_4444_8u, {255, 0, 0, 0}, {255, 255, 255, 255}, {255, 255, 0, 0}},
-        {kPixelFormat_VUYA_4444_8u, {128, 128, 16, 255}, {128, 128, 235, 255}, {240, 90, 81, 255}},
-        {kPixelFormat_UYVY_422_8u, {128, 16, 128, 16}, {128, 235, 128, 235}, {}},
+    const struct {
+        int line; std::function<std::int32_t(PixelFormat, void*)> write; std::vector<Bytes> pixels;
+    } kCalls[] = {
+        {681, VF::GetBlackForPixelFormat, {{0, 0, 0, 255}, {255, 0, 0, 0}, {128, 128, 16, 255}, {128, 16, 128, 16}}},
+        {692, VF::GetWhiteForPixelFormat, {{255, 255, 255, 255}, {255, 255, 255, 255}, {128, 128, 235, 255}, {128, 235, 128, 235}}},
+        {708, red, {{0, 0, 255, 255}, {255, 255, 0, 0}, {240, 90, 81, 255}}},
     };
     // clang-format on
-    for (const auto& each : kCases) {
-        const auto expect = [](Bytes expected, const auto& write) {
-            Bytes pixel(24, 0xEE);
-            EXPECT_EQ(write(pixel.data()), 0);
+    for (const auto& [line, write, pixels] : kCalls) {
+        Bytes pixel;
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            pixel.assign(24, 0xEE);
+            EXPECT_EQ(write(kFormats[i], pixel.data()), 0);
+            Bytes expected = pixels[i];
             expected.resize(24, 0xEE);
-            EXPECT_EQ(pixel, expected);
-        };
-        expect(each.black,
-               [&](void* pixel) { return VF::GetBlackForPixelFormat(each.format, pixel); });
-        expect(each.white,
-               [&](void* pixel) { return VF::GetWhiteForPixelFormat(each.format, pixel); });
-        if (each.red.empty()) continue;
-        expect(each.red, [&](void* pixel) {
-            return VF::ConvertColorToPixelFormattedData(each.format, 1, 1, 0, 0, pixel);
-        });
+            EXPECT_EQ(pixel, expected) << line << ", " << i;
+        }
+        for (const PixelFormat format : {kPixelFormat_Invalid, PixelFormat{FourCC("_cus"), 0}})
+            EXPECT_EQ(write(format, pixel.data()), -1);
+        support::ExpectBroken("pixelData != NULL", "PixelFormatUtilities", line,
+                              [&] { write(kFormats[0], nullptr); });
     }
-}
-
-TEST(Colours, UnknownFormatsFailAndNullBreaksTheContract) {
-    std::array<std::uint8_t, 16> pixel{};
-    for (const PixelFormat format : {kPixelFormat_Invalid, PixelFormat{FourCC("_cus"), 0}}) {
-        EXPECT_EQ(VF::GetBlackForPixelFormat(format, pixel.data()), -1);
-        EXPECT_EQ(VF::GetWhiteForPixelFormat(format, pixel.data()), -1);
-        EXPECT_EQ(VF::ConvertColorToPixelFormattedData(format, 1, 1, 1, 1, pixel.data()), -1);
-    }
-    const PixelFormat bgra = kPixelFormat_BGRA_4444_8u;
-    const auto expectBroken = [](int line, const auto& call) {
-        support::ExpectBroken("pixelData != NULL", "PixelFormatUtilities", line, call);
-    };
-    expectBroken(681, [&] { VF::GetBlackForPixelFormat(bgra, nullptr); });
-    expectBroken(692, [&] { VF::GetWhiteForPixelFormat(bgra, nullptr); });
-    expectBroken(708, [&] { VF::ConvertColorToPixelFormattedData(bgra, 1, 1, 1, 1, nullptr); });
 }
 
 TEST(Rectangles, NativeOnesDependOnTheFormat) {
     const PixelFormat rgb = kPixelFormat_BGRA_4444_8u;
     const PixelFormat dv = kPixelFormat_NTSC_DV100_1080i;
     const PixelFormat planar = kPixelFormat_YUV_420_MPEG2_FIELD_PICTURE_PLANAR_8u_601;
-    const PixelFormat unpacked = WithProperties(5U << kProperty_KindShift);
+    const PixelFormat unpacked{0, 5U << kProperty_KindShift};
     // A packed kind with 4:2:0 subsampling that is no planar one.
     const PixelFormat dv420 = kPixelFormat_PALDV25;
     const Brix::Rect full{0, 0, 1920, 1080};

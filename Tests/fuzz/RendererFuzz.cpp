@@ -80,6 +80,9 @@ void Select(Input& ioInput, const Picture& a, const Picture& b, const Picture& o
 void Warp(Input& ioInput, const Picture& a, const Picture&, const Picture& out) {
     SV_Rect rects[] = {{0, 0, a.width, a.height}, {0, 0, a.width, a.height}};
     if (ioInput.Flag()) rects[ioInput.Between(0, 1)] = ioInput.Rect<SV_Rect>();
+    // The call cannot know where the destination ends.
+    rects[1].right = std::min(rects[1].right, out.width);
+    rects[1].bottom = std::min(rects[1].bottom, out.height);
     SV_Point corners[8];
     for (SV_Point& corner : corners)
         corner = {ioInput.Between(-50, 200) / 2.0, ioInput.Between(-20, 40) / 2.0};

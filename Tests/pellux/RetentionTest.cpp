@@ -5,14 +5,11 @@
 #include <atomic>
 #include <fstream>
 #include <iterator>
-#include <new>
 #include <set>
 
 #include "ServiceTest.h"
 
 using namespace service_test;
-
-extern constinit thread_local int allocationsLeft;  // of this thread; below 0: no bound
 
 namespace {
 
@@ -122,47 +119,6 @@ TEST_F(RetentionTest, AReaderLetsGoOfMappingsThatNobodyCanComeBackTo) {
         EXPECT_EQ(Mappings(folder_).size(), 4U);
         EXPECT_TRUE(publisher.Stop());
     }
-}
-
-// Whatever is refused, a call that fails has done nothing, and leaves nothing behind.
-TEST_F(RetentionTest, WithoutMemoryNothingIsPublishedByHalves) {
-    SetRetainedBytesLimit(2 * kMiB);
-    ASSERT_TRUE(PublishAll(1000, 1001));
-    const BinaryReferencePtr held = Get(MakeGuid(1000));
-    const auto available = [](std::uint32_t inNumber) {
-        BinaryReferencePtr reference;
-        return GetBinaryDataIfAvailable(MakeGuid(inNumber), reference) != kNotAvailable;
-    };
-    int succeeded = 0;
-    for (std::uint32_t i = 0; succeeded < 3; ++i) {
-        WritableBinaryReferencePtr writable;
-        const auto run = [&](std::uint32_t inNumber, const auto& inCall) {
-            allocationsLeft = static_cast<int>(i);
-            const std::int32_t status = inCall(MakeGuid(inNumber));
-            allocationsLeft = -1;
-            EXPECT_EQ(available(inNumber), status == kSuccess) << i << ' ' << inNumber;
-            return status == kSuccess ? 1 : 0;
-        };
-        succeeded = run(4 * i, [&](const Guid& inGuid) {
-            const std::int32_t status = GetWritableBinaryData(kMiB, writable);
-            if (status != kSuccess) return status;
-            const std::int32_t result = PutCompletedBinaryData(inGuid, writable);
-            EXPECT_EQ(static_cast<bool>(Get(inGuid)), result == kSuccess) << "it is its own";
-            ListBinaryData();
-            CountSharedBytes();
-            writable.reset();
-            return result;
-        });
-        succeeded += run(
-            4 * i + 1, [](const Guid& inGuid) { return PutBinaryDataGenerationError(inGuid, -1); });
-        succeeded += run(4 * i + 2, [&](const Guid& inGuid) {
-            return MakeBinaryDataAlias(MakeGuid(1000), held, inGuid);
-        });
-        writable.reset();
-        ASSERT_LE(CountSharedBytes(), 6 * kMiB);
-    }
-    SetRetainedBytesLimit(0);
-    EXPECT_LE(CountSharedBytes(), 2 * kMiB) << "what is held, and errors";
 }
 
 // The reader goes for what is about to be evicted, so that it often gets hold of a segment in the

@@ -2,6 +2,7 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 
+#include <functional>
 #include <thread>
 #include <tuple>
 
@@ -50,34 +51,26 @@ TEST_F(SharingTest, ProcessesSeeEachOthersPublications) {
     EXPECT_TRUE(IsWhole(Get(alias), guid, kSize));
 }
 
-TEST_F(SharingTest, ATakenGuidChangesNothing) {
-    for (const std::uint32_t number : {0U, 1U, 2U, 3U}) {
-        const bool firstIsError = (number & 1) != 0, secondIsError = (number & 2) != 0;
-        const Guid guid = MakeGuid(number);
-        const auto put = [&](bool inIsError, std::uint64_t inSize, std::int32_t inCode) {
-            return inIsError ? PutBinaryDataGenerationError(guid, inCode) : Publish(guid, inSize);
-        };
-        ASSERT_EQ(put(firstIsError, 4096, -5), kSuccess);
-        EXPECT_EQ(put(secondIsError, 8192, -6), kGuidTaken);
-        BinaryReferencePtr reference;
-        std::int32_t errorCode = 0;
-        const std::int32_t status = WaitForBinaryData(guid, 0ms, reference, &errorCode);
-        EXPECT_EQ(status, firstIsError ? kGenerationFailed : kSuccess);
-        EXPECT_EQ(errorCode, firstIsError ? -5 : 0);
-        EXPECT_EQ(IsWhole(reference, guid, 4096), !firstIsError);
-    }
-}
-
-TEST_F(SharingTest, ABufferIsCompletedOnceUnderAGuidThatIsFree) {
+TEST_F(SharingTest, AGuidIsTakenOnceAndABufferCompletedOnce) {
+    const Guid data = MakeGuid(1), error = MakeGuid(2), other = MakeGuid(3);
     WritableBinaryReferencePtr writable;
-    ASSERT_EQ(Publish(MakeGuid(1), 64), kSuccess);
-    ASSERT_EQ(GetWritableBinaryData(64, writable), kSuccess);
-    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(1), writable), kGuidTaken);
-    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(2), writable), kSuccess);
-    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(3), writable), kBadReference);
-    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(3), nullptr), kBadReference);
-    EXPECT_EQ(MakeBinaryDataAlias(MakeGuid(1), nullptr, MakeGuid(3)), kBadReference);
-    EXPECT_FALSE(Get(MakeGuid(3)));
+    ASSERT_EQ(Publish(data, 64), kSuccess);
+    ASSERT_EQ(PutBinaryDataGenerationError(error, -5), kSuccess);
+    ASSERT_EQ(GetWritableBinaryData(4096, writable), kSuccess);
+    for (const Guid& guid : {data, error}) {
+        EXPECT_EQ(PutCompletedBinaryData(guid, writable), kGuidTaken);
+        EXPECT_EQ(PutBinaryDataGenerationError(guid, -6), kGuidTaken);
+    }
+    EXPECT_TRUE(IsWhole(Get(data), data, 64));
+    BinaryReferencePtr none;
+    std::int32_t errorCode = 0;
+    EXPECT_EQ(WaitForBinaryData(error, 0ms, none, &errorCode), kGenerationFailed);
+    EXPECT_EQ(errorCode, -5);
+    EXPECT_EQ(PutCompletedBinaryData(other, writable), kSuccess);
+    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(4), writable), kBadReference);
+    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(4), nullptr), kBadReference);
+    EXPECT_EQ(MakeBinaryDataAlias(data, nullptr, MakeGuid(4)), kBadReference);
+    EXPECT_FALSE(Get(MakeGuid(4)));
     for (const std::uint64_t size : {0UL, 1UL << 47, 1UL << 63, ~0UL - 4096, ~0UL})
         EXPECT_EQ(GetWritableBinaryData(size, writable), kNoRoom) << size;
 }
@@ -120,23 +113,25 @@ TEST_F(SharingTest, WaitersAreWokenByDataAliasesAndErrors) {
     const Guid data = MakeGuid(1), alias = MakeGuid(2), error = MakeGuid(3);
     Process waiter([&](Process& inParent) {
         Check(InitializeClient());
-        for (const Guid& guid : {data, alias, error}) {
+        BinaryReferencePtr reference;
+        for (const Guid& guid : {data, alias}) {
             inParent.Tell();
-            BinaryReferencePtr reference;
-            std::int32_t code = 0;
-            const std::int32_t status = WaitForBinaryData(guid, 30s, reference, &code);
-            Check(status == (guid == error ? kGenerationFailed : kSuccess));
-            Check(code == (guid == error ? -77 : 0));
-            Check(IsWhole(reference, data, 4096) == !(guid == error));
+            Check(WaitForBinaryData(guid, 30s, reference) == kSuccess);
+            Check(IsWhole(reference, data, 4096));
         }
+        inParent.Tell();
+        std::int32_t code = 0;
+        Check(WaitForBinaryData(error, 30s, reference, &code) == kGenerationFailed);
+        Check(code == -77 && !reference);
     });
-    for (const Guid& guid : {data, alias, error}) {
+    const std::function<std::int32_t()> kNews[] = {
+        [&] { return Publish(data, 4096); },
+        [&] { return MakeBinaryDataAlias(data, Get(data), alias); },
+        [&] { return PutBinaryDataGenerationError(error, -77); }};
+    for (const auto& bring : kNews) {
         EXPECT_TRUE(waiter.Hear());
         std::this_thread::sleep_for(20ms);
-        EXPECT_EQ(guid == data    ? Publish(data, 4096)
-                  : guid == alias ? MakeBinaryDataAlias(data, Get(data), alias)
-                                  : PutBinaryDataGenerationError(error, -77),
-                  kSuccess);
+        EXPECT_EQ(bring(), kSuccess);
     }
     EXPECT_TRUE(waiter.Join());
 }

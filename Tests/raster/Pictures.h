@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -22,6 +24,16 @@ using Pixel = std::array<std::uint8_t, 4>;
 inline void FillWithNoise(Bytes& outBytes, std::mt19937& ioRandom) {
     for (std::uint8_t& byte : outBytes)
         byte = static_cast<std::uint8_t>(ioRandom() >> 8);
+}
+
+/// A copy in global memory, which goes with the last pointer to it.
+using GlobalBlock = std::shared_ptr<void>;
+
+inline GlobalBlock MakeGlobal(const Bytes& inBytes) {
+    const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, inBytes.size());
+    std::copy(inBytes.begin(), inBytes.end(), static_cast<std::uint8_t*>(GlobalLock(block)));
+    GlobalUnlock(block);
+    return {block, GlobalFree};
 }
 
 /// With the library initialized, which puts the table of functions in place.

@@ -86,13 +86,6 @@ TEST_F(Polygons, CentresOnEdges) {
                         return x > 10 && x < 20 && y > top - shift && y < high - shift;
                     });
     }
-    Points star;
-    for (int i = 0; i < 5; ++i) {
-        const float angle = kPi * (0.5F + 0.8F * static_cast<float>(i));
-        star.push_back({30 + 18 * std::cos(angle), 20 + 18 * std::sin(angle)});
-    }
-    ExpectFills(star, false, [&](double x, double y) { return IsInPolygon(star, x, y); });
-    EXPECT_EQ(IsInPolygon(star, 30.5, 20.5), false);
 }
 
 TEST_F(Polygons, BeziersKeepWithinHalfAPixel) {

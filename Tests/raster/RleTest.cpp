@@ -45,29 +45,18 @@ Bytes Decoded(const Bytes& inData, std::size_t inWidth, Bytes ioPixels) {
     return ioPixels;
 }
 
-/// A packed DIB in global memory.
-class Dib {
-  public:
-    Dib(const BITMAPINFOHEADER& inHeader, const Bytes& inBits)
-        : bytes_(sizeof inHeader + inBits.size()), block_(GlobalAlloc(GMEM_MOVEABLE, bytes_)) {
-        auto* const start = static_cast<std::uint8_t*>(GlobalLock(block_));
-        std::memcpy(start, &inHeader, sizeof inHeader);
-        std::copy(inBits.begin(), inBits.end(), start + sizeof inHeader);
-    }
-    ~Dib() { GlobalFree(block_); }
-    Dib(const Dib&) = delete;
-    Dib& operator=(const Dib&) = delete;
+/// A packed DIB.
+Bytes Dib(const BITMAPINFOHEADER& inHeader, const Bytes& inBits) {
+    Bytes dib(sizeof inHeader + inBits.size());
+    std::memcpy(dib.data(), &inHeader, sizeof inHeader);
+    std::copy(inBits.begin(), inBits.end(), dib.data() + sizeof inHeader);
+    return dib;
+}
 
-    HGLOBAL Block() const { return block_; }
-    Bytes Bits() const {
-        const auto* const start = static_cast<const std::uint8_t*>(GlobalLock(block_));
-        return {start + sizeof(BITMAPINFOHEADER), start + bytes_};
-    }
-
-  private:
-    std::size_t bytes_;
-    HGLOBAL block_;
-};
+Bytes BytesOf(const GlobalBlock& inBlock) {
+    const auto* const start = static_cast<const std::uint8_t*>(GlobalLock(inBlock.get()));
+    return {start, start + GlobalSize(inBlock.get())};
+}
 
 TEST(Rle, DecodesEveryKindOfPair) {
     struct Case {
@@ -133,30 +122,28 @@ TEST(Rle, RandomStreamsStayInside) {
             byte = static_cast<std::uint8_t>(random() % 3 == 0 ? 0 : 2 + random() % most);
         const std::size_t bytes = Stride(width) * height;
         const Bytes background(random() % 4 == 0 ? random() % bytes : bytes, 0xEE);
-        const Dib output(
-            Header(static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)),
-            background);
-        const Dib rle(Header(1, 1), data);
-        PlayRleDib(output.Block(), rle.Block());
-        ASSERT_EQ(output.Bits(), Decoded(data, width, background)) << round;
+        const auto header =
+            Header(static_cast<std::int32_t>(width), static_cast<std::int32_t>(height));
+        const GlobalBlock output = MakeGlobal(Dib(header, background));
+        PlayRleDib(output.get(), MakeGlobal(Dib(Header(1, 1), data)).get());
+        ASSERT_EQ(BytesOf(output), Dib(header, Decoded(data, width, background))) << round;
     }
 }
 
 TEST(Rle, BlocksTooSmallForTheirHeaders) {
-    const Bytes bits(16, 0xEE);
-    const Dib output(Header(4, 4), bits);
-    const Dib rle(Header(4, 4), {4, 1, 0, 1});
-    BITMAPINFOHEADER large = Header(4, 4);
-    large.biClrUsed = 0x40000001;
-    const Dib beyond(large, bits);
-    const HGLOBAL small = GlobalAlloc(GMEM_MOVEABLE, 20);
-    for (const HGLOBAL block : {small, HGLOBAL{nullptr}, beyond.Block()}) {
-        PlayRleDib(block, rle.Block());
-        PlayRleDib(output.Block(), block);
+    const Bytes dib = Dib(Header(4, 4), Bytes(16, 0xEE));
+    BITMAPINFOHEADER header = Header(4, 4);
+    header.biClrUsed = 0x40000001;
+    const Bytes dibBeyond = Dib(header, Bytes(16, 0xEE));
+    const GlobalBlock output = MakeGlobal(dib), beyond = MakeGlobal(dibBeyond);
+    const GlobalBlock rle = MakeGlobal(Dib(Header(4, 4), {4, 1, 0, 1})),
+                      small = MakeGlobal(Bytes(20));
+    for (const HGLOBAL block : {small.get(), HGLOBAL{nullptr}, beyond.get()}) {
+        PlayRleDib(block, rle.get());
+        PlayRleDib(output.get(), block);
     }
-    EXPECT_EQ(output.Bits(), bits);
-    EXPECT_EQ(beyond.Bits(), bits);
-    GlobalFree(small);
+    EXPECT_EQ(BytesOf(output), dib);
+    EXPECT_EQ(BytesOf(beyond), dibBeyond);
 }
 
 }  // namespace

@@ -19,8 +19,8 @@ class PatternRecord {
           frame_(support::MakeFrame(static_cast<std::uint32_t>(inWidth),
                                     static_cast<std::uint32_t>(inHeight), inFormat)),
           handle_(VF::NewTPixFromVideoFrame(frame_)) {
-        const Canvas pattern = support::Paint(
-            inWidth, inHeight, [&](std::int32_t x, std::int32_t y) { return Pattern(x, y); });
+        const Canvas pattern =
+            support::Paint(inWidth, inHeight, [&](int x, int y) { return Pattern(x, y); });
         EXPECT_EQ(VF::VideoFrameManipulators::CopyFrame(pattern.frame, frame_, 4), 0);
     }
     ~PatternRecord() { VF::DisposeTPixFromVideoFrame(handle_); }
@@ -37,16 +37,11 @@ class PatternRecord {
         return Pixel{byte(3), byte(5), byte(11), 255};
     }
 
-    /// What the frame shows, in BGRA.
-    Canvas Shown() const {
+    template <class ColourAt>
+    void ExpectShows(const ColourAt& inColourAt, int inTolerance = 0) const {
         const Canvas shown{support::MakeFrame(static_cast<std::uint32_t>(bounds_.right),
                                               static_cast<std::uint32_t>(bounds_.bottom))};
         EXPECT_EQ(VF::VideoFrameManipulators::CopyFrame(frame_, shown.frame, 4), 0);
-        return shown;
-    }
-    template <class ColourAt>
-    void ExpectShows(const ColourAt& inColourAt, int inTolerance = 0) const {
-        const Canvas shown = Shown();
         for (std::int32_t i = 0; i < 4 * bounds_.right * bounds_.bottom; ++i) {
             const std::int32_t x = i / 4 % bounds_.right, y = i / 4 / bounds_.right;
             const auto c = static_cast<std::size_t>(i % 4);
@@ -86,7 +81,7 @@ TEST(StraightCopy, ConvertsRectangles) {
                 } else {
                     tpixStraightCopyRect(source.Handle(), point, destination.Handle(), &rect);
                 }
-                const auto colourAt = [&](std::int32_t x, std::int32_t y) {
+                const auto colourAt = [&](int x, int y) {
                     const std::int32_t fromX = std::max(point.x, 0) + x - std::max(rect.left, 0);
                     const std::int32_t fromY = std::max(point.y, 0) + y - std::max(rect.top, 0);
                     const bool isCopied = IsIn(rect, x, y) && IsIn(source.Bounds(), fromX, fromY);
@@ -109,18 +104,15 @@ TEST(StraightScale, ScalesRectanglesAndCutsThem) {
         EXPECT_TRUE(from.right == 20 && from.top == 0 && to.left == 0 && to.bottom == 10);
         tpixStraightScaleRect(source.Handle(), &nothing, destination.Handle(), &to);
         // The same size once cut, so nothing is blurred.
-        const auto colourAt = [&](std::int32_t x, std::int32_t y) {
+        const auto colourAt = [&](int x, int y) {
             return x < 10 && y >= 5 ? source.Pattern(x + 10, y - 5) : destination.Pattern(x, y);
         };
         destination.ExpectShows(colourAt, error);
     }
-    const PatternRecord small(kBgra, 2, 2, 3);
+    const PatternRecord small(kBgra, 2, 1, 3);
     const PatternRecord large(OV::kPixelFormat_VUYA_4444_8u, 8, 6, 4);
     tpixStraightScale(small.Handle(), large.Handle());
-    for (const auto& [x, y] : {std::pair{0, 0}, {7, 5}}) {
-        for (std::size_t c = 0; c < 3; ++c)
-            EXPECT_NEAR(large.Shown().At(x, y)[c], small.Pattern(x / 7, y / 5)[c], 3);
-    }
+    large.ExpectShows([&](int, int) { return small.Pattern(0, 0); }, 3);
 }
 
 TEST(OneBitMaskComposite, TakesPixelsByTheirBits) {
@@ -130,20 +122,19 @@ TEST(OneBitMaskComposite, TakesPixelsByTheirBits) {
     Bytes mask(4 * 12);
     std::mt19937 random(1);
     FillWithNoise(mask, random);
-    const auto isSet = [&](std::int32_t x, std::int32_t y) {
+    const auto isSet = [&](int x, int y) {
         return (mask[static_cast<std::size_t>(4 * y + x / 8)] >> (7 - x % 8) & 1) != 0;
     };
     const tagRECT rect = {2, 3, 15, 11};
     tpixOneBitMaskCompositeRect(a.Handle(), {4, 5}, b.Handle(), {1, 2}, destination.Handle(), &rect,
                                 mask.data(), {3, 1});
-    destination.ExpectShows([&](std::int32_t x, std::int32_t y) {
+    destination.ExpectShows([&](int x, int y) {
         if (!IsIn(rect, x, y)) return destination.Pattern(x, y);
         return isSet(x + 1, y - 2) ? a.Pattern(x + 2, y + 2) : b.Pattern(x - 1, y - 1);
     });
     tpixOneBitMaskComposite(a.Handle(), b.Handle(), destination.Handle(), mask.data());
-    destination.ExpectShows([&](std::int32_t x, std::int32_t y) {
-        return isSet(x, y) ? a.Pattern(x, y) : b.Pattern(x, y);
-    });
+    destination.ExpectShows(
+        [&](int x, int y) { return isSet(x, y) ? a.Pattern(x, y) : b.Pattern(x, y); });
 }
 
 TEST(OneBitMaskComposite, TakesPixelsByARegion) {
@@ -153,7 +144,7 @@ TEST(OneBitMaskComposite, TakesPixelsByARegion) {
         hoardex::FailAllocationsAfter(hasMemory ? -1 : 0);
         tpixOneBitMaskRegionComposite(a.Handle(), b.Handle(), destination.Handle(), region);
         hoardex::FailAllocationsAfter(-1);
-        destination.ExpectShows([&](std::int32_t x, std::int32_t y) {
+        destination.ExpectShows([&](int x, int y) {
             return (!hasMemory ? destination : x < 7 && y >= 2 ? a : b).Pattern(x, y);
         });
     }
@@ -164,7 +155,7 @@ TEST(CompositeToBlack, LaysOverBlackWhatIsAlike) {
     std::mt19937 random(1);
     LocalRecord source(9, 5, 4, random), destination(9, 5, 0, random), smaller(8, 5, 0, random);
     const LocalRecord before = smaller;
-    source.Paint([](std::int32_t x, std::int32_t y) {
+    source.Paint([](int x, int y) {
         return Pixel{200, 100, 50, static_cast<std::uint8_t>((x + y) % 2 == 0 ? 255 : 0)};
     });
     tpixCompositeToBlack(source.Handle(), smaller.Handle());

@@ -90,21 +90,6 @@ TEST(Planar420, KnowsFieldsFromFrames) {
     }
 }
 
-TEST(Planar420, TakesEverySize) {
-    for (std::int32_t i = 0; i < 2 * 5 * 9; ++i) {
-        const FormatCode format = i % 2 == 0 ? 0x09000031 : 0x0A000031;
-        const std::int32_t width = 1 + i / 2 % 5, height = 1 + i / 10;
-        Area colour = YCbCrArea(0x10D, width, height, [](float, float) {
-            return std::array{0.6f, 0.2f, -0.3f};
-        });
-        Block block = BlockOf(format, width, height), large = BlockOf(format, 11, 10);
-        const std::tuple small(block.data(), 0, width, height, format, 1);
-        ASSERT_EQ(Call(SV_ScaleConvert, colour.Sized(), 1, small, 3), 0);
-        ASSERT_EQ(Call(SV_ScaleConvert, small, large.data(), 0, 11, 10, format, 1, 3), 0);
-        Loaded(large, format, 0x00D, 11, 10).ExpectFilled({147, 173, 61, 255}, 1);
-    }
-}
-
 // ---- DV -----------------------------------------------------------------------------------------
 
 constexpr struct DvKind {

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <thread>
 
 #include "Area.h"
 
@@ -195,22 +194,6 @@ TEST(Scale, KeepsRowsOfFieldsInPlace) {
         const Area scaled = Scaled(source, 0x10C, {1, height}, 2, 1);
         for (std::int32_t y = height / 4; y < height - height / 4; ++y)
             EXPECT_NEAR(scaled.At(0, y)[2], (y + 0.5) * 16 / height - 0.5, 0.2) << height;
-    }
-}
-
-TEST(Scale, RunsOnManyThreads) {
-    Area source(0x004, 61, 47);
-    source.Scatter();
-    const Area expected = Scaled(source, 0x011, {33, 70}, 3);
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int call = 0; call < 20; ++call) {
-                SV_Initialize();
-                EXPECT_EQ(Scaled(source, 0x011, {33, 70}, 3).Pixels(), expected.Pixels());
-                SV_Terminate();
-            }
-        });
     }
 }
 

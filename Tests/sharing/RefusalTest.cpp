@@ -8,7 +8,6 @@
 
 #include "support/Frames.h"
 
-using processcoordination::BinaryReferencePtr;
 using processcoordination::WritableBinaryReferencePtr;
 using tulocore::utility::Guid;
 
@@ -16,13 +15,13 @@ namespace {
 
 enum class Refusal { kNone, kBuffer, kEmptyReference, kAddress, kShortBuffer, kCompletion };
 
-struct Service {
+using Errors = std::vector<std::pair<Guid, std::int32_t>>;
+
+struct {
     Refusal refusal = Refusal::kNone;
-    int handBacks = 0;
-    int completions = 0;
-    std::vector<std::pair<Guid, std::int32_t>> errors{};
-};
-Service gService;
+    int handBacks = 0, completions = 0;
+    Errors errors{};
+} gService;
 
 class Buffer final : public processcoordination::WritableBinaryReference {
   public:
@@ -56,10 +55,6 @@ std::int32_t PutCompletedBinaryData(const Guid&, WritableBinaryReferencePtr) {
     return 0;
 }
 
-std::int32_t GetBinaryDataIfAvailable(const Guid&, BinaryReferencePtr&) {
-    return kNotAvailable;
-}
-
 std::int32_t PutBinaryDataGenerationError(const Guid& inGuid, std::int32_t inErrorCode) {
     gService.errors.push_back({inGuid, inErrorCode});
     return kSystemFailure;  // is not looked at
@@ -71,14 +66,13 @@ TEST(Refusal, EachStepEndsInOneErrorAndNothingPublished) {
     const VF::VideoFrameRef frame = support::MakeFrame(8, 8);
     const Guid guid = Guid::Generate();
     WritableBinaryReferencePtr reference;
-    for (const Refusal refusal : {Refusal::kBuffer, Refusal::kEmptyReference, Refusal::kAddress,
-                                  Refusal::kShortBuffer, Refusal::kCompletion}) {
+    for (int step = 1; step <= 5; ++step) {
+        const auto refusal = static_cast<Refusal>(step);
         gService = {refusal};
         EXPECT_EQ(VF::PublishVideoFrameProvidingReference(frame, guid, reference),
                   static_cast<std::int32_t>(0xA00F0001));
         EXPECT_FALSE(reference);
-        ASSERT_EQ(gService.errors.size(), 1U) << static_cast<int>(refusal);
-        EXPECT_EQ(gService.errors[0], std::pair(guid, -1));
+        EXPECT_EQ(gService.errors, (Errors{{guid, -1}})) << step;
         EXPECT_EQ(gService.completions, 0);
     }
     gService = {};
@@ -101,8 +95,7 @@ TEST(Refusal, FrameInSharedMemoryFallsBackToTheRecycler) {
     // Refused in place: the frame's own status comes back, with one error.
     gService.refusal = Refusal::kCompletion;
     EXPECT_EQ(VF::PublishVideoFrame(frame, {}), static_cast<std::int32_t>(0xA00F0001));
-    EXPECT_EQ(gService.errors.size(), 1U);
-    EXPECT_FALSE(frame->GetReadOnly());
+    EXPECT_TRUE(gService.errors.size() == 1 && !frame->GetReadOnly());
     gService = {};
     EXPECT_EQ(VF::PublishVideoFrame(frame, {}), 0);
     VF::SetCreatePublishableVideoFrames(false);

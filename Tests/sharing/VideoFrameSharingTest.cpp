@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <boost/make_shared.hpp>
 #include <climits>
 #include <cstring>
 #include <map>
-#include <vector>
+#include <numeric>
 
 #include "support/Frames.h"
 
@@ -25,22 +27,22 @@ std::vector<std::byte> FillWithPattern(const VF::VideoFrameRef& inFrame) {
     return pattern;
 }
 
-bool Holds(const void* inPixels, const std::vector<std::byte>& inPattern) {
-    return std::memcmp(inPixels, inPattern.data(), inPattern.size()) == 0;
-}
+using Header = std::array<std::uint32_t, 32>;
 
-// The frame's copy, one byte longer than it needs to be.
-std::vector<std::byte> CopyOf(const VF::VideoFrameRef& inFrame) {
+struct SharedCopy {
+    Header header;
+    std::vector<std::byte> pixels;
+};
+
+SharedCopy CopyOf(const VF::VideoFrameRef& inFrame) {
     unsigned long long size = 0;
     EXPECT_EQ(VF::GetRequiredSharedMemorySizeForVideoFrame(inFrame, size), 0);
     std::vector<std::byte> buffer(size + 1, std::byte{0xEE});
     EXPECT_EQ(VF::CopyVideoFrameIntoSharedMemoryBuffer(inFrame, buffer.data(), size), 0);
     EXPECT_EQ(buffer.back(), std::byte{0xEE});
-    return buffer;
-}
-
-std::uint32_t RowBytesOf(const std::vector<std::byte>& inCopy) {
-    return reinterpret_cast<const std::uint32_t*>(inCopy.data())[68 / 4];
+    SharedCopy copy{{}, {buffer.begin() + 128, buffer.end() - 1}};
+    std::memcpy(copy.header.data(), buffer.data(), 128);
+    return copy;
 }
 
 }  // namespace
@@ -57,13 +59,11 @@ TEST(Copy, CarriesPropertiesAndTightPixels) {
     frame->SetAlphaType(3);
     frame->SetRenderTime(5);
     const std::vector<std::byte> pattern = FillWithPattern(frame);
-    const std::vector<std::byte> copy = CopyOf(frame);
-    ASSERT_EQ(copy.size(), 128U + 60 + 1);
+    const SharedCopy copy = CopyOf(frame);
     const auto [code, properties] = kPixelFormat_ARGB_4444_8u;
-    const std::uint32_t expected[32] = {128, 6, 188, code, properties, 3, 4,  5, 3, 2, 1,
-                                        1,   1, 3,   1,    8,          9, 20, 0, 1, 5, 1};
-    EXPECT_EQ(std::memcmp(copy.data(), expected, 128), 0);
-    EXPECT_TRUE(Holds(copy.data() + 128, pattern));
+    EXPECT_EQ(copy.header, (Header{128, 6, 188, code, properties, 3, 4,  5, 3, 2, 1,
+                                   1,   1, 3,   1,    8,          9, 20, 0, 1, 5, 1}));
+    EXPECT_EQ(copy.pixels, pattern);
 }
 
 TEST(Copy, HasEveryFormatOfTheRendererAsItStands) {
@@ -72,10 +72,10 @@ TEST(Copy, HasEveryFormatOfTheRendererAsItStands) {
         SCOPED_TRACE(named.name);
         const VF::VideoFrameRef frame = support::MakeFrame(48, 4, named.format);
         const std::vector<std::byte> pattern = FillWithPattern(frame);
-        const std::vector<std::byte> copy = CopyOf(frame);
-        EXPECT_TRUE(Holds(copy.data() + 128, pattern));
+        const SharedCopy copy = CopyOf(frame);
+        EXPECT_EQ(copy.pixels, pattern);
         const auto rows = support::Ask<VF::IVideoFrame2DPixelMemoryAccess>(frame);
-        EXPECT_EQ(RowBytesOf(copy), rows ? rows->GetRowBytes() : pattern.size());
+        EXPECT_EQ(copy.header[17], rows ? rows->GetRowBytes() : pattern.size());
     }
 }
 
@@ -83,9 +83,9 @@ TEST(Copy, HasEveryFormatOfTheRendererAsItStands) {
 TEST(Copy, ShowsNothingBehindTheLastPixelOfARow) {
     const VF::VideoFrameRef frame = support::MakeFrame(7, 2, kPixelFormat_V210_422_10u);
     FillWithPattern(frame);
-    const std::vector<std::byte> copy = CopyOf(frame);
-    for (const std::size_t row : {128U, 256U})
-        EXPECT_TRUE(Holds(copy.data() + row + 32, std::vector<std::byte>(96)));
+    const std::vector<std::byte> pixels = CopyOf(frame).pixels;
+    for (const std::ptrdiff_t row : {0, 128})
+        EXPECT_EQ(std::count(&pixels[row + 32], &pixels[row + 128], std::byte{0}), 96);
 }
 
 TEST(Copy, NeedsRoomAndAFrameThatCanBeRead) {
@@ -117,10 +117,8 @@ class ReceivedData final : public processcoordination::BinaryReference {
 
     // A frame of 4 by 3 pixels whose header holds these words instead of its own.
     explicit ReceivedData(const Words& inWords = {}) {
-        const std::vector<std::byte> copy = CopyOf(support::MakeFrame(4, 3));
-        std::memcpy(words.data(), copy.data(), 128);
-        for (std::size_t i = 0; i < 12; ++i)
-            words[32 + i] = static_cast<std::uint32_t>(i);
+        std::ranges::copy(CopyOf(support::MakeFrame(4, 3)).header, words.begin());
+        std::iota(words.begin() + 32, words.end(), 0U);
         for (const auto& [offset, value] : inWords)
             words[offset / 4] = static_cast<std::uint32_t>(value);
     }
@@ -188,15 +186,15 @@ TEST(CheckedWrap, FrameKeepsTheHeaderThatWasChecked) {
     ASSERT_EQ(VF::WrapCheckedBinaryReference(data, {}, checked), 0);
     ASSERT_EQ(VF::WrapVideoFrameAroundBinaryReference(data, {}, plain), 0);
     for (const VF::VideoFrameRef& frame : {checked, plain}) {
-        const std::vector<std::byte> copy = CopyOf(frame);
-        EXPECT_EQ(RowBytesOf(copy), 16U);
+        const SharedCopy copy = CopyOf(frame);
+        EXPECT_EQ(copy.header[17], 16U);
         for (std::size_t row = 0; row < 3; ++row)
-            EXPECT_EQ(std::to_integer<std::size_t>(copy[128 + 16 * row]), 4 * (2 - row));
+            EXPECT_EQ(std::to_integer<std::size_t>(copy.pixels[16 * row]), 4 * (2 - row));
     }
     std::fill_n(data->words.begin(), 32, 0x7FFFFFFFU);
     EXPECT_EQ(plain->GetBounds().Width(), INT_MAX);
     EXPECT_EQ(checked->GetBounds(), (Brix::Rect{0, 0, 4, 3}));
-    EXPECT_EQ(std::to_integer<int>(CopyOf(checked)[128]), 8);
+    EXPECT_EQ(std::to_integer<int>(CopyOf(checked).pixels[0]), 8);
 }
 
 TEST(Wrap, GivesAStatusWithoutDataAndWithoutMemory) {

@@ -10,7 +10,8 @@
 namespace support {
 
 /// Stands in for the process's media manager while it lives. Calls are noted one word each: "4",
-/// "5:item/value", "6:item", "7:item", "r:bytes".
+/// "5:item/value", "6:item", "7:item", "r:bytes",
+/// these in sizes of the item that was added last.
 class RecordingMediaManager final : public OV::IMediaManager {
   public:
     using MapRef = Brix::InterfaceRef<OV::IMediaMap>;
@@ -47,7 +48,8 @@ class RecordingMediaManager final : public OV::IMediaManager {
         Note("7:" + std::to_string(inItem));
     }
     void SetRetainedBytes(const tulocore::utility::Guid& inMap, std::uint64_t inBytes) override {
-        Note((inMap == mapGuid ? "r:" : "foreign:") + std::to_string(inBytes));
+        Note((inMap == mapGuid ? "r:" : "foreign:") + std::to_string(inBytes / size) +
+             (inBytes % size == 0 ? "" : "..."));
     }
     void SetBudget(std::uint64_t) override {}
     std::uint64_t GetBudget() override { return 0; }
@@ -61,7 +63,7 @@ class RecordingMediaManager final : public OV::IMediaManager {
     // Of the last calls.
     tulocore::utility::Guid mapGuid;
     MapRef map;
-    std::uint64_t size = 0;
+    std::uint64_t size = 1;
     bool isPublishable = false;
 
   private:

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <stdexcept>
 #include <thread>
-#include <vector>
 
 #include "contracts/TuloCore.h"
 
@@ -17,16 +16,6 @@ TEST(MainThreadCalls, ExceptionLeavesTheRestWaiting) {
     EXPECT_FALSE(ran);
     EXPECT_EQ(threads::RunMainThreadCalls(), 1U);
     EXPECT_TRUE(ran);
-}
-
-TEST(Tasks, EveryIndexRunsOnce) {
-    for (const int count : {0, 1, 2, 3, 1000}) {
-        std::vector<std::atomic<int>> runs(static_cast<std::size_t>(count));
-        threads::ExecuteCPUBoundTaskOnAllProcessors(
-            [&](int inIndex) { ++runs[static_cast<std::size_t>(inIndex)]; }, count);
-        for (const std::atomic<int>& run : runs)
-            EXPECT_EQ(run, 1);
-    }
 }
 
 TEST(Tasks, FirstExceptionComesBackAfterAllHaveStopped) {

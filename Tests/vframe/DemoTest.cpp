@@ -6,7 +6,8 @@
 
 #include "Tool.h"
 
-namespace vframe_test {
+using namespace vframe_test;
+
 namespace {
 
 class DemoTest : public ToolTest {
@@ -15,37 +16,17 @@ class DemoTest : public ToolTest {
         WriteFile("text.png", "text");
         EXPECT_EQ(mkfifo("pipe.png", 0600), 0);  // whoever reads it waits for ever
     }
-
-    /// The publishing process of a demonstration with one angle.
-    static int PublisherOf(const RunningTool& inDemo) {
-        int publisher = 0;
-        EXPECT_TRUE(Eventually([&] {
-            return std::sscanf(inDemo.OutputSoFar().c_str(), "publishers %d ", &publisher) == 1;
-        }));
-        return publisher;
-    }
 };
-
-double MeanDifference(const Picture& inLeft, const Picture& inRight) {
-    EXPECT_EQ(std::pair(inLeft.width, inLeft.height), std::pair(inRight.width, inRight.height));
-    double sum = 0;
-    for (std::size_t i = 0; i < std::min(inLeft.pixels.size(), inRight.pixels.size()); ++i) {
-        for (std::size_t c = 0; c < 4; ++c)
-            sum += std::abs(inLeft.pixels[i][c] - inRight.pixels[i][c]);
-    }
-    return sum / static_cast<double>(inLeft.pixels.size());
-}
 
 // Formats of less chroma change the pictures a little; another angle, or the wrong place or matrix,
 // gives far more.
 void ExpectComposites(const std::string& inInputs, const std::string& inSelected) {
-    const struct {
-        std::string name, options;
-    } kComposites[] = {{"multicam.png", " --size 1920x1080"},
-                       {"side-by-side.png", " --size 1920x540 --side-by-side --red"}};
+    const std::pair<std::string, std::string> kComposites[] = {
+        {"multicam.png", " --size 1920x1080"},
+        {"side-by-side.png", " --size 1920x540 --side-by-side --red"}};
     for (const auto& [name, options] : kComposites) {
         ExpectRuns("multicam " + inInputs + " expected.png --selected " + inSelected + options);
-        EXPECT_LE(MeanDifference(ReadPng("out/" + name), ReadPng("expected.png")), 2) << name;
+        EXPECT_LE(Compare(ReadPng("out/" + name), ReadPng("expected.png")).mean, 0.5) << name;
     }
     EXPECT_EQ(std::distance(fs::directory_iterator("out"), {}), 2);
 }
@@ -70,23 +51,25 @@ TEST_F(DemoTest, TellsWhatAPublishingProcessStumbledOver) {
     EXPECT_TRUE(fs::is_empty("out"));
 }
 
-TEST_F(DemoTest, TellsWhenAPublishingProcessDies) {
-    RunningTool demo("demo out pipe.png");
-    kill(PublisherOf(demo), SIGKILL);
-    const Result result = demo.Wait();
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.errors, "vframe: publisher: it ended too early (killed by signal 9)\n");
-}
-
-TEST_F(DemoTest, LeavesNoProcessBehindHoweverItEnds) {
-    for (const int signal : {SIGTERM, SIGKILL}) {
+TEST_F(DemoTest, LeavesNothingBehindWhoeverIsKilled) {
+    constexpr auto kDeath = "vframe: publisher: it ended too early (killed by signal 9)\n";
+    constexpr auto kInterruption = "vframe: interrupted: ended by a signal\n";
+    for (const auto& [isPublisher, signal, errors] : {std::tuple(true, SIGKILL, kDeath),
+                                                      {false, SIGTERM, kInterruption},
+                                                      {false, SIGKILL, ""}}) {
         RunningTool demo("demo out pipe.png");
-        const std::string publisher = "/proc/" + std::to_string(PublisherOf(demo)) + "/exe";
-        demo.End(signal);
-        EXPECT_TRUE(Eventually([&] { return !fs::exists(publisher); })) << signal;
+        int publisher = 0;
+        EXPECT_TRUE(Eventually([&] {
+            return std::sscanf(demo.OutputSoFar().c_str(), "publishers %d ", &publisher) == 1;
+        }));
+        kill(isPublisher ? publisher : demo.Id(), signal);
+        const Result result = demo.Wait();
+        EXPECT_EQ(result.status, signal == SIGKILL && !isPublisher ? -1 : 1);
+        EXPECT_EQ(result.errors, errors);
+        const std::string process = "/proc/" + std::to_string(publisher) + "/exe";
+        EXPECT_TRUE(Eventually([&] { return !fs::exists(process); })) << signal;
         EXPECT_TRUE(fs::is_empty("out"));
     }
 }
 
 }  // namespace
-}  // namespace vframe_test

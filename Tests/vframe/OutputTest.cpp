@@ -10,10 +10,9 @@
 
 #include "Tool.h"
 
-namespace vframe_test {
-namespace {
+using namespace vframe_test;
 
-using Before = void (*)();
+namespace {
 
 /// As on a file system where every file has a name.
 void RefuseUnnamedFiles() {
@@ -55,16 +54,10 @@ TEST_F(OutputTest, IsNotThereUnlessComplete) {
     fs::resize_file("in.raw", std::uintmax_t{1280} * 720 * 4 * 9000);
     WriteFile("old.mkv", "old");
     const std::set<std::string> before = Files();
-    const struct {
-        Before before;
-        int signal;
-        std::string name;
-        std::string errors;
-        std::size_t leftOver;
-    } kCases[] = {
-        {[] {}, SIGTERM, "new.mp4", "vframe: interrupted: ended by a signal\n", 0},
-        {[] {}, SIGKILL, "new.mkv", "", 0},
-        {[] {}, SIGKILL, "old.mkv", "", 0},
+    const std::tuple<Before, int, std::string, std::string, std::size_t> kCases[] = {
+        {nullptr, SIGTERM, "new.mp4", "vframe: interrupted: ended by a signal\n", 0},
+        {nullptr, SIGKILL, "new.mkv", "", 0},
+        {nullptr, SIGKILL, "old.mkv", "", 0},
         {RefuseUnnamedFiles, SIGTERM, "new.mkv", "vframe: interrupted: ended by a signal\n", 0},
         {RefuseUnnamedFiles, SIGUSR1, "old.mkv", "", 0},
         {RefuseUnnamedFiles, SIGKILL, "new.mkv", "", 1},
@@ -83,7 +76,7 @@ TEST_F(OutputTest, IsNotThereUnlessComplete) {
 }
 
 TEST_F(OutputTest, TakesThePlaceOfWhatIsThere) {
-    for (const Before before : {Before([] {}), Before(RefuseUnnamedFiles)}) {
+    for (const Before before : {Before(nullptr), Before(RefuseUnnamedFiles)}) {
         fs::create_symlink("made.png", "link.png");
         const std::string longName = std::string(251, 'n') + ".png";
         for (const std::string& name : {std::string("link.png"), longName, longName})
@@ -133,9 +126,8 @@ TEST_F(OutputTest, SaysWhyItIsNotThere) {
         setrlimit(RLIMIT_NOFILE, &limit);
     };
     const struct {
-        std::string arguments;
-        std::string line;
-        Before before = [] {};
+        std::string arguments, line;
+        Before before = nullptr;
     } kCases[] = {
         {"convert in.png full.png", "full.png: cannot be written: No space left on device"},
         {"convert in.png full.mkv", "full.mkv: No space left on device"},
@@ -145,10 +137,7 @@ TEST_F(OutputTest, SaysWhyItIsNotThere) {
         {"convert in.png out.mp4", "out.mp4: File too large", limitSize},
         {"quantise in.png out.bmp", "out.bmp: cannot be written: File too large", limitSize},
         {"formats", "standard output: File too large", limitSize},
-        {"formats >/dev/full", "standard output: No space left on device"},
-        {"--help >/dev/full", "standard output: No space left on device"},
         {"--version >/dev/full", "standard output: No space left on device"},
-        {"info in.png >/dev/full", "standard output: No space left on device"},
         {"publish in.png >/dev/full" + guid, "standard output: No space left on device"},
         {"demo . in.png >/dev/full", "standard output: No space left on device"},
         {"publish in.png --hold 0 <&- >&-" + guid, "standard output: Bad file descriptor"},
@@ -165,4 +154,3 @@ TEST_F(OutputTest, SaysWhyItIsNotThere) {
 }
 
 }  // namespace
-}  // namespace vframe_test

@@ -5,7 +5,8 @@
 #include "Tool.h"
 #include "VideoFrame/VideoFrame.h"
 
-namespace vframe_test {
+using namespace vframe_test;
+
 namespace {
 
 using namespace processcoordination;
@@ -16,8 +17,8 @@ class ShareTest : public ToolTest {
   protected:
     ShareTest() { WritePng("in.png", MakeGradient(64, 31)); }
 
-    static std::string Receive(const std::string& inOutput) {
-        return "receive " + inOutput + " --timeout 60 --guid " + kGuid;
+    static std::string Receive(const std::string& inOutput, const std::string& inGuid = kGuid) {
+        return "receive " + inOutput + " --timeout 60 --guid " + inGuid;
     }
 };
 
@@ -53,23 +54,9 @@ TEST_F(ShareTest, GivesUpWhenNothingComes) {
     EXPECT_EQ(Files(), std::set<std::string>{"in.png"});
 }
 
-/// This process as a client of the service.
-class Client {
-  public:
-    Client() { EXPECT_TRUE(InitializeClient()); }
-    ~Client() { UninitializeClient(); }
-    Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
-    const tulocore::utility::Guid guid{kGuid};
-};
-
-TEST_F(ShareTest, TellsThatAFrameWillNotCome) {
-    const Client client;
-    ASSERT_EQ(PutBinaryDataGenerationError(client.guid, 4711), kSuccess);
-    ExpectFails(Receive("out.png"), 1, "4711");
-}
-
-TEST_F(ShareTest, LooksAtForeignDataBeforeItTakesItForAFrame) {
+/// With this process as a client of the service.
+TEST_F(ShareTest, TellsWhatIsNoFrameAndThatNoneWillCome) {
+    ASSERT_TRUE(InitializeClient());
     VF::SharedFrameHeader custom{};
     custom.headerSize = custom.totalSize = VF::kFrameHeaderSize;
     custom.version = 6;
@@ -80,16 +67,18 @@ TEST_F(ShareTest, LooksAtForeignDataBeforeItTakesItForAFrame) {
         {{}, "it does not begin with a frame's header"},
         {custom, "only its maker knows its format"}};
     for (const auto& [header, reason] : kCases) {
-        const Client client;
+        const auto guid = tulocore::utility::Guid::Generate();
         WritableBinaryReferencePtr buffer;
         ASSERT_EQ(GetWritableBinaryData(sizeof header, buffer), kSuccess);
         std::memcpy(buffer->GetData(), &header, sizeof header);
-        ASSERT_EQ(PutCompletedBinaryData(client.guid, buffer), kSuccess);
-        buffer.reset();
-        ExpectFails(Receive("out.png"), 1, "is no frame that can be read: " + reason);
-        EXPECT_EQ(Files(), std::set<std::string>{"in.png"});
+        ASSERT_EQ(PutCompletedBinaryData(guid, buffer), kSuccess);
+        ExpectFails(Receive("out.png", guid.ToString()), 1,
+                    "is no frame that can be read: " + reason);
     }
+    ASSERT_EQ(PutBinaryDataGenerationError(tulocore::utility::Guid(kGuid), 4711), kSuccess);
+    ExpectFails(Receive("out.png"), 1, "4711");
+    EXPECT_EQ(Files(), std::set<std::string>{"in.png"});
+    UninitializeClient();
 }
 
 }  // namespace
-}  // namespace vframe_test

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <png.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,6 +18,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "support/SharedFolder.h"
@@ -35,39 +37,35 @@ inline void WriteFile(const fs::path& inPath, const std::string& inBytes) {
     EXPECT_TRUE((std::ofstream(inPath, std::ios::binary) << inBytes).flush()) << inPath;
 }
 
-inline fs::path MakeFolder() {
-    std::string path = fs::temp_directory_path() / "vframe-test-XXXXXX";
-    EXPECT_NE(mkdtemp(path.data()), nullptr);
-    return path;
-}
-
 struct Result {
     int status = -1;  ///< exit status; -1 when a signal ended the program
     std::string output;
     std::string errors;
 };
 
+/// Something to do in the process before the program is started there.
+using Before = void (*)();
+
 /// One run of the program, with arguments as the shell takes them; these may send its output
-/// elsewhere. inBefore is done in the process before the program is started there.
+/// elsewhere.
 class RunningTool {
   public:
-    explicit RunningTool(
-        const std::string& inArguments, void (*inBefore)() = [] {}) {
-        for (const char* const name : {"out", "errors"})
-            WriteFile(folder_ / name, "");
+    explicit RunningTool(const std::string& inArguments, Before inBefore = nullptr) {
         const std::string command = "exec " VFRAME_PROGRAM " " + inArguments;
         id_ = fork();
         if (id_ != 0) return;
-        Attach(STDIN_FILENO, "/dev/null", O_RDONLY);
-        Attach(STDOUT_FILENO, folder_ / "out", O_WRONLY);
-        Attach(STDERR_FILENO, folder_ / "errors", O_WRONLY);
-        inBefore();
+        close(STDIN_FILENO);
+        open("/dev/null", O_RDONLY);  // gets the number that is free now
+        dup2(output_, STDOUT_FILENO);
+        dup2(errors_, STDERR_FILENO);
+        if (inBefore) inBefore();
         execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
         _exit(127);
     }
     ~RunningTool() {
         if (id_ > 0) End(SIGKILL);
-        fs::remove_all(folder_);
+        close(output_);
+        close(errors_);
     }
     RunningTool(const RunningTool&) = delete;
     RunningTool& operator=(const RunningTool&) = delete;
@@ -75,33 +73,28 @@ class RunningTool {
     pid_t Id() const { return id_; }
 
     /// What it has put on standard output until now.
-    std::string OutputSoFar() const { return ReadFile(folder_ / "out"); }
+    std::string OutputSoFar() const { return Read(output_); }
     Result End(int inSignal) {
         kill(id_, inSignal);
         return Wait();
     }
     Result Wait() {
         int status = 0;
-        EXPECT_EQ(waitpid(id_, &status, 0), id_);
-        id_ = -1;
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, OutputSoFar(),
-                ReadFile(folder_ / "errors")};
+        EXPECT_GT(waitpid(std::exchange(id_, -1), &status, 0), 0);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, OutputSoFar(), Read(errors_)};
     }
 
   private:
-    static void Attach(int inStream, const fs::path& inPath, int inMode) {
-        const int file = open(inPath.c_str(), inMode);
-        dup2(file, inStream);
-        close(file);
+    static std::string Read(int inFile) {
+        return ReadFile("/proc/self/fd/" + std::to_string(inFile));
     }
 
-    const fs::path folder_ = MakeFolder();
+    const int output_ = memfd_create("output", 0), errors_ = memfd_create("errors", 0);
     pid_t id_ = -1;
 };
 
 /// Expects success without a word on standard error; returns what is on standard output.
-inline std::string ExpectRuns(
-    const std::string& inArguments, void (*inBefore)() = [] {}) {
+inline std::string ExpectRuns(const std::string& inArguments, Before inBefore = nullptr) {
     const Result result = RunningTool(inArguments, inBefore).Wait();
     EXPECT_EQ(result.status, 0) << inArguments;
     EXPECT_EQ(result.errors, "") << inArguments;
@@ -109,9 +102,8 @@ inline std::string ExpectRuns(
 }
 
 /// Expects this exit status and exactly one line on standard error, which begins with "vframe: ".
-inline void ExpectFails(
-    const std::string& inArguments, int inStatus, const std::string& inPartOfLine,
-    void (*inBefore)() = [] {}) {
+inline void ExpectFails(const std::string& inArguments, int inStatus,
+                        const std::string& inPartOfLine, Before inBefore = nullptr) {
     SCOPED_TRACE(inArguments);
     const Result result = RunningTool(inArguments, inBefore).Wait();
     EXPECT_EQ(result.status, inStatus);
@@ -166,12 +158,12 @@ inline void WritePng(const std::string& inPath, const Picture& inPicture) {
 
 /// A picture that is smooth, unlike itself turned or mirrored, and opaque.
 inline Picture MakeGradient(int inWidth, int inHeight) {
+    const auto byte = [](int inValue) { return static_cast<std::uint8_t>(inValue); };
     Picture picture{inWidth, inHeight, {}};
     for (int y = 0; y < inHeight; ++y) {
         for (int x = 0; x < inWidth; ++x) {
-            picture.pixels.push_back({static_cast<std::uint8_t>(20 + 200 * x / inWidth),
-                                      static_cast<std::uint8_t>(40 + 180 * y / inHeight),
-                                      static_cast<std::uint8_t>(200 - 150 * x / inWidth), 255});
+            picture.pixels.push_back({byte(20 + 200 * x / inWidth), byte(40 + 180 * y / inHeight),
+                                      byte(200 - 150 * x / inWidth), 255});
         }
     }
     return picture;
@@ -183,33 +175,46 @@ inline Picture MakeSolid(int inWidth, int inHeight, Rgba inColour) {
             std::vector<Rgba>(static_cast<std::size_t>(inWidth * inHeight), inColour)};
 }
 
-/// The largest difference of any component; the sizes must be equal.
-inline int LargestDifference(const Picture& inLeft, const Picture& inRight) {
-    EXPECT_EQ(inLeft.width, inRight.width);
-    EXPECT_EQ(inLeft.height, inRight.height);
+/// Of the components of two pictures of the same size.
+struct Difference {
     int largest = 0;
+    double mean = 0;
+};
+
+inline Difference Compare(const Picture& inLeft, const Picture& inRight) {
+    EXPECT_EQ(std::pair(inLeft.width, inLeft.height), std::pair(inRight.width, inRight.height));
+    Difference difference;
     for (std::size_t i = 0; i < std::min(inLeft.pixels.size(), inRight.pixels.size()); ++i) {
-        for (std::size_t c = 0; c < 4; ++c)
-            largest = std::max(largest, std::abs(inLeft.pixels[i][c] - inRight.pixels[i][c]));
+        for (std::size_t c = 0; c < 4; ++c) {
+            const int each = std::abs(inLeft.pixels[i][c] - inRight.pixels[i][c]);
+            difference.largest = std::max(difference.largest, each);
+            difference.mean += each / (4.0 * static_cast<double>(inLeft.pixels.size()));
+        }
     }
-    return largest;
+    return difference;
 }
 
-/// A lossless clip of 16x16 frames, each of one grey.
-inline void WriteClip(const std::string& inPath, const std::vector<std::uint8_t>& inGreys) {
-    std::string bytes;
-    for (const std::uint8_t grey : inGreys)
-        bytes += std::string(16 * 16 * 4, static_cast<char>(grey));
-    WriteFile("in.raw", bytes);
-    ExpectRuns("convert in.raw " + inPath +
-               " --opaque --input-format BGRA_4444_8u --input-size 16x16");
+inline int LargestDifference(const Picture& inLeft, const Picture& inRight) {
+    return Compare(inLeft, inRight).largest;
+}
+
+/// A clip of 16x16 frames, each of one grey.
+inline void WriteClip(const std::string& inPath, const std::string& inGreys,
+                      const std::string& inShape = "") {
+    std::string bytes = "YUV4MPEG2 W16 H16 F25:1 Cmono" + inShape + "\n";
+    for (const char grey : inGreys)
+        bytes += "FRAME\n" + std::string(16 * 16, grey);
+    WriteFile(inPath, bytes);
 }
 
 /// A temporary folder that is the current one, and a private one for what is shared between
 /// processes.
 class ToolTest : public testing::Test {
   protected:
-    ToolTest() { fs::current_path(folder_); }
+    ToolTest() {
+        EXPECT_NE(mkdtemp(folder_.data()), nullptr);
+        fs::current_path(folder_);
+    }
     ~ToolTest() override {
         fs::current_path("/");
         fs::remove_all(folder_);
@@ -228,7 +233,7 @@ class ToolTest : public testing::Test {
 
   private:
     support::SharedFolder sharedFolder_;
-    const fs::path folder_ = MakeFolder();
+    std::string folder_ = fs::temp_directory_path() / "vframe-test-XXXXXX";
 };
 
 }  // namespace vframe_test

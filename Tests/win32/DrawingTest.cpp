@@ -243,45 +243,39 @@ TEST_F(DrawDib, TakesExtremeSizes) {
 TEST_F(DrawDib, RefusesWhatItCannotDraw) {
     const Canvas canvas(Section(3, 3, &bits_), 3, 3);
     const Canvas oneBit(CreateBitmap(3, 3, 1, 1, nullptr), 3, 3, 1);
+    constexpr RECT kPlace{1, 1, -1, -1}, kAll{0, 0, -1, -1};
     Picture picture(2, 2, Mark);
-    struct Call {
-        HDRAWDIB draw;
-        HDC context;
-        BITMAPINFOHEADER header = Header(2, 2);
-        bool hasBits = true;
-        int width = -1, height = -1;
-        RECT part = {0, 0, -1, -1};
-        UINT flags = 0;
+    const auto draw = [&](HDRAWDIB handle, void* bits, UINT flags) {
+        return DrawDibDraw(handle, canvas.Context(), 1, 1, -1, -1, &picture.header, bits, 0, 0, -1,
+                           -1, flags);
     };
-    const auto draw = [&](Call c) {
-        return DrawDibDraw(c.draw, c.context, 1, 1, c.width, c.height, &c.header,
-                           c.hasBits ? picture.memory.data() : nullptr, c.part.left, c.part.top,
-                           c.part.right, c.part.bottom, c.flags);
-    };
-    const Call good{draw_, canvas.Context()};
+    EXPECT_FALSE(draw(nullptr, picture.memory.data(), 0));
+    EXPECT_FALSE(draw(canvas.Context(), picture.memory.data(), 0));
+    EXPECT_FALSE(draw(draw_, nullptr, 0));
+    EXPECT_FALSE(draw(draw_, picture.memory.data(), 1));
+    EXPECT_FALSE(Draw(oneBit, kPlace, picture, kAll));
     // clang-format off
-    const std::function<void(Call&)> changes[] = {
-        [](Call& c) { c.draw = nullptr; }, [](Call& c) { c.draw = c.context; },
-        [&](Call& c) { c.context = oneBit.Context(); }, [](Call& c) { c.hasBits = false; },
-        [](Call& c) { c.flags = 1; }, [](Call& c) { c.header.biSize = 12; },
-        [](Call& c) { c.header.biBitCount = 24; }, [](Call& c) { c.header.biPlanes = 2; },
-        [](Call& c) { c.header.biCompression = BI_RLE8; }, [](Call& c) { c.header.biWidth = -2; },
-        [](Call& c) { c.header.biHeight = 0; }, [](Call& c) { c.header.biHeight = kLeast; },
-        [](Call& c) { c.width = 0; }, [](Call& c) { c.width = kLeast; },
-        [](Call& c) { c.height = 0; }, [](Call& c) { c.height = -2; },
-        [](Call& c) { c.part = {0, 0, 0, 1}; }, [](Call& c) { c.part = {0, 0, 1, -2}; },
-        [](Call& c) { c.part = {-1, 0, 1, 1}; }, [](Call& c) { c.part = {0, -1, 1, 1}; },
-        [](Call& c) { c.part = {1, 0, 2, 1}; }, [](Call& c) { c.part = {0, 1, 1, 2}; },
-        [](Call& c) { c.part = {1, 1, kMost, 1}; },
-    };
+    constexpr RECT kBadPlaces[] = {{1, 1, 0, -1}, {1, 1, kLeast, -1}, {1, 1, -1, 0}, {1, 1, -1, -2}};
+    constexpr RECT kBadParts[] = {{0, 0, 0, 1}, {0, 0, 1, -2}, {-1, 0, 1, 1}, {0, -1, 1, 1},
+                                  {1, 0, 2, 1}, {0, 1, 1, 2}, {1, 1, kMost, 1}};
+    constexpr DWORD kSize = sizeof(BITMAPINFOHEADER);
+    const BITMAPINFOHEADER kBadHeaders[] = {
+        {12, 2, 2, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {kSize, -2, 2, 1, 32, BI_RGB, 0, 0, 0, 0, 0},
+        {kSize, 2, 0, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {kSize, 2, kLeast, 1, 32, BI_RGB, 0, 0, 0, 0, 0},
+        {kSize, 2, 2, 2, 32, BI_RGB, 0, 0, 0, 0, 0}, {kSize, 2, 2, 1, 24, BI_RGB, 0, 0, 0, 0, 0},
+        {kSize, 2, 2, 1, 32, BI_RLE8, 0, 0, 0, 0, 0}};
     // clang-format on
-    for (const auto& change : changes) {
-        Call bad = good;
-        change(bad);
-        EXPECT_FALSE(draw(bad)) << &change - changes;
+    for (const RECT& place : kBadPlaces)
+        EXPECT_FALSE(Draw(canvas, place, picture, kAll)) << &place - kBadPlaces;
+    for (const RECT& part : kBadParts)
+        EXPECT_FALSE(Draw(canvas, kPlace, picture, part)) << &part - kBadParts;
+    for (const BITMAPINFOHEADER& header : kBadHeaders) {
+        Picture bad = picture;
+        bad.header = header;
+        EXPECT_FALSE(Draw(canvas, kPlace, bad, kAll)) << &header - kBadHeaders;
     }
     EXPECT_EQ(canvas.Read(), Pixels(9));
-    EXPECT_TRUE(draw(good));
+    EXPECT_TRUE(draw(draw_, picture.memory.data(), 0));
     EXPECT_EQ(canvas.Read(),
               (Pixels{0, 0, 0, 0, Mark(0, 0), Mark(1, 0), 0, Mark(0, 1), Mark(1, 1)}));
 }
