@@ -9,12 +9,21 @@
 int main(int inCount, char** inArguments) {
     std::string only;
     std::string csv;
+    bool pairs = false;
     CLI::App app(
         "Measures the library beside what a user would pick instead. Medians; one thread "
         "unless a row says otherwise; a ratio above 1 means that the peer is faster.");
     app.add_option("--only", only, "Run the rows whose name holds this word");
     app.add_option("--csv", csv, "Write the rows to this file as well");
+    app.add_flag("--pairs", pairs, "Only convert every format into every other one");
     CLI11_PARSE(app, inCount, inArguments);
+
+    if (pairs) {
+        VF::Initialize();
+        bench::PrintPairs();
+        VF::Shutdown();
+        return 0;
+    }
 
     // So that all contestants of a row meet the same moods of the machine.
     std::string program = "bench";

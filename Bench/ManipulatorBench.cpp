@@ -6,6 +6,7 @@
 
 #include "Pictures.h"
 #include "Table.h"
+#include "contracts/Scanvo.h"
 
 namespace bench {
 namespace {

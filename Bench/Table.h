@@ -28,6 +28,10 @@ void AddFigures(const std::string& inName, std::function<std::vector<std::string
 /// "work,ours_ms,peer,peer_ms,ratio" to inCsv unless that is empty. False when that fails.
 bool RunTable(const std::string& inOnly, const std::string& inCsv);
 
+/// Measures the conversion of every format into every other one and prints the pairs, the dearest
+/// first, and a summary by kinds of formats.
+void PrintPairs();
+
 // The rows of each file.
 void AddFrameRows();
 void AddSharingRows();

@@ -9,7 +9,7 @@
 
 #include "Export.h"
 #include "contracts/BrixFoundation.h"
-#include "contracts/Scanvo.h"
+#include "contracts/ScanvoFormats.h"
 #include "contracts/TuloMediaTypes.h"
 
 /// A four-character code, first character in the lowest byte. A code whose first character is '@'

@@ -11,24 +11,6 @@ constexpr NamedPixelFormat kNamedFormats[] = {
 #undef NAMED_FORMAT
 };
 
-// The standard frames of the DV kinds 1 to 8, by kind (IEC 61834-2, SMPTE 314M and 370M).
-struct DVFrame {
-    std::int32_t width;
-    std::int32_t height;
-    std::uint64_t bytes;
-};
-constexpr DVFrame kDVFrames[] = {
-    {},
-    {720, 480, 120'000},    // 25 Mb/s, 525 lines
-    {720, 576, 144'000},    // 25 Mb/s, 625 lines
-    {960, 720, 240'000},    // 100 Mb/s, 720 lines, 60 Hz
-    {960, 720, 288'000},    // 100 Mb/s, 720 lines, 50 Hz
-    {1280, 1080, 480'000},  // 100 Mb/s, 1080 lines, 60 Hz
-    {1440, 1080, 576'000},  // 100 Mb/s, 1080 lines, 50 Hz
-    {720, 480, 240'000},    // 50 Mb/s, 525 lines
-    {720, 576, 288'000},    // 50 Mb/s, 625 lines
-};
-
 constexpr std::uint64_t kLargestSize = std::numeric_limits<std::int64_t>::max();
 
 std::uint32_t Kind(std::uint32_t inProperties) {
@@ -65,10 +47,6 @@ std::uint64_t TightRowBytes(PixelFormat inFormat, std::uint64_t inWidth) {
 std::uint64_t MultiplySizes(std::uint64_t inRowBytes, std::uint64_t inRows) {
     if (inRows != 0 && inRowBytes > kLargestSize / inRows) return kLargestSize;
     return inRowBytes * inRows;
-}
-
-std::uint64_t PlanarSize(std::uint64_t inWidth, std::uint64_t inHeight) {
-    return inWidth * inHeight + 2 * ((inWidth + 1) / 2) * ((inHeight + 1) / 2);
 }
 
 }  // namespace
@@ -110,7 +88,7 @@ std::uint64_t PixelFormatSize(PixelFormat inFormat, std::int32_t inWidth, std::i
     if (const DVFrame* frame = FindDVFrame(inFormat)) return frame->bytes;
     const auto width = static_cast<std::uint64_t>(inWidth);
     const auto height = static_cast<std::uint64_t>(inHeight);
-    if (Kind(inFormat.properties) != 0) return PlanarSize(width, height);
+    if (Kind(inFormat.properties) != 0) return Planar420Size(width, height);
     return MultiplySizes(TightRowBytes(inFormat, width), height);
 }
 

@@ -19,18 +19,8 @@
 
 #include <cstdint>
 
+#include "ScanvoFormats.h"
 #include "SiblingApi.h"
-
-/// A renderer format, read by its bits: 0x03 colour (0 RGB, 1 Y'CbCr, 2 linear-light RGB), 0x0C
-/// alpha (4 straight, 8 premultiplied, 12 ignored), 0x30 layout (0 packed 4:4:4:4, 0x10 packed
-/// 4:2:2, 0x20 compressed, 0x30 planar 4:2:0), 0x1C0 component (0 8-bit, 0x40 10-bit, 0x80 15-bit
-/// in 16, 0x100 float), 0x200 BT.709 instead of BT.601, 0x1000 the other byte order, and in the
-/// top byte the DV or 4:2:0 kind.
-enum SV_PixelFormat : std::uint32_t {
-    kSV_PixelFormat_None = 0,
-    kSV_PixelFormat_Custom = 0x7F000020,  ///< a layout known to its maker only; always refused
-};
-using ScanvoPixelFormat = SV_PixelFormat;
 
 /// What the operations return.
 enum SV_Result : std::int32_t {

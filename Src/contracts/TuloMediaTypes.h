@@ -179,6 +179,31 @@ struct NamedPixelFormat {
     PixelFormat format;
 };
 
+/// The frames of a DV kind, which all have one size.
+struct DVFrame {
+    std::int32_t width;
+    std::int32_t height;
+    std::uint64_t bytes;  ///< ten or twelve DIF sequences of 12,000, one, two or four times
+};
+
+/// By kind, 1 to 8 (IEC 61834-2, SMPTE 314M and 370M).
+inline constexpr DVFrame kDVFrames[] = {
+    {},
+    {720, 480, 120'000},    // 25 Mb/s, 525 lines
+    {720, 576, 144'000},    // 25 Mb/s, 625 lines
+    {960, 720, 240'000},    // 100 Mb/s, 720 lines, 60 Hz
+    {960, 720, 288'000},    // 100 Mb/s, 720 lines, 50 Hz
+    {1280, 1080, 480'000},  // 100 Mb/s, 1080 lines, 60 Hz
+    {1440, 1080, 576'000},  // 100 Mb/s, 1080 lines, 50 Hz
+    {720, 480, 240'000},    // 50 Mb/s, 525 lines
+    {720, 576, 288'000},    // 50 Mb/s, 625 lines
+};
+
+/// Bytes of a planar 4:2:0 picture of 8-bit samples: odd sides have a chroma sample more than half.
+constexpr std::uint64_t Planar420Size(std::uint64_t inWidth, std::uint64_t inHeight) {
+    return inWidth * inHeight + 2 * ((inWidth + 1) / 2) * ((inHeight + 1) / 2);
+}
+
 /// Every named format in the order of the list above; kPixelFormat_Invalid is not among them.
 SIBLING_API std::span<const NamedPixelFormat> NamedPixelFormats();
 

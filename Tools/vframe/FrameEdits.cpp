@@ -1,5 +1,7 @@
 #include "FrameEdits.h"
 
+#include <contracts/Scanvo.h>
+
 #include <charconv>
 #include <string>
 

@@ -1,5 +1,7 @@
 #include "Frames.h"
 
+#include <contracts/Scanvo.h>
+
 #include <unistd.h>
 
 #include <array>

@@ -1,6 +1,7 @@
 #include "calls/AnyPicture.h"
 
 #include "calls/Checks.h"
+#include "contracts/TuloMediaTypes.h"
 
 namespace scanvo {
 namespace {
@@ -8,8 +9,8 @@ namespace {
 std::int32_t CheckBlock(const DescribedSource& inPicture, const Format& inFormat) {
     if (inPicture.start == nullptr) return kSV_NullPointer;
     if (inFormat.layout == Layout::Compressed) {
-        const auto [width, height] = SizeOfDv(inFormat);
-        const bool isStandard = inPicture.width == width && inPicture.height == height;
+        const tulomediatypes::DVFrame& frame = tulomediatypes::kDVFrames[inFormat.dvKind];
+        const bool isStandard = inPicture.width == frame.width && inPicture.height == frame.height;
         return isStandard ? kSV_Success : kSV_BadSize;
     }
     return PictureBytes(inFormat, inPicture.width, inPicture.height) > 0 ? kSV_Success
@@ -34,7 +35,7 @@ std::int32_t Input::Open(const DescribedSource& inPicture) {
         decoded_ = DecodeDv(start, format);
         if (!decoded_) return kSV_BadData;
         picture_ = decoded_->AsSource();
-    } else if (format.layout == Layout::Planar420) {
+    } else if (format.layout == Layout::Planar) {
         picture_ = PlanarPicture(start, inPicture.width, inPicture.height, format);
     } else {
         picture_ = {start, inPicture.rowBytes, inPicture.width, inPicture.height, format};
@@ -52,7 +53,7 @@ std::int32_t Output::Open(const DescribedDestination& inPicture) {
         compressed_ = start;
         toEncode_.emplace(format);
         picture_ = toEncode_->AsDestination();
-    } else if (format.layout == Layout::Planar420) {
+    } else if (format.layout == Layout::Planar) {
         picture_ = PlanarPicture(start, inPicture.width, inPicture.height, format);
     } else {
         picture_ = {start, inPicture.rowBytes, inPicture.width, inPicture.height, format};

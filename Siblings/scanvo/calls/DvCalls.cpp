@@ -30,8 +30,7 @@ std::int32_t SV_MergeDV(const void* inFirst, const void* inSecond, void* outFram
                         std::int32_t inFrameBytes, std::int32_t) {
     for (const SV_PixelFormat code : {kDv25Lines525, kDv25Lines625}) {
         const Format format = *DecodeFormat(code);
-        const auto [width, height] = SizeOfDv(format);
-        if (PictureBytes(format, width, height) == inFrameBytes) {
+        if (PictureBytes(format, 1, 1) == inFrameBytes) {
             return Merge(inFirst, inSecond, outFrame, format);
         }
     }

@@ -8,8 +8,12 @@ extern "C" {
 #include <cstring>
 #include <new>
 
+#include "contracts/TuloMediaTypes.h"
+
 namespace scanvo {
 namespace {
+
+using tulomediatypes::DVFrame;
 
 // ---- What FFmpeg is told of each kind -----------------------------------------------------------
 
@@ -26,17 +30,21 @@ constexpr Profile kProfiles[] = {
     {AV_PIX_FMT_YUV422P, {1, 25}},
 };
 
-std::optional<Layout> LayoutOf(int inPlanes) {
+std::optional<ChromaGrid> ChromaOf(int inPlanes) {
     switch (inPlanes) {
         case AV_PIX_FMT_YUV411P:
-            return Layout::Planar411;
+            return ChromaGrid{2, ChromaRows::Each};
         case AV_PIX_FMT_YUV420P:
-            return Layout::Planar420;
+            return ChromaGrid{1, ChromaRows::InTurns};
         case AV_PIX_FMT_YUV422P:
-            return Layout::Planar422;
+            return ChromaGrid{1, ChromaRows::Each};
         default:
             return std::nullopt;
     }
+}
+
+const DVFrame& FrameOf(const Format& inDvFormat) {
+    return tulomediatypes::kDVFrames[inDvFormat.dvKind];
 }
 
 struct FreeCodec {
@@ -57,11 +65,10 @@ Object* NotNull(Object* inObject) {
 CodecContext MakeCodec(const AVCodec* inCodec, const Format& inDvFormat, AVPixelFormat inPlanes) {
     if (inCodec == nullptr) return nullptr;
     CodecContext codec(NotNull(avcodec_alloc_context3(inCodec)));
-    const auto [width, height] = SizeOfDv(inDvFormat);
-    codec->width = width;
-    codec->height = height;
+    codec->width = FrameOf(inDvFormat).width;
+    codec->height = FrameOf(inDvFormat).height;
     codec->pix_fmt = inPlanes;
-    codec->time_base = kProfiles[inDvFormat.kind].frameDuration;
+    codec->time_base = kProfiles[inDvFormat.dvKind].frameDuration;
     codec->thread_count = 1;
     // Past every level: what is wrong with a frame is for the caller to say.
     codec->log_level_offset = 2 * AV_LOG_TRACE;
@@ -71,8 +78,7 @@ CodecContext MakeCodec(const AVCodec* inCodec, const Format& inDvFormat, AVPixel
 }
 
 int FrameBytes(const Format& inDvFormat) {
-    const auto [width, height] = SizeOfDv(inDvFormat);
-    return static_cast<int>(PictureBytes(inDvFormat, width, height));
+    return static_cast<int>(FrameOf(inDvFormat).bytes);
 }
 
 // A frame is made of DIF sequences of 150 blocks. The top bits of a block's first byte say what it
@@ -109,40 +115,47 @@ void DvPicture::Free::operator()(AVFrame* inFrame) const {
 
 DvPicture::DvPicture(AVFrame* inFrame, const Format& inDvFormat)
     : frame_(inFrame), format_(inDvFormat) {
-    format_.layout = LayoutOf(frame_->format).value_or(Layout::Planar422);
+    DescribePlanes();
 }
 
 DvPicture::DvPicture(const Format& inDvFormat)
     : frame_(NotNull(av_frame_alloc())), format_(inDvFormat) {
-    const auto [width, height] = SizeOfDv(inDvFormat);
-    frame_->format = kProfiles[inDvFormat.kind].planes;
-    frame_->width = width;
-    frame_->height = height;
+    frame_->format = kProfiles[inDvFormat.dvKind].planes;
+    frame_->width = FrameOf(inDvFormat).width;
+    frame_->height = FrameOf(inDvFormat).height;
     if (av_frame_get_buffer(frame_.get(), 0) < 0) throw std::bad_alloc();
-    format_.layout = *LayoutOf(frame_->format);
+    DescribePlanes();
+}
+
+void DvPicture::DescribePlanes() {
+    format_.layout = Layout::Planar;
+    format_.chroma = *ChromaOf(frame_->format);
+    format_.planes = {{{0, 0, 1}, {1, 0, 1}, {2, 0, 1}}};
 }
 
 Source DvPicture::AsSource() const {
     const auto plane = [this](int index) {
         return reinterpret_cast<const std::byte*>(frame_->data[index]);
     };
-    return {plane(0), frame_->linesize[0],  frame_->width,      frame_->height,
-            format_,  {plane(1), plane(2)}, frame_->linesize[1]};
+    return {plane(0),      frame_->linesize[0],
+            frame_->width, frame_->height,
+            format_,       {{{plane(1), frame_->linesize[1]}, {plane(2), frame_->linesize[2]}}}};
 }
 
 Destination DvPicture::AsDestination() {
     const auto plane = [this](int index) {
         return reinterpret_cast<std::byte*>(frame_->data[index]);
     };
-    return {plane(0), frame_->linesize[0],  frame_->width,      frame_->height,
-            format_,  {plane(1), plane(2)}, frame_->linesize[1]};
+    return {plane(0),      frame_->linesize[0],
+            frame_->width, frame_->height,
+            format_,       {{{plane(1), frame_->linesize[1]}, {plane(2), frame_->linesize[2]}}}};
 }
 
 std::optional<DvPicture> DecodeDv(const void* inFrame, const Format& inDvFormat) {
     const int bytes = FrameBytes(inDvFormat);
     if (!HoldsDifSequences(static_cast<const std::uint8_t*>(inFrame), bytes)) return std::nullopt;
     const CodecContext decoder = MakeCodec(avcodec_find_decoder(AV_CODEC_ID_DVVIDEO), inDvFormat,
-                                           kProfiles[inDvFormat.kind].planes);
+                                           kProfiles[inDvFormat.dvKind].planes);
     if (!decoder) return std::nullopt;
     const Packet packet(NotNull(av_packet_alloc()));
     if (av_new_packet(packet.get(), bytes) < 0) throw std::bad_alloc();
@@ -152,8 +165,9 @@ std::optional<DvPicture> DecodeDv(const void* inFrame, const Format& inDvFormat)
         avcodec_receive_frame(decoder.get(), frame.get()) < 0) {
         return std::nullopt;
     }
-    const auto [width, height] = SizeOfDv(inDvFormat);
-    if (frame->width != width || frame->height != height || !LayoutOf(frame->format)) {
+    const bool isStandard =
+        frame->width == FrameOf(inDvFormat).width && frame->height == FrameOf(inDvFormat).height;
+    if (!isStandard || !ChromaOf(frame->format)) {
         return std::nullopt;
     }
     return DvPicture(frame.release(), inDvFormat);
@@ -169,9 +183,7 @@ bool EncodeDv(const DvPicture& inPicture, void* outFrame) {
         avcodec_receive_packet(encoder.get(), packet.get()) < 0) {
         return false;
     }
-    Format dvFormat = inPicture.format_;
-    dvFormat.layout = Layout::Compressed;
-    if (packet->size != FrameBytes(dvFormat)) return false;
+    if (packet->size != FrameBytes(inPicture.format_)) return false;
     std::memcpy(outFrame, packet->data, static_cast<std::size_t>(packet->size));
     return true;
 }

@@ -25,6 +25,7 @@ class DvPicture {
     };
 
     DvPicture(AVFrame* inFrame, const Format& inDvFormat);
+    void DescribePlanes();
     friend std::optional<DvPicture> DecodeDv(const void* inFrame, const Format& inDvFormat);
     friend bool EncodeDv(const DvPicture& inPicture, void* outFrame);
     friend bool TakeSecondField(const DvPicture& inFrom, DvPicture& ioPicture);

@@ -30,6 +30,7 @@ static_assert(kChunkPixels % kMostPixels == 0 && kChunkPixels % kGroupPixels == 
 constexpr Format kV210{.colour = Colour::YCbCr,
                        .layout = Layout::Packed422,
                        .component = Component::Unsigned10,
+                       .chroma = {1, ChromaRows::Each},
                        .unitPixels = kGroupPixels,
                        .unitBytes = kGroupBytes};
 
@@ -73,18 +74,19 @@ HWY_INLINE GroupWords SamplesOf(hn::Vec<decltype(kGroupBytesTag)> inGroup,
 }
 
 // Writes two words too many in each array.
-HWY_INLINE void UnpackGroup(const std::uint8_t* inGroup, std::size_t inX, PlanarChunk& outChunk) {
+HWY_INLINE void UnpackGroup(const std::uint8_t* inGroup, std::uint16_t* outLuma,
+                            std::uint16_t* outChroma) {
     const auto group = hn::LoadU(kGroupBytesTag, inGroup);
-    hn::StoreU(SamplesOf(group, kLumaChoice), kGroupWordsTag, outChunk.luma + inX);
-    hn::StoreU(SamplesOf(group, kChromaChoice), kGroupWordsTag, outChunk.chroma + inX);
+    hn::StoreU(SamplesOf(group, kLumaChoice), kGroupWordsTag, outLuma);
+    hn::StoreU(SamplesOf(group, kChromaChoice), kGroupWordsTag, outChroma);
 }
 
 /// Unpacks from inRow on, where the row has inLeft more pixels, as many as a chunk takes and the
 /// pair that follows; at the end of the row its last sample goes on.
-void UnpackChunk(const std::uint8_t* inRow, std::size_t inLeft, PlanarChunk& outChunk) {
+inline void UnpackChunk(const std::uint8_t* inRow, std::size_t inLeft, PlanarChunk& outChunk) {
     const std::size_t count = std::min(inLeft, kChunkPixels + kGroupPixels);
     for (std::size_t x = 0; x < count; x += kGroupPixels)
-        UnpackGroup(inRow + x / kGroupPixels * kGroupBytes, x, outChunk);
+        UnpackGroup(inRow + x / kGroupPixels * kGroupBytes, outChunk.luma + x, outChunk.chroma + x);
     if (count < inLeft) return;
     const std::size_t end = count + count % 2;
     outChunk.luma[end - 1] = outChunk.luma[count - 1];
@@ -92,18 +94,20 @@ void UnpackChunk(const std::uint8_t* inRow, std::size_t inLeft, PlanarChunk& out
     outChunk.chroma[end + 1] = outChunk.chroma[end - 1];
 }
 
-class ChunkLoader {
+/// Reads the arrays of a chunk, or such of a whole row.
+class SampleLoader {
   public:
-    explicit ChunkLoader(const PlanarChunk& inChunk) : chunk_(inChunk) {}
+    SampleLoader(const std::uint16_t* inLuma, const std::uint16_t* inChroma)
+        : luma_(inLuma), chroma_(inChroma) {}
 
     HWY_INLINE CodeLanes At(std::size_t inX) const {
-        return WithSpreadChroma(hn::LoadU(kWords, chunk_.luma + inX),
-                                hn::LoadU(kWords, chunk_.chroma + inX),
-                                hn::LoadU(kWords, chunk_.chroma + inX + 2));
+        return WithSpreadChroma(hn::LoadU(kWords, luma_ + inX), hn::LoadU(kWords, chroma_ + inX),
+                                hn::LoadU(kWords, chroma_ + inX + 2));
     }
 
   private:
-    const PlanarChunk& chunk_;
+    const std::uint16_t* luma_;
+    const std::uint16_t* chroma_;
 };
 
 template <class Colour, PixelForm kForm>
@@ -114,18 +118,18 @@ void V210RowToPixels(const std::byte* inRow, std::byte* outRow, std::int32_t inW
     PlanarChunk chunk{};
     for (std::size_t x = 0; x < width; x += kChunkPixels) {
         UnpackChunk(in + x / kGroupPixels * kGroupBytes, width - x, chunk);
-        SpreadPart<Colour, kForm>(ChunkLoader(chunk), std::min(kChunkPixels, width - x),
-                                  out + 4 * x);
+        SpreadPart<Colour, kForm>(SampleLoader(chunk.luma, chunk.chroma),
+                                  std::min(kChunkPixels, width - x), out + 4 * x);
     }
 }
 
 template <bool isLumaFirst>
-HWY_INLINE void NarrowChunk(const PlanarChunk& inChunk, std::size_t inCount,
-                            std::uint8_t* outUnits) {
+HWY_INLINE void NarrowSamples(const std::uint16_t* inLuma, const std::uint16_t* inChroma,
+                              std::size_t inCount, std::uint8_t* outUnits) {
     const std::size_t step = PixelsAtATime();
     for (std::size_t x = 0; x < inCount; x += step) {
-        const Words luma = RoundedByte(hn::LoadU(kWords, inChunk.luma + x));
-        const Words chroma = RoundedByte(hn::LoadU(kWords, inChunk.chroma + x));
+        const Words luma = RoundedByte(hn::LoadU(kWords, inLuma + x));
+        const Words chroma = RoundedByte(hn::LoadU(kWords, inChroma + x));
         const Words units = isLumaFirst ? hn::Or(luma, hn::ShiftLeft<8>(chroma))
                                         : hn::Or(chroma, hn::ShiftLeft<8>(luma));
         if (x + step <= inCount) {
@@ -147,7 +151,8 @@ void V210RowToUnits(const std::byte* inRow, std::byte* outRow, std::int32_t inWi
     PlanarChunk chunk{};
     for (std::size_t x = 0; x < width; x += kChunkPixels) {
         UnpackChunk(in + x / kGroupPixels * kGroupBytes, width - x, chunk);
-        NarrowChunk<isLumaFirst>(chunk, std::min(kChunkPixels, width - x), out + 2 * x);
+        NarrowSamples<isLumaFirst>(chunk.luma, chunk.chroma, std::min(kChunkPixels, width - x),
+                                   out + 2 * x);
     }
 }
 
@@ -189,7 +194,7 @@ HWY_INLINE void PackGroup(const std::uint16_t* inSamples, std::uint8_t* outGroup
     hn::StoreU(hn::BitCast(kGroupBytesTag, words), kGroupBytesTag, outGroup);
 }
 
-void PackChunk(const SampleChunk& inChunk, std::size_t inCount, std::uint8_t* outRow) {
+inline void PackChunk(const SampleChunk& inChunk, std::size_t inCount, std::uint8_t* outRow) {
     for (std::size_t x = 0; x < inCount; x += kGroupPixels)
         PackGroup(inChunk.samples + 2 * x, outRow + x / kGroupPixels * kGroupBytes);
     ClearUnused(kV210, static_cast<std::int32_t>(inCount), reinterpret_cast<std::byte*>(outRow));

@@ -216,6 +216,8 @@ RunColourStep FindColourStep(ColourStep inStep) {
             return WithAlpha<OverAlpha>;
         case ColourStep::ApplyMatrix:
             return WithMatrix;
+        case ColourStep::ApplyMatrixOnHalfChroma:
+            return nullptr;
         case ColourStep::ToLinearLight:
             return WithCurve<ToLinear>;
         case ColourStep::FromLinearLight:

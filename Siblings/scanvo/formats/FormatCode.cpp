@@ -5,77 +5,78 @@
 #include <iterator>
 #include <limits>
 
+#include "contracts/TuloMediaTypes.h"
+
 namespace scanvo {
 namespace {
 
-constexpr std::uint32_t kColourBits = 0x03;
-constexpr std::uint32_t kAlphaBits = 0x0C;
-constexpr std::uint32_t kLayoutBits = 0x30;
-constexpr std::uint32_t kComponentBits = 0x1C0;
-constexpr std::uint32_t kBt709Bit = 0x200;
-constexpr std::uint32_t kReversedBit = 0x1000;
-constexpr int kKindShift = 24;
+constexpr ChromaGrid kFullChroma{};
+constexpr ChromaGrid kHalfChroma{1, ChromaRows::Each};
+constexpr ChromaGrid kFieldChroma{1, ChromaRows::OfFields};
+constexpr ChromaGrid kFrameChroma{1, ChromaRows::Between};
+
+// Y', then Cr, then Cb.
+constexpr PlanePlaces kCrBeforeCb = {{{0, 0, 1}, {2, 0, 1}, {1, 0, 1}}};
 
 // Codes that differ in the varying bits only. The alpha bits are never zero where they vary.
 struct Family {
     std::uint32_t fixedBits;
     std::uint32_t varyingBits;
-    std::int8_t unitPixels;
-    std::int8_t unitBytes;
+    Layout layout;
+    ChromaGrid chroma;
+    std::int8_t unitPixels = 0;
+    std::int8_t unitBytes = 0;
+    PlanePlaces planes{};
 };
+
+constexpr std::uint32_t kAlphaAndOrder = kSV_AlphaMask | kSV_Reversed;
+constexpr std::uint32_t kAlphaAndMatrix = kSV_AlphaMask | kSV_Bt709;
+constexpr std::uint32_t kOrderAndMatrix = kSV_Reversed | kSV_Bt709;
+
+constexpr std::uint32_t DvCode(std::uint32_t inKind, std::uint32_t inMatrix = 0) {
+    return inKind << kSV_KindShift | kSV_Compressed | kSV_YCbCr | inMatrix;
+}
+
+constexpr std::uint32_t PlanarCode(std::uint32_t inKind) {
+    return inKind << kSV_KindShift | kSV_Planar420 | kSV_YCbCr;
+}
 
 // Every code of the renderer belongs to one of these and every member of these is a code of it.
 constexpr Family kFamilies[] = {
-    {0x000, kAlphaBits | kReversedBit, 1, 4},   // RGB, 8-bit
-    {0x080, kAlphaBits | kReversedBit, 1, 8},   // RGB, 15-bit
-    {0x100, kAlphaBits | kReversedBit, 1, 16},  // RGB, float
-    {0x102, kAlphaBits | kReversedBit, 1, 16},  // linear RGB, float
-    {0x001, kAlphaBits | kBt709Bit, 1, 4},      // Y'CbCr, 8-bit
-    {0x101, kAlphaBits | kBt709Bit, 1, 16},     // Y'CbCr, float
-    {0x011, kBt709Bit | kReversedBit, 2, 4},    // UYVY and YUYV
-    {0x051, kBt709Bit, 6, 16},                  // v210
-    {0x01000021, 0, 0, 0},                      // DV25, 525 lines
-    {0x02000021, 0, 0, 0},                      // DV25, 625 lines
-    {0x03000221, 0, 0, 0},                      // DV100 720p, 60 Hz
-    {0x04000221, 0, 0, 0},                      // DV100 720p, 50 Hz
-    {0x05000221, 0, 0, 0},                      // DV100 1080i, 60 Hz
-    {0x06000221, 0, 0, 0},                      // DV100 1080i, 50 Hz
-    {0x07000021, 0, 0, 0},                      // DV50, 525 lines
-    {0x08000021, 0, 0, 0},                      // DV50, 625 lines
-    {0x09000031, kBt709Bit, 0, 0},              // 4:2:0 planar, field pictures
-    {0x0A000031, kBt709Bit, 0, 0},              // 4:2:0 planar, frame picture
+    {kSV_Rgb | kSV_8Bit, kAlphaAndOrder, Layout::Packed4444, kFullChroma, 1, 4},
+    {kSV_Rgb | kSV_15Bit, kAlphaAndOrder, Layout::Packed4444, kFullChroma, 1, 8},
+    {kSV_Rgb | kSV_Float, kAlphaAndOrder, Layout::Packed4444, kFullChroma, 1, 16},
+    {kSV_LinearRgb | kSV_Float, kAlphaAndOrder, Layout::Packed4444, kFullChroma, 1, 16},
+    {kSV_YCbCr | kSV_8Bit, kAlphaAndMatrix, Layout::Packed4444, kFullChroma, 1, 4},
+    {kSV_YCbCr | kSV_Float, kAlphaAndMatrix, Layout::Packed4444, kFullChroma, 1, 16},
+    {kSV_YCbCr | kSV_Packed422 | kSV_8Bit, kOrderAndMatrix, Layout::Packed422, kHalfChroma, 2, 4},
+    {kSV_YCbCr | kSV_Packed422 | kSV_10Bit, kSV_Bt709, Layout::Packed422, kHalfChroma, 6, 16},
+    {DvCode(1), 0, Layout::Compressed, kFullChroma},
+    {DvCode(2), 0, Layout::Compressed, kFullChroma},
+    {DvCode(3, kSV_Bt709), 0, Layout::Compressed, kFullChroma},
+    {DvCode(4, kSV_Bt709), 0, Layout::Compressed, kFullChroma},
+    {DvCode(5, kSV_Bt709), 0, Layout::Compressed, kFullChroma},
+    {DvCode(6, kSV_Bt709), 0, Layout::Compressed, kFullChroma},
+    {DvCode(7), 0, Layout::Compressed, kFullChroma},
+    {DvCode(8), 0, Layout::Compressed, kFullChroma},
+    {PlanarCode(9), kSV_Bt709, Layout::Planar, kFieldChroma, 0, 0, kCrBeforeCb},
+    {PlanarCode(10), kSV_Bt709, Layout::Planar, kFrameChroma, 0, 0, kCrBeforeCb},
 };
-
-// The frames of the DV kinds (IEC 61834-2, SMPTE 314M, SMPTE 370M). Their bytes are ten or twelve
-// DIF sequences of 12,000, one, two or four times.
-struct DvFrame {
-    DvSize size;
-    std::int64_t bytes;
-};
-constexpr DvFrame kDvFrames[] = {{},
-                                 {{720, 480}, 120000},
-                                 {{720, 576}, 144000},
-                                 {{960, 720}, 240000},
-                                 {{960, 720}, 288000},
-                                 {{1280, 1080}, 480000},
-                                 {{1440, 1080}, 576000},
-                                 {{720, 480}, 240000},
-                                 {{720, 576}, 288000}};
 
 constexpr int kV210RowBytes = 128;
 constexpr int kV210RowPixels = 48;
 
 bool IsMember(const Family& inFamily, std::uint32_t inCode) {
-    const bool holdsAlphaBits = (inFamily.varyingBits & kAlphaBits) != 0;
+    const bool holdsAlphaBits = (inFamily.varyingBits & kSV_AlphaMask) != 0;
     return (inCode & ~inFamily.varyingBits) == inFamily.fixedBits &&
-           (!holdsAlphaBits || (inCode & kAlphaBits) != 0);
+           (!holdsAlphaBits || (inCode & kSV_AlphaMask) != 0);
 }
 
 Component ComponentOf(std::uint32_t inCode) {
     constexpr std::array kComponents = {Component::Unsigned8, Component::Unsigned10,
                                         Component::Unsigned15, Component::Unsigned8,
                                         Component::Float};
-    return kComponents[(inCode & kComponentBits) >> 6];
+    return kComponents[(inCode & kSV_ComponentMask) >> 6];
 }
 
 std::int64_t RoundUpToMultiple(std::int64_t inValue, std::int64_t inStep) {
@@ -90,13 +91,16 @@ std::optional<Format> DecodeFormat(SV_PixelFormat inCode) {
                                      [code](const Family& each) { return IsMember(each, code); });
     if (family == std::end(kFamilies)) return std::nullopt;
     return Format{
-        .colour = static_cast<Colour>(code & kColourBits),
-        .alpha = static_cast<Alpha>((code & kAlphaBits) >> 2),
-        .layout = static_cast<Layout>((code & kLayoutBits) >> 4),
+        .colour = static_cast<Colour>(code & kSV_ColourMask),
+        .alpha = static_cast<Alpha>((code & kSV_AlphaMask) >> 2),
+        .layout = family->layout,
         .component = ComponentOf(code),
-        .matrix = (code & kBt709Bit) != 0 ? Matrix::Bt709 : Matrix::Bt601,
-        .isReversed = (code & kReversedBit) != 0,
-        .kind = static_cast<int>(code >> kKindShift),
+        .matrix = (code & kSV_Bt709) != 0 ? Matrix::Bt709 : Matrix::Bt601,
+        .isReversed = (code & kSV_Reversed) != 0,
+        .chroma = family->chroma,
+        .planes = family->planes,
+        .dvKind =
+            family->layout == Layout::Compressed ? static_cast<int>(code >> kSV_KindShift) : 0,
         .unitPixels = family->unitPixels,
         .unitBytes = family->unitBytes,
     };
@@ -106,13 +110,8 @@ bool HasAddressableRows(const Format& inFormat) {
     return inFormat.unitPixels != 0;
 }
 
-bool IsPlanar(const Format& inFormat) {
-    return inFormat.layout == Layout::Planar420 || inFormat.layout == Layout::Planar422 ||
-           inFormat.layout == Layout::Planar411;
-}
-
 bool HasHalfChroma(const Format& inFormat) {
-    return inFormat.layout != Layout::Packed4444;
+    return inFormat.chroma.columnShift != 0;
 }
 
 bool HasAlpha(const Format& inFormat) {
@@ -131,16 +130,13 @@ std::int64_t TightRowBytes(const Format& inFormat, std::int32_t inWidth) {
     return UsedRowBytes(inFormat, inWidth);
 }
 
-DvSize SizeOfDv(const Format& inFormat) {
-    return kDvFrames[inFormat.kind].size;
-}
-
 std::int64_t PictureBytes(const Format& inFormat, std::int32_t inWidth, std::int32_t inHeight) {
     if (inWidth <= 0 || inHeight <= 0) return 0;
-    if (inFormat.layout == Layout::Compressed) return kDvFrames[inFormat.kind].bytes;
-    if (inFormat.layout == Layout::Planar420) {
-        const std::int64_t chroma = std::int64_t{HalfWidth(inWidth)} * HalfWidth(inHeight);
-        return std::int64_t{inWidth} * inHeight + 2 * chroma;
+    if (inFormat.layout == Layout::Compressed)
+        return static_cast<std::int64_t>(tulomediatypes::kDVFrames[inFormat.dvKind].bytes);
+    if (inFormat.layout == Layout::Planar) {
+        return static_cast<std::int64_t>(tulomediatypes::Planar420Size(
+            static_cast<std::uint64_t>(inWidth), static_cast<std::uint64_t>(inHeight)));
     }
     const std::int64_t rowBytes = TightRowBytes(inFormat, inWidth);
     if (rowBytes > std::numeric_limits<std::int64_t>::max() / inHeight) return 0;

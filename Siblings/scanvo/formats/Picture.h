@@ -9,9 +9,17 @@
 
 namespace scanvo {
 
+/// The samples of one component in rows.
+template <class Byte>
+struct PlaneOf {
+    Byte* start = nullptr;
+    std::int64_t rowBytes = 0;
+    int step = 1;  ///< bytes from one sample to the next
+};
+
 /// The rows of a packed picture are its memory rows: row 0 starts at start, the next one rowBytes
-/// further, which may be backwards. Planar pictures lie in memory top row first, their first plane
-/// at start; so that rows mean the same in both, they are counted from the bottom all the same.
+/// further, which may be backwards. Planar pictures lie in memory top row first, their Y' at start;
+/// so that rows mean the same in both, they are counted from the bottom all the same.
 template <class Byte>
 struct PictureOf {
     Byte* start = nullptr;
@@ -19,9 +27,8 @@ struct PictureOf {
     std::int32_t width = 0;
     std::int32_t height = 0;
     Format format;
-    /// The top rows of Cb and Cr of a planar picture.
-    std::array<Byte*, 2> chroma{};
-    std::int64_t chromaRowBytes = 0;
+    /// Cb and Cr of a planar picture, from their top rows.
+    std::array<PlaneOf<Byte>, 2> chroma{};
 };
 
 using Source = PictureOf<const std::byte>;
@@ -33,15 +40,25 @@ Byte* RowAt(const PictureOf<Byte>& inPicture, std::int32_t inRow) {
     return inPicture.start + inPicture.rowBytes * inRow;
 }
 
-/// Of the planes of a planar 4:2:0 picture that is one block of bytes: Y', then Cr, then Cb, each
-/// as tight as can be.
+/// A planar picture that is one block of bytes, its planes one after the other and each as tight as
+/// can be.
 template <class Byte>
 PictureOf<Byte> PlanarPicture(Byte* inStart, std::int32_t inWidth, std::int32_t inHeight,
                               const Format& inFormat) {
-    const std::int64_t chromaBytes = std::int64_t{HalfWidth(inWidth)} * HalfWidth(inHeight);
-    Byte* const cr = inStart + std::int64_t{inWidth} * inHeight;
-    return {inStart,           inWidth, inWidth, inHeight, inFormat, {cr + chromaBytes, cr},
-            HalfWidth(inWidth)};
+    PictureOf<Byte> picture{inStart, inWidth, inWidth, inHeight, inFormat};
+    const std::int64_t chromaRows = ChromaHeight(inFormat, inHeight);
+    Byte* plane = inStart + std::int64_t{inWidth} * inHeight;
+    for (int number = 1; number <= 2; ++number) {
+        std::int64_t rowBytes = 0;
+        for (const std::size_t component : {0, 1}) {
+            const PlanePlace& place = inFormat.planes[component + 1];
+            if (place.plane != number) continue;
+            rowBytes = std::int64_t{ChromaWidth(inFormat, inWidth)} * place.step;
+            picture.chroma[component] = {plane + place.first, rowBytes, place.step};
+        }
+        plane += rowBytes * chromaRows;
+    }
+    return picture;
 }
 
 }  // namespace scanvo

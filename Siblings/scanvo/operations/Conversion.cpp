@@ -10,6 +10,7 @@
 #include "fast/Bytes.h"
 #include "fast/FastPictures.h"
 #include "fast/FastRows.h"
+#include "operations/HalfRowConversion.h"
 #include "rows/KeptTables.h"
 #include "rows/RowPlan.h"
 #include "rows/RowScaler.h"
@@ -86,7 +87,33 @@ void CopyPicture(const Source& inSource, const Destination& outDestination) {
 
 // ---- The general road ---------------------------------------------------------------------------
 
+// Chroma rows that lie alike in both stay where they are, as chroma samples along rows do.
+bool HaveSameChromaRows(const Format& inSource, const Format& inDestination) {
+    return inSource.layout == Layout::Planar && inDestination.layout == Layout::Planar &&
+           inSource.chroma == inDestination.chroma && inSource.chroma.columnShift == 1;
+}
+
+void ConvertPlanes(const Source& inSource, const Destination& outDestination) {
+    Scratch scratch;
+    const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
+    const WorkRows work = MakeWorkRows(plan, scratch);
+    const PlanarRow fetched = scratch.Row(plan.width);
+    PlanarStore store(outDestination, plan.to.ranges, scratch);
+    for (std::int32_t row = 0; row < inSource.height; ++row) {
+        FetchRow(plan, inSource, row, work, fetched);
+        store.StoreLuma(FinishedRow(plan, fetched, work), row);
+    }
+    for (std::int32_t row = 0; row < ChromaHeight(inSource.format, inSource.height); ++row) {
+        LoadChromaRow(inSource, row, plan.from.ranges, fetched);
+        store.StoreChromaRow(FinishedRow(plan, fetched, work), row);
+    }
+}
+
 void ConvertRows(const Source& inSource, const Destination& outDestination) {
+    if (HaveSameChromaRows(inSource.format, outDestination.format)) {
+        ConvertPlanes(inSource, outDestination);
+        return;
+    }
     Scratch scratch;
     const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
     const WorkRows work = MakeWorkRows(plan, scratch);
@@ -148,16 +175,16 @@ bool ScaleFieldsOfBytes(const Source& inSource, const Destination& outDestinatio
 }  // namespace
 
 void ConvertPicture(const Source& inSource, const Destination& outDestination) {
-    if (inSource.format == outDestination.format && !IsPlanar(inSource.format)) {
+    if (inSource.format == outDestination.format && inSource.format.layout != Layout::Planar) {
         CopyPicture(inSource, outDestination);
         return;
     }
     const ConvertRow convert = FastRowBetween(inSource.format, outDestination.format);
-    if (convert == nullptr) {
+    if (convert != nullptr) {
+        ConvertWith(convert, inSource, outDestination);
+    } else if (!ConvertByHalfRows(inSource, outDestination)) {
         ConvertRows(inSource, outDestination);
-        return;
     }
-    ConvertWith(convert, inSource, outDestination);
 }
 
 void ScalePicture(const Source& inSource, const Destination& outDestination,

@@ -77,7 +77,7 @@ void FillPlanes(const Destination& outDestination, const Pixel& inPixel) {
 }
 
 void FillWithSamples(const Destination& outDestination, const Pixel& inPixel) {
-    if (IsPlanar(outDestination.format)) {
+    if (outDestination.format.layout == Layout::Planar) {
         FillPlanes(outDestination, inPixel);
     } else {
         FillWithUnit(outDestination, UnitOf(outDestination.format, inPixel));

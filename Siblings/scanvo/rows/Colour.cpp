@@ -73,6 +73,28 @@ void ApplyMatrix(const PlanarRow& ioRow, std::int32_t inWidth, const Matrix3x3& 
     }
 }
 
+void ApplyMatrixOnHalfChroma(const PlanarRow& ioRow, std::int32_t inWidth,
+                             const Matrix3x3& inMatrix) {
+    float* __restrict const luma = ioRow[0];
+    float* __restrict const cb = ioRow[1];
+    float* __restrict const cr = ioRow[2];
+    const Matrix3x3 m = inMatrix;
+    const std::int32_t last = HalfWidth(inWidth) - 1;
+    const auto share = [&](std::int32_t i) { return m[0][1] * cb[i] + m[0][2] * cr[i]; };
+    for (std::int32_t i = 0; i < last; ++i) {
+        luma[2 * i] = m[0][0] * luma[2 * i] + share(i);
+        luma[2 * i + 1] = m[0][0] * luma[2 * i + 1] + 0.5f * (share(i) + share(i + 1));
+    }
+    for (std::int32_t x = 2 * last; x < inWidth; ++x)
+        luma[x] = m[0][0] * luma[x] + share(last);
+    for (std::int32_t i = 0; i <= last; ++i) {
+        const float first = cb[i];
+        const float second = cr[i];
+        cb[i] = m[1][1] * first + m[1][2] * second;
+        cr[i] = m[2][1] * first + m[2][2] * second;
+    }
+}
+
 template <float (*Curve)(float)>
 void ApplyCurve(const PlanarRow& ioRow, std::int32_t inWidth, const Matrix3x3&) {
     for (std::size_t plane = 0; plane < kColourPlaneCount; ++plane) {
@@ -138,6 +160,8 @@ RunColourStep PlainColourStep(ColourStep inStep) {
             return Unpremultiply;
         case ColourStep::ApplyMatrix:
             return ApplyMatrix;
+        case ColourStep::ApplyMatrixOnHalfChroma:
+            return ApplyMatrixOnHalfChroma;
         case ColourStep::ToLinearLight:
             return ApplyCurve<ToLinearLight>;
         case ColourStep::FromLinearLight:
@@ -146,7 +170,7 @@ RunColourStep PlainColourStep(ColourStep inStep) {
     return nullptr;
 }
 
-ColourSteps::ColourSteps(const Format& inSource, const Format& inDestination) {
+ColourSteps::ColourSteps(const Format& inSource, const Format& inDestination, bool inIsHalfChroma) {
     const bool fromLinear = inSource.colour == Colour::LinearRgb;
     const bool toLinear = inDestination.colour == Colour::LinearRgb;
     const bool fromPremultiplied = inSource.alpha == Alpha::Premultiplied;
@@ -157,7 +181,8 @@ ColourSteps::ColourSteps(const Format& inSource, const Format& inDestination) {
 
     Add(fromPremultiplied && !staysPremultiplied, ColourStep::Unpremultiply);
     Add(curves && fromLinear, ColourStep::FromLinearLight);
-    Add(NeedsMatrix(inSource, inDestination), ColourStep::ApplyMatrix);
+    Add(NeedsMatrix(inSource, inDestination),
+        inIsHalfChroma ? ColourStep::ApplyMatrixOnHalfChroma : ColourStep::ApplyMatrix);
     if (NeedsMatrix(inSource, inDestination)) matrix_ = MatrixBetween(inSource, inDestination);
     Add(curves && toLinear, ColourStep::ToLinearLight);
     Add(HasAlpha(inSource) && toPremultiplied && !staysPremultiplied, ColourStep::Premultiply);

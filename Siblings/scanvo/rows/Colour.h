@@ -32,12 +32,15 @@ Matrix3x3 YCbCrToRgb(Matrix inMatrix);
 float ToLinearLight(float inEncoded);
 float FromLinearLight(float inLinear);
 
-/// What may be done to the colour and alpha of a row in place.
+/// What may be done to the colour and alpha of a row in place. Every pixel has its own chroma,
+/// except where the step says otherwise: between Y'CbCr and Y'CbCr, a matrix makes chroma of chroma
+/// alone, so that half chroma can stay on its grid; luma takes the chroma that lies beside it.
 enum class ColourStep {
     MakeOpaque,
     Premultiply,
     Unpremultiply,
     ApplyMatrix,
+    ApplyMatrixOnHalfChroma,
     ToLinearLight,
     FromLinearLight
 };
@@ -50,14 +53,15 @@ using RunColourStep = void (*)(const PlanarRow& ioRow, std::int32_t inWidth,
 RunColourStep PlainColourStep(ColourStep inStep);
 
 /// What turns a row of one format's colour and alpha into another's: a few steps, chosen once, then
-/// run over rows with full chroma.
+/// run over rows.
 class ColourSteps {
   public:
     ColourSteps() = default;
 
     /// Alpha that means nothing counts as opaque in the source and becomes opaque in the
     /// destination. Giving up alpha keeps the straight colour.
-    ColourSteps(const Format& inSource, const Format& inDestination);
+    /// Rows have full chroma, or half of it with inIsHalfChroma.
+    ColourSteps(const Format& inSource, const Format& inDestination, bool inIsHalfChroma = false);
 
     bool IsEmpty() const { return count_ == 0; }
 

@@ -1,10 +1,7 @@
 // Rows of planar pictures: Y', Cb and Cr in planes of their own, 8-bit, with fewer chroma samples
 // than pixels.
 //
-// Chroma samples of a row lie on the first of the pixels that share them (H.262, IEC 61834-2, SMPTE
-// 314M). Rows of 4:2:0 chroma lie between two rows of pixels; of field pictures each field has its
-// own, a quarter of the way from one row of the field to its next (H.262). In 4:2:0 DV every other
-// row of a field has Cr and the rest have Cb (IEC 61834-2).
+// Where the samples lie is in the format: see ChromaGrid and PlanePlace.
 #pragma once
 
 #include <array>
@@ -16,12 +13,27 @@
 
 namespace scanvo {
 
-/// Load luma as it is and chroma as one sample for every other pixel, interpolated between rows,
-/// from planes with half and with a quarter as many chroma samples in a row as pixels.
-void LoadHalfChromaPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
-                          const PlanarRow& outRow);
-void LoadQuarterChromaPlanes(const Source& inPicture, std::int32_t inRow,
-                             const CodeRanges& inRanges, const PlanarRow& outRow);
+/// Which chroma rows of a plane (0 Cb, 1 Cr) a row of pixels lies between, all from the top, and
+/// how much the second counts.
+struct ChromaPlace {
+    std::int32_t above, below;
+    double share;
+};
+ChromaPlace ChromaPlaceOf(const Format& inFormat, std::int32_t inHeight, std::size_t inPlane,
+                          std::int32_t inRowFromTop);
+
+/// The fields that have chroma rows of their own: 2, or 1 where rows of both share them.
+std::int32_t ChromaFieldCount(const Format& inFormat, std::int32_t inHeight);
+
+/// Loads luma as it is and chroma as one sample for every other pixel, interpolated between rows,
+/// and along them where there are fewer.
+void LoadPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
+                const PlanarRow& outRow);
+
+/// Loads chroma row number inChromaRow from the top as it is, of a picture with one chroma sample
+/// for every other pixel.
+void LoadChromaRow(const Source& inPicture, std::int32_t inChromaRow, const CodeRanges& inRanges,
+                   const PlanarRow& outRow);
 
 /// Stores every row of a planar picture once, rows or rows of each field in either order. Rows have
 /// one chroma sample for every other pixel. A chroma row is stored when all rows that are part of
@@ -31,6 +43,11 @@ class PlanarStore {
     PlanarStore(const Destination& inPicture, const CodeRanges& inRanges, Scratch& ioScratch);
 
     void Store(const PlanarRow& inRow, std::int32_t inRowNumber);
+
+    /// For who has the chroma rows themselves: luma alone, and a chroma row as LoadChromaRow gives
+    /// it.
+    void StoreLuma(const PlanarRow& inRow, std::int32_t inRowNumber);
+    void StoreChromaRow(const PlanarRow& inRow, std::int32_t inChromaRow);
 
   private:
     /// A chroma row of which not all pixel rows have come.

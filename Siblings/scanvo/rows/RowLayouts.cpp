@@ -265,9 +265,7 @@ constexpr LayoutRow kLayoutRows[] = {
     {Layout::Packed422, Component::Unsigned8, false, Load422<false>, Store422<false>},
     {Layout::Packed422, Component::Unsigned8, true, Load422<true>, Store422<true>},
     {Layout::Packed422, Component::Unsigned10, false, LoadV210, StoreV210},
-    {Layout::Planar420, Component::Unsigned8, false, LoadHalfChromaPlanes, nullptr},
-    {Layout::Planar422, Component::Unsigned8, false, LoadHalfChromaPlanes, nullptr},
-    {Layout::Planar411, Component::Unsigned8, false, LoadQuarterChromaPlanes, nullptr},
+    {Layout::Planar, Component::Unsigned8, false, LoadPlanes, nullptr},
 };
 
 // BT.601 and BT.709 put black at 16, white at 235 and chroma at 16 to 240 of an 8-bit code, and at

@@ -17,9 +17,9 @@ Format FormatForMixing(Format inSource, std::int32_t inQuality) {
     return inSource;
 }
 
-// Chroma of an unchanged colour stays on its own grid, so that it keeps its values.
-bool KeepsHalfChroma(const RowPlan& inPlan, const Format& inSource, const Format& inDestination) {
-    return HasHalfChroma(inSource) && HasHalfChroma(inDestination) && inPlan.after.IsEmpty();
+// Chroma that both have for every other pixel stays there.
+bool KeepsHalfChroma(const Format& inSource, const Format& inDestination) {
+    return HasHalfChroma(inSource) && HasHalfChroma(inDestination);
 }
 
 void PlanColour(const Format& inSource, const Format& inFetched, const Format& inDestination,
@@ -27,11 +27,11 @@ void PlanColour(const Format& inSource, const Format& inFetched, const Format& i
     outPlan.from = AccessTo(inSource);
     outPlan.to = AccessTo(inDestination);
     outPlan.before = ColourSteps(inSource, inFetched);
-    outPlan.after = ColourSteps(inFetched, inDestination);
+    outPlan.after = ColourSteps(inFetched, inDestination, KeepsHalfChroma(inSource, inDestination));
 }
 
 void PlanChroma(const Format& inSource, const Format& inDestination, RowPlan& ioPlan) {
-    const bool keepsHalf = KeepsHalfChroma(ioPlan, inSource, inDestination);
+    const bool keepsHalf = KeepsHalfChroma(inSource, inDestination);
     ioPlan.fetchedShape =
         keepsHalf ? HalfChromaShape(ioPlan.width) : FullShape(ioPlan.width, HasAlpha(inSource));
     ioPlan.halvesChroma = HasHalfChroma(inDestination) && !keepsHalf;

@@ -13,7 +13,8 @@ class RowWriter {
   public:
     RowWriter(const Destination& inPicture, Scratch& ioScratch)
         : picture_(inPicture), access_(AccessTo(inPicture.format)) {
-        if (IsPlanar(inPicture.format)) planar_.emplace(inPicture, access_.ranges, ioScratch);
+        if (inPicture.format.layout == Layout::Planar)
+            planar_.emplace(inPicture, access_.ranges, ioScratch);
     }
 
     /// A row as FinishedRow gives it.
