@@ -113,39 +113,6 @@ TEST(Convert, CopiesWithinOnePicture) {
     }
 }
 
-// A chroma sample lies on the first pixel of its pair, and rows go on with their last sample.
-void ExpectChromaOfPairs(std::int32_t inWidth) {
-    Area pairs(0x011, inWidth, 1);
-    pairs.Scatter();
-    Area pixels = Converted(pairs, 0x10D);
-    Area back = Converted(pixels, 0x011);
-    const auto at = [inWidth](const Area& area, std::int32_t x, std::size_t component) {
-        return area.At(std::clamp(x, 0, inWidth - 1), 0)[component];
-    };
-    for (const std::size_t chroma : {1U, 2U}) {
-        for (std::int32_t x = 0; x < inWidth; ++x) {
-            const double mean = (at(pairs, x, chroma) + at(pairs, x + x % 2, chroma)) / 2;
-            EXPECT_NEAR(at(pixels, x, chroma), (mean - 128) / 224, 1e-6) << inWidth << ' ' << x;
-        }
-        for (std::int32_t x = 0; x < inWidth; x += 2) {
-            const double filtered = at(pixels, x - 1, chroma) / 4 + at(pixels, x, chroma) / 2 +
-                                    at(pixels, x + 1, chroma) / 4;
-            EXPECT_NEAR(at(back, x, chroma), 128 + 224 * filtered, 0.501) << inWidth << ' ' << x;
-        }
-    }
-    // The second luma of half a unit.
-    if (inWidth % 2 != 0) {
-        EXPECT_EQ(back.At(inWidth, 0)[0], back.At(inWidth - 1, 0)[0]);
-    }
-}
-
-TEST(Convert, PutsChromaOnTheFirstPixelOfAPair) {
-    ForEachTarget([] {
-        for (std::int32_t width = 1; width <= 70; ++width)
-            ExpectChromaOfPairs(width);
-    });
-}
-
 TEST(Calls, RefuseWhatCannotBe) {
     constexpr auto kFar = std::numeric_limits<std::int64_t>::min();
     std::vector<std::byte> memory(4096, std::byte{0xEE});

@@ -1,4 +1,4 @@
-// Pictures whose rows cannot be addressed: planar 4:2:0 and DV.
+// DV frames.
 extern "C" {
 #include <libavcodec/avcodec.h>
 }
@@ -43,51 +43,6 @@ Area YCbCrArea(FormatCode inFormat, std::int32_t inWidth, std::int32_t inHeight,
             area.Set(inHeight - 1 - y, index++, value);
     }
     return area;
-}
-
-// Ramps find every sample in its place, and pictures upright.
-TEST(Planar420, PutsChromaBesideItsLuma) {
-    constexpr std::int32_t kWidth = 41, kHeight = 39;
-    Area ramps = YCbCrArea(0x10D, kWidth, kHeight, [](float x, float y) {
-        return std::array{x / 80 + y / 80, x / 100 - 0.2f, y / 100 - 0.2f};
-    });
-    for (const FormatCode format : {0x09000031u, 0x0A000031u}) {
-        const Block block = Stored(ramps, format);
-        const std::uint8_t* const cr = block.data() + kWidth * kHeight;
-        const std::uint8_t* const cb = cr + 21 * 20;
-        EXPECT_EQ(block[kWidth * 3 + 5], std::lround(16 + 219 * 0.1));
-        for (const std::int32_t row : {3, 4, 16}) {
-            for (const std::int32_t x : {1, 5, 19}) {
-                EXPECT_NEAR(cb[21 * row + x], 128 + 224 * (x / 50.0 - 0.2), 0.6);
-                EXPECT_NEAR(cr[21 * row + x], 128 + 224 * ((2 * row + 0.5) / 100 - 0.2), 0.6);
-            }
-        }
-        const Area back = Loaded(block, format, 0x10D, kWidth, kHeight);
-        for (std::int32_t y = 6; y < kHeight - 6; ++y) {
-            for (std::int32_t x = 2; x < kWidth - 2; ++x) {
-                const Codes codes = back.At(x, kHeight - 1 - y);
-                EXPECT_NEAR(codes[1], x / 100.0 - 0.2, 4e-3);
-                EXPECT_NEAR(codes[2], y / 100.0 - 0.2, 4e-3) << std::hex << format.bits;
-            }
-        }
-    }
-}
-
-// A field picture keeps the chroma of its fields apart, a frame picture mixes it.
-TEST(Planar420, KnowsFieldsFromFrames) {
-    for (const std::int32_t height : {4, 7, 20}) {
-        Area fields = YCbCrArea(0x30D, 6, height, [](float, float y) {
-            return std::array{0.5f, std::fmod(y, 2.0f) == 0 ? 0.25f : -0.25f, 0.0f};
-        });
-        const Area field = Loaded(Stored(fields, 0x09000231), 0x09000231, 0x30D, 6, height);
-        const Area frame = Loaded(Stored(fields, 0x0A000231), 0x0A000231, 0x30D, 6, height);
-        for (std::int32_t y = 0; y < height; ++y) {
-            EXPECT_NEAR(field.At(3, height - 1 - y)[1], y % 2 == 0 ? 0.25 : -0.25, 3e-3);
-            if (y > 0 && y < height - 2) {
-                EXPECT_NEAR(frame.At(3, height - 1 - y)[1], 0, 0.1) << height << ' ' << y;
-            }
-        }
-    }
 }
 
 // ---- DV -----------------------------------------------------------------------------------------
