@@ -50,7 +50,10 @@ extern "C" {
 SIBLING_API void SV_Initialize();
 SIBLING_API void SV_Terminate();
 
-/// Converts an area pixel by pixel. inMode makes no difference here; callers pass 4.
+/// Converts an area pixel by pixel. inMode makes no difference here; callers pass 4. Chroma stays on
+/// the columns and rows of samples that both formats have; otherwise it is interpolated to every
+/// pixel and filtered from there. 8- and 10-bit results are within one code of the exact ones;
+/// chroma that another matrix takes beyond its codes may be clamped before it is interpolated.
 /// Source and destination may overlap when format and row bytes are equal.
 SIBLING_API std::int32_t SV_Convert(const void* inSource, std::int64_t inSourceRowBytes,
                                     SV_PixelFormat inSourceFormat, void* outDestination,
