@@ -102,7 +102,10 @@ TEST(Colours, OnePixelOrOneUnitAndNoByteMore) {
         {708, red, {{0, 0, 255, 255}, {255, 255, 0, 0}, {240, 90, 81, 255}}},
     };
     // clang-format on
-    for (const auto& [line, write, pixels] : kCalls) {
+    for (const auto& call : kCalls) {
+        const auto& write = call.write;
+        const int line = call.line;
+        const auto& pixels = call.pixels;
         Bytes pixel;
         for (std::size_t i = 0; i < pixels.size(); ++i) {
             pixel.assign(24, 0xEE);

@@ -105,10 +105,12 @@ TEST(Convert, CopiesWithinOnePicture) {
                 return std::tuple(area.Start() + row * area.RowBytes(), area.RowBytes(), format);
             };
             ASSERT_EQ(Call(SV_Convert, place(from), place(to), 30, 7, 4), 0);
-            for (std::size_t i = 0; i < 7 * 30; ++i)
-                ASSERT_EQ(area.Pixels()[i + 30 * to],
-                          before[i + 30 * static_cast<std::size_t>(from)])
+            const std::vector<Codes> after = area.Pixels();
+            for (std::int32_t i = 0; i < 7 * 30; ++i) {
+                ASSERT_EQ(after[static_cast<std::size_t>(i + 30 * to)],
+                          before[static_cast<std::size_t>(i + 30 * from)])
                     << i;
+            }
         }
     }
 }

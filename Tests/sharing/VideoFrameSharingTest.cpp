@@ -84,7 +84,7 @@ TEST(Copy, ShowsNothingBehindTheLastPixelOfARow) {
     const VF::VideoFrameRef frame = support::MakeFrame(7, 2, kPixelFormat_V210_422_10u);
     FillWithPattern(frame);
     const std::vector<std::byte> pixels = CopyOf(frame).pixels;
-    for (const std::ptrdiff_t row : {0, 128})
+    for (const std::size_t row : {0u, 128u})
         EXPECT_EQ(std::count(&pixels[row + 32], &pixels[row + 128], std::byte{0}), 96);
 }
 

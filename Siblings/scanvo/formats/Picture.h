@@ -50,7 +50,7 @@ PictureOf<Byte> PlanarPicture(Byte* inStart, std::int32_t inWidth, std::int32_t 
     Byte* plane = inStart + std::int64_t{inWidth} * inHeight;
     for (int number = 1; number <= 2; ++number) {
         std::int64_t rowBytes = 0;
-        for (const std::size_t component : {0, 1}) {
+        for (const std::size_t component : {0u, 1u}) {
             const PlanePlace& place = inFormat.planes[component + 1];
             if (place.plane != number) continue;
             rowBytes = std::int64_t{ChromaWidth(inFormat, inWidth)} * place.step;
