@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <fstream>
+#include <thread>
 
 #include "ServiceTest.h"
 
@@ -109,6 +110,12 @@ TEST_F(FolderTest, AStuckCleanUpStopsNobody) {
     std::ofstream(folder_ / "segment.1-2.3") << "of nobody";
     CleanUp();
     EXPECT_TRUE(fs::exists(folder_ / "segment.1-2.3"));
+    const std::jthread end([&] {
+        std::this_thread::sleep_for(100ms);
+        stuck.Tell();
+    });
+    CleanUp();
+    EXPECT_FALSE(fs::exists(folder_ / "segment.1-2.3")) << "it waits a while for its turn";
 }
 
 TEST_F(FolderTest, NothingElseCalledSweepStopsTheCleanUp) {
