@@ -140,6 +140,9 @@ TEST_F(OutputTest, SaysWhyItIsNotThere) {
         ExpectFails(arguments, 1, "vframe: " + line + "\n", beforeStart);
         EXPECT_EQ(Files(), before);
     }
+    RunningTool publisher("publish in.png" + guid);
+    ExpectFails("receive out.png >/dev/full" + guid, 1, "standard output: ");
+    EXPECT_EQ(Files(), before);
 }
 
 }  // namespace

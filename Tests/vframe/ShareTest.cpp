@@ -58,12 +58,18 @@ TEST_F(ShareTest, TellsWhatIsNoFrameAndThatNoneWillCome) {
     custom.formatCode = '@';
     custom.width = custom.height = 4;
     custom.aspectRatioNumerator = custom.aspectRatioDenominator = 1;
-    const auto guid = tulocore::utility::Guid::Generate();
-    WritableBinaryReferencePtr buffer;
-    ASSERT_EQ(GetWritableBinaryData(sizeof custom, buffer), kSuccess);
-    std::memcpy(buffer->GetData(), &custom, sizeof custom);
-    ASSERT_EQ(PutCompletedBinaryData(guid, buffer), kSuccess);
-    ExpectFails(Receive("out.png", guid.ToString()), 1, "only its maker knows its format");
+    const std::pair<VF::SharedFrameHeader, std::string> kCases[] = {
+        {{}, "it does not begin with a frame's header"},
+        {custom, "only its maker knows its format"}};
+    for (const auto& [header, reason] : kCases) {
+        const auto guid = tulocore::utility::Guid::Generate();
+        WritableBinaryReferencePtr buffer;
+        ASSERT_EQ(GetWritableBinaryData(sizeof header, buffer), kSuccess);
+        std::memcpy(buffer->GetData(), &header, sizeof header);
+        ASSERT_EQ(PutCompletedBinaryData(guid, buffer), kSuccess);
+        ExpectFails(Receive("out.png", guid.ToString()), 1,
+                    "is no frame that can be read: " + reason);
+    }
     ASSERT_EQ(PutBinaryDataGenerationError(tulocore::utility::Guid(kGuid), 4711), kSuccess);
     ExpectFails(Receive("out.png"), 1, "4711");
     EXPECT_EQ(Files(), std::set<std::string>{"in.png"});
