@@ -11,7 +11,6 @@ class ErrorsTest : public ToolTest {
     ErrorsTest() {
         WritePng("good.png", MakeGradient(40, 30));
         WriteFile("text.png", "text");
-        WriteFile("empty.png", "");
         WriteFile("three.raw", "123");
         WriteFile("zeros.raw", std::string(120000, '\0'));
         const std::string sample = ReadFile(Sample(1));
@@ -20,16 +19,12 @@ class ErrorsTest : public ToolTest {
 };
 
 TEST_F(ErrorsTest, AreOneLineAndLeaveNothingBehind) {
-    const std::string guid = "6A0B4E0C-9A57-4C55-8C2A-51A7A2A1B001";
     const std::tuple<std::string, int, std::string> kMistakes[] = {
         {"", 2, "a command is needed"},
-        {"convrt", 2, "convrt"},
-        {"convert good.png", 2, "OUTPUT"},
         {"convert good.png out.png --sise 1x1", 2, "--sise"},
         {"convert . out.png", 1, "is a folder"},
         {"info 'two\nlines.png'", 1, "two lines.png: No such file"},
         {"convert text.png out.png", 1, "text.png: "},
-        {"convert empty.png out.png", 1, "empty.png: "},
         {"convert damaged.png good.png", 1, "is damaged"},
         {"convert good.png out.jpg", 2, "the ending says nothing"},
         {"convert good.png no/out.png", 1, "cannot be written"},
@@ -47,21 +42,17 @@ TEST_F(ErrorsTest, AreOneLineAndLeaveNothingBehind) {
         {"info three.raw --input-format BGRA_4444_8u --input-size 1x1", 1, "3 bytes"},
         {"publish good.png", 2, "--guid"},
         {"publish good.png --guid 12", 2, "'12' is no Guid"},
-        {"receive out.png --guid " + guid + " --timeout soon", 2, "--timeout"},
         {"multicam good.png", 2, "not 0"},
         {"multicam good.png out.png --selected 2", 2, "no angle 2 among 1"},
-        {"multicam good.png out.png --selected 5", 2, "--selected"},
         {"multicam good.png out.png --size 2147483647x2147483647", 1, "memory"},
         {"demo new good.png good.png good.png good.png good.png", 2, "not 5"},
         {"demo good.png/folder", 1, "the folder cannot be made"},
         {"show good.png good.png good.png good.png good.png", 2, "not 5"},
         {"show good.png three.raw", 2, "three.raw: "},
-        {"show good.png --memory -1", 2, "--memory"},
         {"quantise good.png out.png", 2, "out.png"},
         {"quantise good.png out.bmp --colours 1", 2, "--colours"},
         {"cut good.png good.png out.png --polygon '1,1' --bezier '1,1'", 2, "shape"},
         {"cut good.png good.png out.png --polygon '1,1 2'", 2, "'2' is no point"},
-        {"cut good.png good.png out.png --polygon 1,", 2, "no point"},
         {"cut good.png good.png out.png --polygon 1,nan", 2, "no point"},
         {"cut good.png good.png out.png --polygon 1e30,0", 2, "no point"},
     };
@@ -70,7 +61,7 @@ TEST_F(ErrorsTest, AreOneLineAndLeaveNothingBehind) {
         ExpectFails(arguments, status, partOfLine);
         EXPECT_EQ(Files(), before);
     }
-    EXPECT_EQ(LargestDifference(ReadPng("good.png"), MakeGradient(40, 30)), 0);
+    EXPECT_EQ(Compare(ReadPng("good.png"), MakeGradient(40, 30)).largest, 0);
 }
 
 }  // namespace

@@ -56,7 +56,6 @@ TEST_F(OutputTest, IsNotThereUnlessComplete) {
     const std::set<std::string> before = Files();
     const std::tuple<Before, int, std::string, std::string, std::size_t> kCases[] = {
         {nullptr, SIGTERM, "new.mp4", "vframe: interrupted: ended by a signal\n", 0},
-        {nullptr, SIGKILL, "new.mkv", "", 0},
         {nullptr, SIGKILL, "old.mkv", "", 0},
         {RefuseUnnamedFiles, SIGTERM, "new.mkv", "vframe: interrupted: ended by a signal\n", 0},
         {RefuseUnnamedFiles, SIGUSR1, "old.mkv", "", 0},
@@ -87,14 +86,14 @@ TEST_F(OutputTest, TakesThePlaceOfWhatIsThere) {
         EXPECT_EQ(fs::read_symlink("link.png"), "made.png");
         EXPECT_EQ(fs::status("made.png").permissions(), fs::perms::owner_read);
         EXPECT_EQ(ReadPng("made.png").At(0, 0)[3], 0);
-        EXPECT_EQ(LargestDifference(ReadPng(longName), ReadPng("in.png")), 0);
+        EXPECT_EQ(Compare(ReadPng(longName), ReadPng("in.png")).largest, 0);
         fs::remove("link.png");
         fs::remove("made.png");
         fs::remove(longName);
     }
 }
 
-TEST_F(OutputTest, GoesIntoPipesAndDevices) {
+TEST_F(OutputTest, GoesIntoPipes) {
     for (const std::string ending : {"png", "raw", "mkv"}) {
         const std::string pipe = "pipe." + ending;
         ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -103,11 +102,8 @@ TEST_F(OutputTest, GoesIntoPipesAndDevices) {
         EXPECT_EQ(tool.Wait().status, 0);
         ExpectRuns("convert read." + ending + " out.png" +
                    (ending == "raw" ? " --input-format BGRA_4444_8u --input-size 40x30" : ""));
-        EXPECT_EQ(LargestDifference(ReadPng("out.png"), ReadPng("in.png")), 0) << ending;
+        EXPECT_EQ(Compare(ReadPng("out.png"), ReadPng("in.png")).largest, 0) << ending;
     }
-    fs::create_symlink("/dev/null", "device.mp4");
-    ExpectRuns("convert in.png device.mp4");
-    EXPECT_EQ(fs::read_symlink("device.mp4"), "/dev/null");
 }
 
 TEST_F(OutputTest, SaysWhyItIsNotThere) {
@@ -131,12 +127,8 @@ TEST_F(OutputTest, SaysWhyItIsNotThere) {
     } kCases[] = {
         {"convert in.png full.png", "full.png: cannot be written: No space left on device"},
         {"convert in.png full.mkv", "full.mkv: No space left on device"},
-        {"convert " + Sample(1) + " out.png", "out.png: cannot be written: File too large",
-         limitSize},
         {"convert in.png out.raw", "out.raw: cannot be written: File too large", limitSize},
         {"convert in.png out.mp4", "out.mp4: File too large", limitSize},
-        {"quantise in.png out.bmp", "out.bmp: cannot be written: File too large", limitSize},
-        {"formats", "standard output: File too large", limitSize},
         {"--version >/dev/full", "standard output: No space left on device"},
         {"publish in.png >/dev/full" + guid, "standard output: No space left on device"},
         {"demo . in.png >/dev/full", "standard output: No space left on device"},

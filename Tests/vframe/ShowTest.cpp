@@ -160,19 +160,6 @@ class ShowTest : public ToolTest {
     XServer server_;
 };
 
-TEST_F(ShowTest, ShowsEveryPixelAsItIsAndAgainWhenItWasCovered) {
-    const Picture picture = MakeGradient(161, 91);
-    WritePng("in.png", picture);
-    RunningTool tool("show in.png");
-    ShownWindow window;
-    ExpectSoon(window, picture);
-    EXPECT_EQ(window.Title(), "in.png, frame 1, 161x91");
-    window.Spoil();
-    ExpectSoon(window, picture);
-    window.Press(XK_Escape);
-    ExpectEnds(tool, 0, "");
-}
-
 // Large pictures are scaled in another way than small ones.
 TEST_F(ShowTest, FitsThePictureBetweenBars) {
     const std::array<int, 4> kFits[] = {
@@ -197,11 +184,13 @@ TEST_F(ShowTest, FitsThePictureBetweenBars) {
     }
 }
 
-TEST_F(ShowTest, ShowsPixelsInTheirShapeAndOnBlackInASizeThatGoesOntoTheScreen) {
+TEST_F(ShowTest, ShowsPixelsInTheirShapeOnBlackAndAgainWhenTheyWereCovered) {
+    WritePng("plain.png", MakeGradient(161, 91));
     WritePng("large.png", MakeSolid(2560, 1000, kRed));
     WritePng("clear.png", MakeSolid(20, 20, {200, 100, 50, 0x33}));
     WriteClip("wide.y4m", "\x14", " A5:2");
     const std::tuple<std::string, Picture, int> kCases[] = {
+        {"plain.png", MakeGradient(161, 91), 0},
         {"large.png", MakeSolid(1280, 500, kRed), 0},
         {"clear.png", MakeSolid(20, 20, {40, 20, 10, 255}), SIGINT},
         {"wide.y4m", MakeSolid(40, 16, {20, 20, 20, 255}), SIGTERM}};
@@ -209,6 +198,8 @@ TEST_F(ShowTest, ShowsPixelsInTheirShapeAndOnBlackInASizeThatGoesOntoTheScreen) 
         SCOPED_TRACE(name);
         RunningTool tool("show " + name);
         ShownWindow window;
+        ExpectSoon(window, shown);
+        window.Spoil();
         ExpectSoon(window, shown);
         kill(tool.Id(), signal);
         if (signal == 0) window.Press(XK_q);
@@ -267,9 +258,6 @@ TEST_F(ShowTest, ShowsWhatCanBeReadOfABrokenClipAndSaysSoInTheEnd) {
     ShownWindow window;
     window.Press(XK_End);
     ExpectSoon(window, MakeSolid(16, 16, {60, 60, 60, 255}));
-    EXPECT_EQ(window.Title(), "broken.y4m, frame 3, 16x16");
-    window.Press(XK_Home);
-    ExpectSoon(window, MakeSolid(16, 16, {20, 20, 20, 255}));
     window.Press(XK_Escape);
     ExpectEnds(tool, 1, "vframe: broken.y4m: Invalid data found when processing input\n");
 }

@@ -194,10 +194,6 @@ inline Difference Compare(const Picture& inLeft, const Picture& inRight) {
     return difference;
 }
 
-inline int LargestDifference(const Picture& inLeft, const Picture& inRight) {
-    return Compare(inLeft, inRight).largest;
-}
-
 /// A clip of 16x16 frames, each of one grey.
 inline void WriteClip(const std::string& inPath, const std::string& inGreys,
                       const std::string& inShape = "") {
