@@ -300,6 +300,25 @@ double Tolerance(FormatCode inFrom, FormatCode inTo) {
     return inFrom.IsLinear() != inTo.IsLinear() ? 1e-4 : 1e-5;
 }
 
+/// Makes of codes of straight colour what they are premultiplied.
+template <class Code>
+void Premultiply(Picture& ioPicture) {
+    const std::size_t alphaPlace = ioPicture.format.IsReversed() ? 0 : 3;
+    for (std::size_t pixel = 0; pixel < ioPicture.memory.size(); pixel += 4 * sizeof(Code)) {
+        Code codes[4];
+        std::memcpy(codes, &ioPicture.memory[pixel], sizeof codes);
+        double alpha = codes[alphaPlace] / RangeOf(ioPicture.format, 3).scale;
+        if (alpha < 0.1) codes[alphaPlace] = static_cast<Code>(alpha = 0);
+        for (std::size_t place = 0; place < 4; ++place) {
+            const std::size_t plane = place == 2 ? 0 : 1;
+            const double black = RangeOf(ioPicture.format, plane).offset;
+            if (place != alphaPlace)
+                codes[place] = static_cast<Code>(black + (codes[place] - black) * alpha);
+        }
+        std::memcpy(&ioPicture.memory[pixel], codes, sizeof codes);
+    }
+}
+
 /// Any codes, or those that the standards give to colours.
 Picture RandomPicture(FormatCode inFormat, std::int32_t inWidth, std::int32_t inHeight,
                       bool inIsNominal) {
@@ -318,6 +337,8 @@ Picture RandomPicture(FormatCode inFormat, std::int32_t inWidth, std::int32_t in
         if (size == 1)
             picture.memory[i] = static_cast<std::byte>(inIsNominal ? 16 + bits % 225 : bits);
     }
+    if (inFormat.IsPremultiplied() && size == 1) Premultiply<std::uint8_t>(picture);
+    if (inFormat.IsPremultiplied() && size == 2) Premultiply<std::uint16_t>(picture);
     for (std::size_t i = 0; inIsNominal && inFormat.IsV210() && i < picture.memory.size(); i += 4) {
         const auto code = [&] { return static_cast<std::uint32_t>(64 + random() % 897); };
         const std::uint32_t word = code() | code() << 10 | code() << 20;
@@ -328,10 +349,10 @@ Picture RandomPicture(FormatCode inFormat, std::int32_t inWidth, std::int32_t in
 
 void ExpectExact(FormatCode inFrom, FormatCode inTo, std::int32_t inWidth, std::int32_t inHeight) {
     // Another matrix takes chroma beyond its nominal range to where it is clamped before it is
-    // spread.
-    const bool changesMatrix =
-        inFrom.IsYCbCr() && inTo.IsYCbCr() && inFrom.IsBt709() != inTo.IsBt709();
-    Picture source = RandomPicture(inFrom, inWidth, inHeight, changesMatrix);
+    // spread; so does dividing by alpha.
+    const bool isNominal = inFrom.IsYCbCr() && inTo.IsYCbCr() &&
+                           (inFrom.IsBt709() != inTo.IsBt709() || inFrom.IsPremultiplied());
+    Picture source = RandomPicture(inFrom, inWidth, inHeight, isNominal);
     Picture result(inTo, inWidth, inHeight);
     ASSERT_EQ(Call(SV_Convert, source.Memory(), result.Memory(), inWidth, inHeight, 4), 0);
     Planes exact = Exact(source, inTo);

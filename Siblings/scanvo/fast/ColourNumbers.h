@@ -14,11 +14,17 @@ constexpr int RoundedToInt(double inValue) {
 
 // ---- From pixels of four bytes to Y'CbCr --------------------------------------------------------
 
-/// What each byte of a pixel weighs in a component: sum / 2^bits + offset is the 8-bit code.
+/// What each byte of a pixel weighs in a component: (offset + sum) / 2^bits is the 8-bit code.
+struct ComponentWeights {
+    std::array<int, 4> bytes;
+    int offset;
+};
+
 struct PixelWeights {
     int lumaBits, chromaBits;
-    int lumaOffset, chromaOffset;
-    std::array<int, 4> luma, cb, cr;
+    /// Whether results may lie outside of what a code holds.
+    bool mayExceed;
+    ComponentWeights luma, cb, cr;
 };
 
 /// Weights of red, green and blue by their places in the pixel. Each weight fits 16 bits, which is
@@ -36,20 +42,60 @@ constexpr PixelWeights WeightsOfRgb(Matrix inMatrix, bool inIsReversed) {
         return std::array{blueWeight, green, redWeight, 0};
     };
     const int half = RoundedToInt(0.5 * chromaUnit);
+    constexpr int kCentre = 128 << kChromaBits;
     return {
         kLumaBits,
         kChromaBits,
-        16,
-        128,
-        place(RoundedToInt(red * lumaUnit), RoundedToInt(blue * lumaUnit), RoundedToInt(lumaUnit)),
-        place(RoundedToInt(-red / (2 * (1 - blue)) * chromaUnit), half, 0),
-        place(half, RoundedToInt(-blue / (2 * (1 - red)) * chromaUnit), 0),
+        false,
+        {place(RoundedToInt(red * lumaUnit), RoundedToInt(blue * lumaUnit), RoundedToInt(lumaUnit)),
+         16 << kLumaBits},
+        {place(RoundedToInt(-red / (2 * (1 - blue)) * chromaUnit), half, 0), kCentre},
+        {place(half, RoundedToInt(-blue / (2 * (1 - red)) * chromaUnit), 0), kCentre},
     };
 }
 
-/// Takes the components out of a V, U, Y', A pixel.
-constexpr PixelWeights kWeightsOfVuya = {
-    14, 14, 0, 0, {0, 0, 1 << 14, 0}, {0, 1 << 14, 0, 0}, {1 << 14, 0, 0, 0}};
+/// What luma, Cb and Cr of one matrix are of Cb and Cr of another, for codes; luma takes all of
+/// luma.
+struct MatrixChange {
+    double lumaOfCb, lumaOfCr, cbOfCb, cbOfCr, crOfCb, crOfCr;
+};
+
+constexpr MatrixChange ChangeBetween(Matrix inFrom, Matrix inTo) {
+    const auto from = LumaCoefficientsOf(inFrom), to = LumaCoefficientsOf(inTo);
+    const double fromGreen = 1 - from.red - from.blue, toGreen = 1 - to.red - to.blue;
+    // R', G' and B' take all of luma, red this much of Cr, blue this much of Cb, green some of
+    // both.
+    const double redOfCr = 2 * (1 - from.red), blueOfCb = 2 * (1 - from.blue);
+    const double lumaOfCb = to.blue * blueOfCb - toGreen / fromGreen * from.blue * blueOfCb;
+    const double lumaOfCr = to.red * redOfCr - toGreen / fromGreen * from.red * redOfCr;
+    const double cbScale = 1 / (2 * (1 - to.blue)), crScale = 1 / (2 * (1 - to.red));
+    constexpr double kLumaCodes = 219.0 / 224;
+    return {lumaOfCb * kLumaCodes, lumaOfCr * kLumaCodes, (blueOfCb - lumaOfCb) * cbScale,
+            -lumaOfCr * cbScale,   -lumaOfCb * crScale,   (redOfCr - lumaOfCr) * crScale};
+}
+
+/// Of the components of a V, U, Y', A pixel, which are taken out of it as they are when the two are
+/// one.
+constexpr PixelWeights WeightsOfVuya(Matrix inFrom, Matrix inTo) {
+    constexpr int kBits = 14;
+    constexpr int kOne = 1 << kBits;
+    if (inFrom == inTo) {
+        return {
+            kBits, kBits, false, {{0, 0, kOne, 0}, 0}, {{0, kOne, 0, 0}, 0}, {{kOne, 0, 0, 0}, 0}};
+    }
+    const MatrixChange change = ChangeBetween(inFrom, inTo);
+    // Cb and Cr count from their centre.
+    const auto weights = [](double ofCb, double ofCr, int luma, int centre) {
+        const int cb = RoundedToInt(ofCb * kOne), cr = RoundedToInt(ofCr * kOne);
+        return ComponentWeights{{cr, cb, luma, 0}, 128 * (centre - cb - cr)};
+    };
+    return {kBits,
+            kBits,
+            true,
+            weights(change.lumaOfCb, change.lumaOfCr, kOne, 0),
+            weights(change.cbOfCb, change.cbOfCr, 0, kOne),
+            weights(change.crOfCb, change.crOfCr, 0, kOne)};
+}
 
 // ---- From Y'CbCr to RGB -------------------------------------------------------------------------
 

@@ -64,16 +64,21 @@ void SwapRow(const std::byte* inRow, std::byte* outRow, std::int32_t inWidth) {
 
 enum class Shape { None, Bgra, Argb, Vuya, Uyvy, Yuyv, V210 };
 
+/// Y'CbCr of one matrix to that of the other, where the road changes it.
 struct Road {
     Shape source, destination;
     bool keepsAlpha;
     ConvertRow bt601, bt709;
+    bool changesMatrix = false;
 };
 
 inline constexpr PixelWeights kOfBgra601 = WeightsOfRgb(Matrix::Bt601, false);
 inline constexpr PixelWeights kOfBgra709 = WeightsOfRgb(Matrix::Bt709, false);
 inline constexpr PixelWeights kOfArgb601 = WeightsOfRgb(Matrix::Bt601, true);
 inline constexpr PixelWeights kOfArgb709 = WeightsOfRgb(Matrix::Bt709, true);
+inline constexpr PixelWeights kOfVuya = WeightsOfVuya(Matrix::Bt601, Matrix::Bt601);
+inline constexpr PixelWeights kOf601To709 = WeightsOfVuya(Matrix::Bt601, Matrix::Bt709);
+inline constexpr PixelWeights kOf709To601 = WeightsOfVuya(Matrix::Bt709, Matrix::Bt601);
 inline constexpr RgbNumbers kToRgb601 = NumbersToRgb(Matrix::Bt601);
 inline constexpr RgbNumbers kToRgb709 = NumbersToRgb(Matrix::Bt709);
 
@@ -82,7 +87,7 @@ using To709 = ToRgb<kToRgb709>;
 using UyvyLoader = UnitLoader<false>;
 using YuyvLoader = UnitLoader<true>;
 
-// A road between two Y'CbCr formats goes between such of one matrix.
+// By the matrix of the source where it has one.
 constexpr Road kRoads[] = {
     {Shape::Bgra, Shape::Uyvy, false, RowToUnits<kOfBgra601, false>, RowToUnits<kOfBgra709, false>},
     {Shape::Bgra, Shape::Yuyv, false, RowToUnits<kOfBgra601, true>, RowToUnits<kOfBgra709, true>},
@@ -90,11 +95,9 @@ constexpr Road kRoads[] = {
     {Shape::Argb, Shape::Uyvy, false, RowToUnits<kOfArgb601, false>, RowToUnits<kOfArgb709, false>},
     {Shape::Argb, Shape::Yuyv, false, RowToUnits<kOfArgb601, true>, RowToUnits<kOfArgb709, true>},
     {Shape::Argb, Shape::V210, false, RowToV210<kOfArgb601>, RowToV210<kOfArgb709>},
-    {Shape::Vuya, Shape::Uyvy, false, RowToUnits<kWeightsOfVuya, false>,
-     RowToUnits<kWeightsOfVuya, false>},
-    {Shape::Vuya, Shape::Yuyv, false, RowToUnits<kWeightsOfVuya, true>,
-     RowToUnits<kWeightsOfVuya, true>},
-    {Shape::Vuya, Shape::V210, false, RowToV210<kWeightsOfVuya>, RowToV210<kWeightsOfVuya>},
+    {Shape::Vuya, Shape::Uyvy, false, RowToUnits<kOfVuya, false>, RowToUnits<kOfVuya, false>},
+    {Shape::Vuya, Shape::Yuyv, false, RowToUnits<kOfVuya, true>, RowToUnits<kOfVuya, true>},
+    {Shape::Vuya, Shape::V210, false, RowToV210<kOfVuya>, RowToV210<kOfVuya>},
 
     {Shape::Bgra, Shape::Vuya, false, RowToVuya<kOfBgra601, AlphaByte::Opaque>,
      RowToVuya<kOfBgra709, AlphaByte::Opaque>},
@@ -104,6 +107,16 @@ constexpr Road kRoads[] = {
      RowToVuya<kOfArgb709, AlphaByte::Opaque>},
     {Shape::Argb, Shape::Vuya, true, RowToVuya<kOfArgb601, AlphaByte::First>,
      RowToVuya<kOfArgb709, AlphaByte::First>},
+
+    {Shape::Vuya, Shape::Vuya, false, RowToVuya<kOf601To709, AlphaByte::Opaque>,
+     RowToVuya<kOf709To601, AlphaByte::Opaque>, true},
+    {Shape::Vuya, Shape::Vuya, true, RowToVuya<kOf601To709, AlphaByte::Last>,
+     RowToVuya<kOf709To601, AlphaByte::Last>, true},
+    {Shape::Vuya, Shape::Uyvy, false, RowToUnits<kOf601To709, false>,
+     RowToUnits<kOf709To601, false>, true},
+    {Shape::Vuya, Shape::Yuyv, false, RowToUnits<kOf601To709, true>, RowToUnits<kOf709To601, true>,
+     true},
+    {Shape::Vuya, Shape::V210, false, RowToV210<kOf601To709>, RowToV210<kOf709To601>, true},
 
     {Shape::Uyvy, Shape::Bgra, false, RowToPixels<UyvyLoader, To601, PixelForm::Opaque>,
      RowToPixels<UyvyLoader, To709, PixelForm::Opaque>},
@@ -153,13 +166,19 @@ Shape ShapeOf(const Format& inFormat) {
     return inFormat.isReversed ? Shape::Argb : Shape::Bgra;
 }
 
+bool ChangesMatrix(const Format& inSource, const Format& inDestination) {
+    return inSource.colour == Colour::YCbCr && inDestination.colour == Colour::YCbCr &&
+           inSource.matrix != inDestination.matrix;
+}
+
 ConvertRow FindRoad(const Format& inSource, const Format& inDestination) {
     const bool keepsAlpha = HasAlpha(inSource) && HasAlpha(inDestination);
+    const bool changesMatrix = ChangesMatrix(inSource, inDestination);
     const Shape source = ShapeOf(inSource);
     const Shape destination = ShapeOf(inDestination);
     const auto road = std::find_if(std::begin(kRoads), std::end(kRoads), [&](const Road& each) {
         return each.source == source && each.destination == destination &&
-               each.keepsAlpha == keepsAlpha;
+               each.keepsAlpha == keepsAlpha && each.changesMatrix == changesMatrix;
     });
     if (road == std::end(kRoads)) return nullptr;
     const Format& withMatrix = inSource.colour == Colour::YCbCr ? inSource : inDestination;
@@ -186,6 +205,7 @@ HalveRow HalvingRoadTo(Shape inDestination, Matrix inMatrix) {
 }
 
 HalveRow FindHalvingRoad(const Format& inSource, const Format& inDestination) {
+    if (ChangesMatrix(inSource, inDestination)) return nullptr;
     const Shape destination = ShapeOf(inDestination);
     switch (ShapeOf(inSource)) {
         case Shape::Uyvy:
@@ -217,22 +237,14 @@ bool MixesForms(const Format& inSource, const Format& inDestination) {
            (inSource.alpha == Alpha::Straight && inDestination.alpha == Alpha::Premultiplied);
 }
 
-bool ChangesMatrix(const Format& inSource, const Format& inDestination) {
-    return inSource.colour == Colour::YCbCr && inDestination.colour == Colour::YCbCr &&
-           inSource.matrix != inDestination.matrix;
-}
-
 }  // namespace
 
 ConvertRow FindColourRow(const Format& inSource, const Format& inDestination) {
-    if (MixesForms(inSource, inDestination) || ChangesMatrix(inSource, inDestination)) {
-        return nullptr;
-    }
+    if (MixesForms(inSource, inDestination)) return nullptr;
     return HWY_DYNAMIC_DISPATCH(FindRoad)(inSource, inDestination);
 }
 
 HalveRow FindHalvingColourRow(const Format& inSource, const Format& inDestination) {
-    if (ChangesMatrix(inSource, inDestination)) return nullptr;
     return HWY_DYNAMIC_DISPATCH(FindHalvingRoad)(inSource, inDestination);
 }
 

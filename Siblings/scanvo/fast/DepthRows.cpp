@@ -412,6 +412,8 @@ constexpr KernelRow kKernelRows[] = {
     {false, k8, k8, Unpremultiply, InAnyOrder<U8, U8, U8, Unpremultiply>()},
     {false, k8, k15, Keep, InAnyOrder<U8, U15, U15, Keep>()},
     {false, k8, k15, MakeOpaque, InAnyOrder<U8, U15, U15, MakeOpaque>()},
+    {false, k8, k15, Premultiply, InAnyOrder<U8, float, U15, Premultiply>()},
+    {false, k8, k15, Unpremultiply, InAnyOrder<U8, float, U15, Unpremultiply>()},
     {false, k8, kFloat, Keep, InAnyOrder<U8, float, float, Keep>()},
     {false, k8, kFloat, MakeOpaque, InAnyOrder<U8, float, float, MakeOpaque>()},
     {false, k15, k8, Keep, InAnyOrder<U15, U8, U8, Keep>()},

@@ -273,6 +273,9 @@ inline constexpr PixelWeights kBgra601 = WeightsOfRgb(Matrix::Bt601, false);
 inline constexpr PixelWeights kBgra709 = WeightsOfRgb(Matrix::Bt709, false);
 inline constexpr PixelWeights kArgb601 = WeightsOfRgb(Matrix::Bt601, true);
 inline constexpr PixelWeights kArgb709 = WeightsOfRgb(Matrix::Bt709, true);
+inline constexpr PixelWeights kVuya = WeightsOfVuya(Matrix::Bt601, Matrix::Bt601);
+inline constexpr PixelWeights kVuyaTo601 = WeightsOfVuya(Matrix::Bt709, Matrix::Bt601);
+inline constexpr PixelWeights kVuyaTo709 = WeightsOfVuya(Matrix::Bt601, Matrix::Bt709);
 inline constexpr RgbNumbers kNumbers601 = NumbersToRgb(Matrix::Bt601);
 inline constexpr RgbNumbers kNumbers709 = NumbersToRgb(Matrix::Bt709);
 
@@ -283,7 +286,10 @@ void ChoosePixels(const Format& inFormat, Matrix inMatrix, HalfRowFunctions& out
     using To601 = ToRgb<kNumbers601>;
     using To709 = ToRgb<kNumbers709>;
     if (inFormat.colour == Colour::YCbCr) {
-        outFunctions.load = LoadPixels<kWeightsOfVuya>;
+        const bool changesMatrix = inFormat.matrix != inMatrix;
+        outFunctions.load = !changesMatrix ? LoadPixels<kVuya>
+                            : is709        ? LoadPixels<kVuyaTo709>
+                                           : LoadPixels<kVuyaTo601>;
         outFunctions.store = StoreAsPixels<ToCodes, PixelForm::Opaque>;
     } else if (inFormat.isReversed) {
         outFunctions.load = is709 ? LoadPixels<kArgb709> : LoadPixels<kArgb601>;

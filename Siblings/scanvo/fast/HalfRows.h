@@ -51,8 +51,9 @@ struct HalfRowFunctions {
     void (*applyMatrix)(const HalfRowMatrix& inMatrix, std::int32_t inWidth, const HalfRow& ioRow);
 };
 
-/// All null without vectors. Of R'G'B' formats, the rows are in inMatrix; alpha is taken for opaque
-/// and made so.
+/// All null without vectors. Pixels of four bytes are loaded as what they are in inMatrix, where
+/// luma still has its own chroma to take from; R'G'B' is stored from rows in inMatrix. Alpha is
+/// taken for opaque and made so.
 HalfRowFunctions FindHalfRowFunctions(const Format& inFormat, Matrix inMatrix);
 
 }  // namespace scanvo

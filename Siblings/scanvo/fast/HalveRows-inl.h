@@ -31,8 +31,8 @@ HWY_INLINE PixelBytes BytesOf(Pixels inPixels) {
 }
 
 /// Weights as PixelBytes has the bytes; inFirst for even pixels, inSecond for odd ones.
-HWY_INLINE PixelBytes WeightsOf(const std::array<int, 4>& inFirst,
-                                const std::array<int, 4>& inSecond) {
+HWY_INLINE PixelBytes LanesOf(const std::array<int, 4>& inFirst,
+                              const std::array<int, 4>& inSecond) {
     const auto both = [](int low, int high) {
         return static_cast<std::int32_t>(static_cast<std::uint32_t>(high) << 16 |
                                          (static_cast<std::uint32_t>(low) & 0xFFFF));
@@ -75,10 +75,27 @@ HWY_INLINE Sums WeightedSums(const PixelBytes& inBytes, const PixelBytes& inWeig
 #endif
 }
 
-/// What sums start with, so that cutting off inBits bits gives the rounded 8-bit code, and cutting
-/// off fewer the rounded code of inCodeBits bits.
-HWY_INLINE Sums StartOf(int inOffset, int inBits, int inCodeBits) {
-    return hn::Set(kSums, inOffset * (1 << inBits) + (1 << (inBits - 1 - (inCodeBits - 8))));
+using ComponentOf = ComponentWeights PixelWeights::*;
+
+template <const PixelWeights& kWeights, ComponentOf kComponent>
+constexpr int kBitsOf = kComponent == &PixelWeights::luma ? kWeights.lumaBits : kWeights.chromaBits;
+
+/// One component of each pixel: kFirst of even pixels, kSecond of odd ones. The bytes are sums of
+/// 2^kFilterBits pixels'. Cutting off that many bits and those of the weights gives the rounded
+/// 8-bit code, and cutting off fewer the rounded code of kCodeBits bits.
+template <const PixelWeights& kWeights, int kFilterBits, int kCodeBits, ComponentOf kFirst,
+          ComponentOf kSecond = kFirst>
+HWY_INLINE Sums WeightedCodes(const PixelBytes& inBytes) {
+    constexpr int kBits = kBitsOf<kWeights, kFirst> + kFilterBits;
+    constexpr ComponentWeights kEven = kWeights.*kFirst, kOdd = kWeights.*kSecond;
+    const auto start = [](const ComponentWeights& weights) HWY_ATTR {
+        constexpr int kRounding = 1 << (kBits - 1 - (kCodeBits - 8));
+        return hn::Set(kSums, weights.offset * (1 << kFilterBits) + kRounding);
+    };
+    const Sums sums = WeightedSums(inBytes, LanesOf(kEven.bytes, kOdd.bytes),
+                                   hn::OddEven(start(kOdd), start(kEven)));
+    if constexpr (!kWeights.mayExceed) return sums;
+    return hn::Min(hn::Max(sums, hn::Zero(kSums)), hn::Set(kSums, (256 << kBits) - 1));
 }
 
 /// inOther where the mask has ones, or'ed to what has zeros there.
@@ -93,16 +110,14 @@ enum class AlphaByte { First, Last, Opaque };
 
 template <const PixelWeights& kWeights, AlphaByte kAlpha>
 HWY_INLINE Pixels VuyaOf(Pixels inPixels) {
-    static_assert(kWeights.lumaBits == 15 && kWeights.chromaBits == 16);
+    constexpr int kLumaBits = kWeights.lumaBits, kChromaBits = kWeights.chromaBits;
     const PixelBytes bytes = BytesOf(inPixels);
-    const Sums startOfChroma = StartOf(kWeights.chromaOffset, 16, 8);
-    const Sums luma = WeightedSums(bytes, WeightsOf(kWeights.luma, kWeights.luma),
-                                   StartOf(kWeights.lumaOffset, 15, 8));
-    const Sums cb = WeightedSums(bytes, WeightsOf(kWeights.cb, kWeights.cb), startOfChroma);
-    const Sums cr = WeightedSums(bytes, WeightsOf(kWeights.cr, kWeights.cr), startOfChroma);
-    Pixels vuya = hn::BitCast(kPixels, hn::ShiftRight<16>(cr));
-    vuya = WithBits(vuya, hn::ShiftRight<8>(cb), 0xFF00);
-    vuya = WithBits(vuya, hn::ShiftLeft<1>(luma), 0xFF0000);
+    const Sums luma = WeightedCodes<kWeights, 0, 8, &PixelWeights::luma>(bytes);
+    const Sums cb = WeightedCodes<kWeights, 0, 8, &PixelWeights::cb>(bytes);
+    const Sums cr = WeightedCodes<kWeights, 0, 8, &PixelWeights::cr>(bytes);
+    Pixels vuya = hn::BitCast(kPixels, hn::ShiftRight<kChromaBits>(cr));
+    vuya = WithBits(vuya, hn::ShiftRight<kChromaBits - 8>(cb), 0xFF00);
+    vuya = WithBits(vuya, hn::ShiftLeft<16 - kLumaBits>(luma), 0xFF0000);
     if (kAlpha == AlphaByte::Opaque) return hn::Or(vuya, hn::Set(kPixels, 0xFF000000));
     if (kAlpha == AlphaByte::First) return hn::Or(vuya, hn::ShiftLeft<24>(inPixels));
     return WithBits(vuya, hn::BitCast(kSums, inPixels), 0xFF000000);
@@ -150,11 +165,9 @@ HWY_INLINE HalvedPixels HalvedPixelsAt(const std::uint8_t* inPixels) {
                        hn::BitCast(kSignedWords, hn::Shuffle2301(neighbours)));
     };
     const PixelBytes pairs = {filtered(bytes.even, before.even), filtered(bytes.odd, before.odd)};
-    return {
-        WeightedSums(bytes, WeightsOf(kWeights.luma, kWeights.luma),
-                     StartOf(kWeights.lumaOffset, kWeights.lumaBits, kCodeBits)),
-        WeightedSums(pairs, WeightsOf(kWeights.cb, kWeights.cr),
-                     StartOf(kWeights.chromaOffset, kWeights.chromaBits + kFilterBits, kCodeBits))};
+    return {WeightedCodes<kWeights, 0, kCodeBits, &PixelWeights::luma>(bytes),
+            WeightedCodes<kWeights, kFilterBits, kCodeBits, &PixelWeights::cb, &PixelWeights::cr>(
+                pairs)};
 }
 
 /// Stores UYVY or YUYV.
@@ -228,8 +241,7 @@ void HalveEnd(const std::uint8_t* inPixels, bool inIsFirst, std::size_t inCount,
     std::memcpy(pixels + 4, inPixels, bytes);
     if (inCount % 2 != 0) std::memcpy(pixels + 4 + bytes, inPixels + bytes - 4, 4);
     HalveVector<kWeights, Storer>(pixels + 4, codes);
-    std::memcpy(outCodes, codes,
-                                                (inCount + inCount % 2) * Storer::kPixelBytes);
+    std::memcpy(outCodes, codes, (inCount + inCount % 2) * Storer::kPixelBytes);
 }
 
 /// Halves a part of a row. It ends where the row does or after a whole pair.

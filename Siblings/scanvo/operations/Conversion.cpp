@@ -9,8 +9,8 @@
 #include "fast/ByteScaling.h"
 #include "fast/Bytes.h"
 #include "fast/FastPictures.h"
-#include "fast/FastRows.h"
 #include "operations/HalfRowConversion.h"
+#include "operations/RowRoad.h"
 #include "rows/KeptTables.h"
 #include "rows/RowPlan.h"
 #include "rows/RowScaler.h"
@@ -83,6 +83,19 @@ void CopyPicture(const Source& inSource, const Destination& outDestination) {
         const std::int32_t row = backwards ? inSource.height - 1 - i : i;
         CopyRow(inSource.format, inSource.width, RowAt(inSource, row), RowAt(outDestination, row));
     }
+}
+
+// ---- Fast rows ----------------------------------------------------------------------------------
+
+void ConvertOnRoad(RowRoad inRoad, const Source& inSource, const Destination& outDestination) {
+    if (inRoad.IsOneStep()) {
+        ConvertWith(inRoad.FirstStep(), inSource, outDestination);
+        return;
+    }
+    Scratch scratch;
+    inRoad.Prepare(inSource.width, scratch);
+    for (std::int32_t row = 0; row < inSource.height; ++row)
+        inRoad.Convert(RowAt(inSource, row), RowAt(outDestination, row), inSource.width);
 }
 
 // ---- The general road ---------------------------------------------------------------------------
@@ -179,9 +192,8 @@ void ConvertPicture(const Source& inSource, const Destination& outDestination) {
         CopyPicture(inSource, outDestination);
         return;
     }
-    const ConvertRow convert = FastRowBetween(inSource.format, outDestination.format);
-    if (convert != nullptr) {
-        ConvertWith(convert, inSource, outDestination);
+    if (const auto road = RowRoad::Find(inSource.format, outDestination.format)) {
+        ConvertOnRoad(*road, inSource, outDestination);
     } else if (!ConvertByHalfRows(inSource, outDestination)) {
         ConvertRows(inSource, outDestination);
     }

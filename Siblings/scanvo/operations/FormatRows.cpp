@@ -23,8 +23,11 @@ InputRows::InputRows(const Source& inPicture, const Format& inFormat, Scratch& i
     const std::int64_t bytes = UsedRowBytes(inFormat, width);
     converted_ = {ScratchBytes(bytes, ioScratch), 0, width, 1, inFormat};
     std::fill_n(converted_.start, bytes, std::byte{0});
-    convert_ = FastRowBetween(inPicture.format, inFormat);
-    if (convert_ != nullptr) return;
+    road_ = RowRoad::Find(inPicture.format, inFormat);
+    if (road_) {
+        road_->Prepare(width, ioScratch);
+        return;
+    }
     plan_ = PlanConversion(inPicture.format, inFormat, width);
     work_ = MakeWorkRows(*plan_, ioScratch);
     fetched_ = ioScratch.Row(width);
@@ -32,8 +35,8 @@ InputRows::InputRows(const Source& inPicture, const Format& inFormat, Scratch& i
 
 const std::byte* InputRows::At(std::int32_t inRow) const {
     if (converted_.start == nullptr) return RowAt(picture_, inRow);
-    if (convert_ != nullptr) {
-        convert_(RowAt(picture_, inRow), converted_.start, picture_.width);
+    if (road_) {
+        road_->Convert(RowAt(picture_, inRow), converted_.start, picture_.width);
     } else {
         FetchRow(*plan_, picture_, inRow, work_, fetched_);
         FinishRow(*plan_, fetched_, work_, converted_, 0);

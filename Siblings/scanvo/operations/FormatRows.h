@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "fast/FastRows.h"
 #include "formats/Picture.h"
+#include "operations/RowRoad.h"
 #include "rows/RowPlan.h"
 #include "rows/Scratch.h"
 
@@ -26,7 +26,7 @@ class InputRows {
   private:
     Source picture_;
     Destination converted_;
-    ConvertRow convert_ = nullptr;
+    std::optional<RowRoad> road_;
     std::optional<RowPlan> plan_;
     WorkRows work_{};
     PlanarRow fetched_{};

@@ -5,7 +5,9 @@
 #include <cmath>
 #include <optional>
 
+#include "fast/ColourNumbers.h"
 #include "fast/HalfRows.h"
+#include "operations/FormatRows.h"
 #include "rows/PlanarLayouts.h"
 #include "rows/Scratch.h"
 
@@ -32,27 +34,25 @@ bool ChangesMatrix(const Format& inSource, const Format& inDestination) {
            inSource.matrix != inDestination.matrix;
 }
 
-bool IsForHalfRows(const Format& inSource, const Format& inDestination) {
-    if (!IsHalfRowFormat(inSource) || !IsHalfRowFormat(inDestination)) return false;
-    if (!HasHalfChroma(inSource) && !HasHalfChroma(inDestination)) return false;
-    if (inSource.alpha == Alpha::Premultiplied) return false;
-    // Luma takes its own chroma, which is gone when a row has half of it.
-    return HasHalfChroma(inSource) || !ChangesMatrix(inSource, inDestination);
+// What rows of the source are loaded as: what they are, or 8-bit pixels that lose no more than
+// rounding does. Nothing where that would be too much.
+std::optional<Format> FormatToLoad(const Format& inSource, const Format& inDestination) {
+    if (IsHalfRowFormat(inSource) && inSource.alpha != Alpha::Premultiplied) return inSource;
+    if (!BearsEightBits(inSource, inDestination)) return std::nullopt;
+    Format pixels = InEightBits(inSource);
+    if (pixels.alpha == Alpha::Premultiplied) pixels.alpha = Alpha::Straight;
+    return RowRoad::Find(inSource, pixels) ? std::optional(pixels) : std::nullopt;
 }
 
 std::optional<HalfRowMatrix> MatrixBetween(const Format& inSource, const Format& inDestination) {
-    if (!ChangesMatrix(inSource, inDestination)) return std::nullopt;
-    const Matrix3x3 to = RgbToYCbCr(inDestination.matrix), from = YCbCrToRgb(inSource.matrix);
-    const auto number = [&](std::size_t row, std::size_t column, double inLess, double inScale) {
-        double sum = -inLess;
-        for (std::size_t i = 0; i < 3; ++i)
-            sum += 1.0 * to[row][i] * from[i][column];
-        return static_cast<std::int16_t>(std::lround(sum * inScale * 32768));
+    if (!ChangesMatrix(inSource, inDestination) || !HasHalfChroma(inSource)) return std::nullopt;
+    const MatrixChange change = ChangeBetween(inSource.matrix, inDestination.matrix);
+    const auto number = [](double share) {
+        return static_cast<std::int16_t>(std::lround(share * 32768));
     };
-    constexpr double kLumaCodes = 219.0 / 224;
-    return HalfRowMatrix{number(0, 1, 0, kLumaCodes), number(0, 2, 0, kLumaCodes),
-                         number(1, 1, 1, 1),          number(1, 2, 0, 1),
-                         number(2, 1, 0, 1),          number(2, 2, 1, 1)};
+    return HalfRowMatrix{number(change.lumaOfCb),   number(change.lumaOfCr),
+                         number(change.cbOfCb - 1), number(change.cbOfCr),
+                         number(change.crOfCb),     number(change.crOfCr - 1)};
 }
 
 // ---- Rows ---------------------------------------------------------------------------------------
@@ -76,11 +76,10 @@ void LoadChroma(const HalfRowFunctions& inFunctions, const Source& inPicture,
                           static_cast<int>(inPlace.share * 8), inPicture.width, outChroma);
 }
 
-void LoadRow(const HalfRowFunctions& inFunctions, const Source& inPicture,
+void LoadRow(const HalfRowFunctions& inFunctions, const Source& inPicture, const InputRows& inRows,
              std::int32_t inRowFromTop, const HalfRow& outRow) {
     if (!IsPlanar(inPicture.format)) {
-        inFunctions.load(RowAt(inPicture, inPicture.height - 1 - inRowFromTop), inPicture.width,
-                         outRow);
+        inFunctions.load(inRows.At(inPicture.height - 1 - inRowFromTop), inPicture.width, outRow);
         return;
     }
     inFunctions.loadLuma(RowAt(inPicture, inRowFromTop), inPicture.width, outRow.luma);
@@ -160,12 +159,13 @@ class ChromaStore {
 struct Road {
     HalfRowFunctions from, to;
     std::optional<HalfRowMatrix> matrix;
+    InputRows rows;
     HalfRow row;
 };
 
 void LoadAndChange(const Road& inRoad, const Source& inSource, std::int32_t inRowFromTop,
                    const HalfRow& outRow) {
-    LoadRow(inRoad.from, inSource, inRowFromTop, outRow);
+    LoadRow(inRoad.from, inSource, inRoad.rows, inRowFromTop, outRow);
     if (inRoad.matrix) inRoad.to.applyMatrix(*inRoad.matrix, inSource.width, outRow);
 }
 
@@ -207,19 +207,21 @@ void ConvertPlanes(const Road& inRoad, const Source& inSource, const Destination
 }  // namespace
 
 bool ConvertByHalfRows(const Source& inSource, const Destination& outDestination) {
-    if (!IsForHalfRows(inSource.format, outDestination.format)) return false;
-    const Road functions{FindHalfRowFunctions(inSource.format, outDestination.format.matrix),
-                         FindHalfRowFunctions(outDestination.format, inSource.format.matrix),
-                         MatrixBetween(inSource.format, outDestination.format),
-                         {}};
-    if (functions.to.loadLuma == nullptr) return false;
+    const Format& to = outDestination.format;
+    if (!IsHalfRowFormat(to) || !(HasHalfChroma(inSource.format) || HasHalfChroma(to)))
+        return false;
+    const std::optional<Format> from = FormatToLoad(inSource.format, to);
+    const HalfRowFunctions toRows = FindHalfRowFunctions(to, inSource.format.matrix);
+    if (!from || toRows.loadLuma == nullptr) return false;
     Scratch scratch;
-    Road road = functions;
-    road.row = {MakeSamples(inSource.width, scratch), MakeSamples(inSource.width, scratch)};
-    if (!IsPlanar(outDestination.format)) {
+    const Road road{FindHalfRowFunctions(*from, to.matrix),
+                    toRows,
+                    MatrixBetween(*from, to),
+                    {inSource, *from, scratch},
+                    {MakeSamples(inSource.width, scratch), MakeSamples(inSource.width, scratch)}};
+    if (!IsPlanar(to)) {
         ConvertToPacked(road, inSource, outDestination);
-    } else if (IsPlanar(inSource.format) &&
-               inSource.format.chroma == outDestination.format.chroma) {
+    } else if (IsPlanar(inSource.format) && inSource.format.chroma == to.chroma) {
         ConvertPlanes(road, inSource, outDestination);
     } else {
         ConvertToPlanes(road, inSource, outDestination, scratch);
