@@ -308,6 +308,7 @@ void Premultiply(Picture& ioPicture) {
         Code codes[4];
         std::memcpy(codes, &ioPicture.memory[pixel], sizeof codes);
         double alpha = codes[alphaPlace] / RangeOf(ioPicture.format, 3).scale;
+        // Nothing, but not so little that dividing by it magnifies rounding.
         if (alpha < 0.1) codes[alphaPlace] = static_cast<Code>(alpha = 0);
         for (std::size_t place = 0; place < 4; ++place) {
             const std::size_t plane = place == 2 ? 0 : 1;
@@ -329,9 +330,11 @@ Picture RandomPicture(FormatCode inFormat, std::int32_t inWidth, std::int32_t in
         const auto bits = static_cast<std::uint32_t>(random());
         const auto share = static_cast<float>(bits % 4096) / 4096;
         const auto code = static_cast<std::uint16_t>(bits % 32769);
-        // Alpha may be nothing, but not so little that dividing by it magnifies rounding.
-        const bool isAlpha = i / size % 4 == (inFormat.IsReversed() ? 0 : 3);
-        const float value = isAlpha ? (share < 0.1f ? 0 : share) : 1.4f * share - 0.2f;
+        // A little more than white and less than black, and so of chroma.
+        const std::size_t place = i / size % 4;
+        const bool isChroma = inFormat.IsYCbCr() && place < 2;
+        const bool isAlpha = place == (inFormat.IsReversed() ? 0 : 3);
+        const float value = isAlpha ? share : 1.1f * share - (isChroma ? 0.55f : 0.05f);
         if (inFormat.IsFloat()) std::memcpy(&picture.memory[i], &value, size);
         if (inFormat.Is15Bit()) std::memcpy(&picture.memory[i], &code, size);
         if (size == 1)
@@ -339,6 +342,7 @@ Picture RandomPicture(FormatCode inFormat, std::int32_t inWidth, std::int32_t in
     }
     if (inFormat.IsPremultiplied() && size == 1) Premultiply<std::uint8_t>(picture);
     if (inFormat.IsPremultiplied() && size == 2) Premultiply<std::uint16_t>(picture);
+    if (inFormat.IsPremultiplied() && size == 4) Premultiply<float>(picture);
     for (std::size_t i = 0; inIsNominal && inFormat.IsV210() && i < picture.memory.size(); i += 4) {
         const auto code = [&] { return static_cast<std::uint32_t>(64 + random() % 897); };
         const std::uint32_t word = code() | code() << 10 | code() << 20;

@@ -16,21 +16,21 @@ HWY_BEFORE_NAMESPACE();
 namespace scanvo::HWY_NAMESPACE {
 
 template <class D>
-using Bytes = hwy::HWY_NAMESPACE::Repartition<std::uint8_t, D>;
+using ByteTag = hwy::HWY_NAMESPACE::Repartition<std::uint8_t, D>;
 
 /// Bytes at any address as codes, and back.
 template <class D>
 HWY_INLINE hwy::HWY_NAMESPACE::Vec<D> LoadCodes(D inTag, const std::byte* inBytes) {
     namespace hn = hwy::HWY_NAMESPACE;
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(inBytes);
-    return hn::BitCast(inTag, hn::LoadU(Bytes<D>(), bytes));
+    return hn::BitCast(inTag, hn::LoadU(ByteTag<D>(), bytes));
 }
 
 template <class D>
 HWY_INLINE void StoreCodes(D, hwy::HWY_NAMESPACE::Vec<D> inCodes, std::byte* outBytes) {
     namespace hn = hwy::HWY_NAMESPACE;
     auto* const bytes = reinterpret_cast<std::uint8_t*>(outBytes);
-    hn::StoreU(hn::BitCast(Bytes<D>(), inCodes), Bytes<D>(), bytes);
+    hn::StoreU(hn::BitCast(ByteTag<D>(), inCodes), ByteTag<D>(), bytes);
 }
 
 /// The nearest whole number from 0 to inMaximum, halves rounded up; 0 for NaN.

@@ -119,7 +119,7 @@ HWY_INLINE hn::Vec<D> Repeat(D inTag, const Block<hn::TFromD<D>>& inBlock) {
 
 template <class D>
 HWY_INLINE hn::Vec<D> Shuffle(D inTag, hn::Vec<D> inCodes, const Block<std::uint8_t>& inIndices) {
-    const Bytes<D> bytes;
+    const ByteTag<D> bytes;
     return hn::BitCast(inTag, hn::TableLookupBytesOr0(hn::BitCast(bytes, inCodes),
                                                       hn::LoadDup128(bytes, inIndices.codes)));
 }

@@ -7,6 +7,7 @@
 // That must come before this.
 #include <hwy/highway.h>
 
+#include "fast/Codes-inl.h"
 #include "fast/HalfRows.h"
 #include "fast/V210Rows-inl.h"
 
@@ -188,6 +189,81 @@ void ApplyMatrix(const HalfRowMatrix& inMatrix, std::int32_t inWidth, const Half
     Continue(width, ioRow);
 }
 
+// ---- Floats -------------------------------------------------------------------------------------
+
+constexpr hn::ScalableTag<float> kFloats;
+constexpr hn::Half<decltype(kWords)> kHalfWords;
+using Floats = hn::Vec<decltype(kFloats)>;
+
+// Samples are (code - offset) / scale.
+struct Range {
+    float offset, scale;
+};
+constexpr Range kLumaRange{16 * 256, 219 * 256}, kChromaRange{128 * 256, 224 * 256};
+
+HWY_INLINE Floats SamplesOf(Pixels inCodes, const Range& inRange) {
+    const Floats codes = hn::ConvertTo(kFloats, hn::BitCast(kSums, inCodes));
+    return Quotient(hn::Sub(codes, hn::Set(kFloats, inRange.offset)),
+                    hn::Set(kFloats, inRange.scale), hn::Set(kFloats, 1 / inRange.scale));
+}
+
+HWY_INLINE hn::Vec<decltype(kHalfWords)> CodesOf(const float* inSamples, const Range& inRange) {
+    const Floats codes = hn::MulAdd(hn::LoadU(kFloats, inSamples), hn::Set(kFloats, inRange.scale),
+                                    hn::Set(kFloats, inRange.offset));
+    return hn::DemoteTo(kHalfWords, hn::NearestInt(codes));
+}
+
+float SampleOf(std::uint16_t inCode, const Range& inRange) {
+    return (static_cast<float>(inCode) - inRange.offset) / inRange.scale;
+}
+
+std::uint16_t CodeOf(float inSample, const Range& inRange) {
+    return static_cast<std::uint16_t>(Quantise(inSample, inRange.offset, inRange.scale, 65535.0f));
+}
+
+void ToFloats(const HalfRow& inRow, std::int32_t inWidth, const PlanarRow& outRow) {
+    const auto [luma, cb, cr, unused] = outRow;
+    const auto width = static_cast<std::size_t>(inWidth);
+    const std::size_t step = hn::Lanes(kFloats), count = (width + 1) / 2;
+    std::size_t x = 0;
+    for (; x + step <= width; x += step) {
+        const auto codes = hn::PromoteTo(kPixels, hn::LoadU(kHalfWords, inRow.luma + x));
+        hn::StoreU(SamplesOf(codes, kLumaRange), kFloats, luma + x);
+    }
+    for (; x < width; ++x)
+        luma[x] = SampleOf(inRow.luma[x], kLumaRange);
+    for (x = 0; x + step <= count; x += step) {
+        const Pixels pairs = hn::BitCast(kPixels, hn::LoadU(kWords, inRow.chroma + 2 * x));
+        hn::StoreU(SamplesOf(hn::And(pairs, hn::Set(kPixels, 0xFFFF)), kChromaRange), kFloats,
+                   cb + x);
+        hn::StoreU(SamplesOf(hn::ShiftRight<16>(pairs), kChromaRange), kFloats, cr + x);
+    }
+    for (; x < count; ++x) {
+        cb[x] = SampleOf(inRow.chroma[2 * x], kChromaRange);
+        cr[x] = SampleOf(inRow.chroma[2 * x + 1], kChromaRange);
+    }
+}
+
+void FromFloats(const PlanarRow& inRow, std::int32_t inWidth, const HalfRow& outRow) {
+    const auto [luma, cb, cr, unused] = inRow;
+    const auto width = static_cast<std::size_t>(inWidth);
+    const std::size_t step = hn::Lanes(kFloats), count = (width + 1) / 2;
+    std::size_t x = 0;
+    for (; x + step <= width; x += step)
+        hn::StoreU(CodesOf(luma + x, kLumaRange), kHalfWords, outRow.luma + x);
+    for (; x < width; ++x)
+        outRow.luma[x] = CodeOf(luma[x], kLumaRange);
+    for (x = 0; x + step <= count; x += step) {
+        hn::StoreInterleaved2(CodesOf(cb + x, kChromaRange), CodesOf(cr + x, kChromaRange),
+                              kHalfWords, outRow.chroma + 2 * x);
+    }
+    for (; x < count; ++x) {
+        outRow.chroma[2 * x] = CodeOf(cb[x], kChromaRange);
+        outRow.chroma[2 * x + 1] = CodeOf(cr[x], kChromaRange);
+    }
+    Continue(width, outRow);
+}
+
 // ---- Packed 4:2:2 -------------------------------------------------------------------------------
 
 template <bool isLumaFirst>
@@ -303,8 +379,8 @@ void ChoosePixels(const Format& inFormat, Matrix inMatrix, HalfRowFunctions& out
 }
 
 HalfRowFunctions FindFunctions(const Format& inFormat, Matrix inMatrix) {
-    HalfRowFunctions functions{nullptr,   nullptr,     LoadLuma,   StoreLuma,
-                               MixChroma, StoreChroma, ApplyMatrix};
+    HalfRowFunctions functions{nullptr,     nullptr,     LoadLuma, StoreLuma, MixChroma,
+                               StoreChroma, ApplyMatrix, ToFloats, FromFloats};
     if (inFormat.layout == Layout::Packed4444 && inFormat.component == Component::Unsigned8) {
         ChoosePixels(inFormat, inMatrix, functions);
     } else if (inFormat.layout == Layout::Packed422 &&

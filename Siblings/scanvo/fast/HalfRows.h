@@ -49,7 +49,19 @@ struct HalfRowFunctions {
                         const std::array<std::uint16_t, 4>& inSixteenths, std::int32_t inWidth,
                         int inStep, std::byte* outCb, std::byte* outCr);
     void (*applyMatrix)(const HalfRowMatrix& inMatrix, std::int32_t inWidth, const HalfRow& ioRow);
+
+    /// To and from planes of floats with half chroma.
+    void (*toFloats)(const HalfRow& inRow, std::int32_t inWidth, const PlanarRow& outRow);
+    void (*fromFloats)(const PlanarRow& inRow, std::int32_t inWidth, const HalfRow& outRow);
 };
+
+/// Whether rows of such pictures can be read into half rows and written from them.
+constexpr bool HasHalfRows(const Format& inFormat) {
+    const ChromaRows rows = inFormat.chroma.rows;
+    return inFormat.layout == Layout::Packed422 ||
+           (inFormat.layout == Layout::Planar && inFormat.chroma.columnShift == 1 &&
+            (rows == ChromaRows::OfFields || rows == ChromaRows::Between));
+}
 
 /// All null without vectors. Pixels of four bytes are loaded as what they are in inMatrix, where
 /// luma still has its own chroma to take from; R'G'B' is stored from rows in inMatrix. Alpha is

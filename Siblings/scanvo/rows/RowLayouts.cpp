@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "fast/VectorLayouts.h"
+#include "rows/HalfRowLayouts.h"
 #include "rows/PlanarLayouts.h"
 
 namespace scanvo {
@@ -296,8 +297,10 @@ RowAccess PlainAccessTo(const Format& inFormat) {
 }
 
 RowAccess AccessTo(const Format& inFormat) {
-    const RowFunctions vectors = VectorLayoutOf(inFormat);
     const RowAccess plain = PlainAccessTo(inFormat);
+    if (const LoadRow load = HalfRowLoadOf(inFormat))
+        return {load, HalfRowStoreOf(inFormat), plain.ranges};
+    const RowFunctions vectors = VectorLayoutOf(inFormat);
     return vectors.load == nullptr ? plain : RowAccess{vectors.load, vectors.store, plain.ranges};
 }
 

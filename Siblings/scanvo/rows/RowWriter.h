@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "rows/HalfRowLayouts.h"
 #include "rows/PlanarLayouts.h"
 #include "rows/RowLayouts.h"
 
@@ -11,24 +12,17 @@ namespace scanvo {
 /// Takes every row of a picture once. Rows of planar pictures must come in ascending order.
 class RowWriter {
   public:
-    RowWriter(const Destination& inPicture, Scratch& ioScratch)
-        : picture_(inPicture), access_(AccessTo(inPicture.format)) {
-        if (inPicture.format.layout == Layout::Planar)
-            planar_.emplace(inPicture, access_.ranges, ioScratch);
-    }
+    RowWriter(const Destination& inPicture, Scratch& ioScratch);
 
     /// A row as FinishedRow gives it.
-    void Write(const PlanarRow& inRow, std::int32_t inRowNumber) {
-        if (planar_) {
-            planar_->Store(inRow, inRowNumber);
-        } else {
-            access_.Store(inRow, picture_, inRowNumber);
-        }
-    }
+    void Write(const PlanarRow& inRow, std::int32_t inRowNumber);
 
   private:
     Destination picture_;
     RowAccess access_;
+    HalfRowFunctions functions_;
+    std::optional<HalfRowWriter> half_;
+    /// The plain form.
     std::optional<PlanarStore> planar_;
 };
 
