@@ -12,6 +12,25 @@
 #include <cstddef>
 #include <cstdint>
 
+#ifndef SCANVO_FAST_CODES_ONCE
+#define SCANVO_FAST_CODES_ONCE
+
+namespace scanvo {
+
+/// 1 / divisor as the sum of two numbers.
+struct Reciprocal {
+    float high, low;
+};
+
+constexpr Reciprocal ReciprocalOf(float inDivisor) {
+    const float high = 1 / inDivisor;
+    return {high, static_cast<float>(1.0 / inDivisor - high)};
+}
+
+}  // namespace scanvo
+
+#endif
+
 HWY_BEFORE_NAMESPACE();
 namespace scanvo::HWY_NAMESPACE {
 
@@ -33,25 +52,34 @@ HWY_INLINE void StoreCodes(D, hwy::HWY_NAMESPACE::Vec<D> inCodes, std::byte* out
     hn::StoreU(hn::BitCast(ByteTag<D>(), inCodes), ByteTag<D>(), bytes);
 }
 
-/// The nearest whole number from 0 to inMaximum, halves rounded up; 0 for NaN.
+/// Floats from here to twice as much are whole numbers, and have them in their lower 23 bits.
+constexpr float kWholeFloats = 8388608.0f;
+
+/// The nearest whole number from 0 to inMaximum to inSample * inScale + inOffset, halves rounded to
+/// even ones, in the lower 16 bits of what is returned; 0 for NaN. The bits above them have no
+/// meaning; the lower eight of these are 0.
 template <class D>
 HWY_INLINE hwy::HWY_NAMESPACE::Vec<hwy::HWY_NAMESPACE::RebindToUnsigned<D>> NearestCode(
-    D inTag, hwy::HWY_NAMESPACE::Vec<D> inValue, hwy::HWY_NAMESPACE::Vec<D> inMaximum) {
+    D inTag, hwy::HWY_NAMESPACE::Vec<D> inSample, hwy::HWY_NAMESPACE::Vec<D> inScale,
+    hwy::HWY_NAMESPACE::Vec<D> inOffset, float inMaximum) {
     namespace hn = hwy::HWY_NAMESPACE;
-    const auto positive = hn::IfThenElseZero(hn::Gt(inValue, hn::Zero(inTag)), inValue);
-    const auto clamped = hn::Min(positive, inMaximum);
-    const auto code =
-        hn::ConvertTo(hn::RebindToSigned<D>(), hn::Add(clamped, hn::Set(inTag, 0.5f)));
-    return hn::BitCast(hn::RebindToUnsigned<D>(), code);
+    const auto least = hn::Set(inTag, kWholeFloats);
+    const auto code = hn::MulAdd(inSample, inScale, hn::Add(inOffset, least));
+#if HWY_ARCH_X86
+    const auto positive = hn::Max(code, least);  // the second one for NaN
+#else
+    const auto positive = hn::IfThenElse(hn::Gt(code, least), code, least);
+#endif
+    return hn::BitCast(hn::RebindToUnsigned<D>(),
+                       hn::Min(positive, hn::Set(inTag, kWholeFloats + inMaximum)));
 }
 
-/// inValue / inDivisor, at the price of a few multiplications; rounded as the division would be
-/// where products are added unrounded. inReciprocal is the rounded 1 / inDivisor.
+/// inValue / divisor at the price of two multiplications, with inHigh and inLow from ReciprocalOf;
+/// rounded as the division would be where products are added unrounded.
 template <class V>
-HWY_INLINE V Quotient(V inValue, V inDivisor, V inReciprocal) {
+HWY_INLINE V Quotient(V inValue, V inHigh, V inLow) {
     namespace hn = hwy::HWY_NAMESPACE;
-    const V estimate = hn::Mul(inValue, inReciprocal);
-    return hn::MulAdd(hn::NegMulAdd(estimate, inDivisor, inValue), inReciprocal, estimate);
+    return hn::MulAdd(inValue, inHigh, hn::Mul(inValue, inLow));
 }
 
 }  // namespace scanvo::HWY_NAMESPACE

@@ -89,8 +89,9 @@ struct VideoRange {
     static constexpr PixelOf<float> kScale = {224, 224, 219, 255};
 };
 
-constexpr PixelOf<float> Reciprocals(const PixelOf<float>& inPixel) {
-    return {1 / inPixel[0], 1 / inPixel[1], 1 / inPixel[2], 1 / inPixel[3]};
+constexpr PixelOf<float> Reciprocals(const PixelOf<float>& inPixel, float Reciprocal::*inPart) {
+    const auto part = [inPart](float scale) { return ReciprocalOf(scale).*inPart; };
+    return {part(inPixel[0]), part(inPixel[1]), part(inPixel[2]), part(inPixel[3])};
 }
 
 }  // namespace scanvo
@@ -129,11 +130,11 @@ HWY_INLINE hn::Vec<D> Shuffle(D inTag, hn::Vec<D> inCodes, const Block<std::uint
 template <class Range, class D>
 HWY_INLINE hn::Vec<D> SamplesOf(D inTag, hn::Vec<hn::Rebind<std::uint8_t, D>> inCodes) {
     static constexpr auto kOffset = Repeated(Range::kOffset);
-    static constexpr auto kScale = Repeated(Range::kScale);
-    static constexpr auto kReciprocal = Repeated(Reciprocals(Range::kScale));
+    static constexpr auto kHigh = Repeated(Reciprocals(Range::kScale, &Reciprocal::high));
+    static constexpr auto kLow = Repeated(Reciprocals(Range::kScale, &Reciprocal::low));
     const auto codes = hn::ConvertTo(inTag, hn::PromoteTo(hn::RebindToSigned<D>(), inCodes));
-    return Quotient(hn::Sub(codes, Repeat(inTag, kOffset)), Repeat(inTag, kScale),
-                    Repeat(inTag, kReciprocal));
+    return Quotient(hn::Sub(codes, Repeat(inTag, kOffset)), Repeat(inTag, kHigh),
+                    Repeat(inTag, kLow));
 }
 
 template <class Range, class D>
@@ -146,13 +147,14 @@ template <class Range, class D>
 HWY_INLINE hn::Vec<D> CodesOf(D inTag, hn::Vec<hn::Rebind<float, D>> inSamples) {
     const hn::Rebind<float, D> floats;
     if constexpr (std::is_same_v<hn::TFromD<D>, std::uint16_t>) {
-        const auto white = hn::Set(floats, 32768.0f);
-        return hn::TruncateTo(inTag, NearestCode(floats, hn::Mul(inSamples, white), white));
+        constexpr float kWhite = 32768.0f;
+        return hn::TruncateTo(inTag, NearestCode(floats, inSamples, hn::Set(floats, kWhite),
+                                                 hn::Zero(floats), kWhite));
     } else {
         static constexpr auto kOffset = Repeated(Range::kOffset);
         static constexpr auto kScale = Repeated(Range::kScale);
-        const auto codes = hn::MulAdd(inSamples, Repeat(floats, kScale), Repeat(floats, kOffset));
-        return hn::TruncateTo(inTag, NearestCode(floats, codes, hn::Set(floats, 255.0f)));
+        return hn::TruncateTo(inTag, NearestCode(floats, inSamples, Repeat(floats, kScale),
+                                                 Repeat(floats, kOffset), 255.0f));
     }
 }
 

@@ -199,18 +199,20 @@ using Floats = hn::Vec<decltype(kFloats)>;
 struct Range {
     float offset, scale;
 };
-constexpr Range kLumaRange{16 * 256, 219 * 256}, kChromaRange{128 * 256, 224 * 256};
+inline constexpr Range kLumaRange{16 * 256, 219 * 256}, kChromaRange{128 * 256, 224 * 256};
 
-HWY_INLINE Floats SamplesOf(Pixels inCodes, const Range& inRange) {
+template <const Range& kRange>
+HWY_INLINE Floats SamplesOf(Pixels inCodes) {
+    constexpr Reciprocal kReciprocal = ReciprocalOf(kRange.scale);
     const Floats codes = hn::ConvertTo(kFloats, hn::BitCast(kSums, inCodes));
-    return Quotient(hn::Sub(codes, hn::Set(kFloats, inRange.offset)),
-                    hn::Set(kFloats, inRange.scale), hn::Set(kFloats, 1 / inRange.scale));
+    return Quotient(hn::Sub(codes, hn::Set(kFloats, kRange.offset)),
+                    hn::Set(kFloats, kReciprocal.high), hn::Set(kFloats, kReciprocal.low));
 }
 
 HWY_INLINE hn::Vec<decltype(kHalfWords)> CodesOf(const float* inSamples, const Range& inRange) {
-    const Floats codes = hn::MulAdd(hn::LoadU(kFloats, inSamples), hn::Set(kFloats, inRange.scale),
-                                    hn::Set(kFloats, inRange.offset));
-    return hn::DemoteTo(kHalfWords, hn::NearestInt(codes));
+    return hn::TruncateTo(kHalfWords, NearestCode(kFloats, hn::LoadU(kFloats, inSamples),
+                                                  hn::Set(kFloats, inRange.scale),
+                                                  hn::Set(kFloats, inRange.offset), 65535.0f));
 }
 
 float SampleOf(std::uint16_t inCode, const Range& inRange) {
@@ -228,15 +230,15 @@ void ToFloats(const HalfRow& inRow, std::int32_t inWidth, const PlanarRow& outRo
     std::size_t x = 0;
     for (; x + step <= width; x += step) {
         const auto codes = hn::PromoteTo(kPixels, hn::LoadU(kHalfWords, inRow.luma + x));
-        hn::StoreU(SamplesOf(codes, kLumaRange), kFloats, luma + x);
+        hn::StoreU(SamplesOf<kLumaRange>(codes), kFloats, luma + x);
     }
     for (; x < width; ++x)
         luma[x] = SampleOf(inRow.luma[x], kLumaRange);
     for (x = 0; x + step <= count; x += step) {
         const Pixels pairs = hn::BitCast(kPixels, hn::LoadU(kWords, inRow.chroma + 2 * x));
-        hn::StoreU(SamplesOf(hn::And(pairs, hn::Set(kPixels, 0xFFFF)), kChromaRange), kFloats,
+        hn::StoreU(SamplesOf<kChromaRange>(hn::And(pairs, hn::Set(kPixels, 0xFFFF))), kFloats,
                    cb + x);
-        hn::StoreU(SamplesOf(hn::ShiftRight<16>(pairs), kChromaRange), kFloats, cr + x);
+        hn::StoreU(SamplesOf<kChromaRange>(hn::ShiftRight<16>(pairs)), kFloats, cr + x);
     }
     for (; x < count; ++x) {
         cb[x] = SampleOf(inRow.chroma[2 * x], kChromaRange);

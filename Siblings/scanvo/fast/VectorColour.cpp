@@ -141,15 +141,66 @@ HWY_INLINE V Power(V inX) {
     return hn::Mul(Polynomial(kExponential, rest), hn::BitCast(kFloats, scale));
 }
 
+// What long vectors do faster: a table of what 16 exponents become, from kFirstExponent on, and a
+// polynomial for mantissas from 1 to 2.
+struct PowerTable {
+    int firstExponent;
+    float scales[16];
+    float mantissa[6];
+};
+constexpr PowerTable kTo2Point4 = {
+    -4,
+    {0.00128858194f, 0.00680117628f, 0.0358968236f, 0.189464571f, 1.0f, 5.27803164f, 27.857618f,
+     147.033389f, 776.046882f, 4096.0f, 21618.8176f, 114104.803f, 602248.763f, 3178688.03f, 16777216.0f,
+     88550676.9f},
+    {0.025840964f, -0.160251793f, 0.801974621f, 0.377663529f, -0.0494221984f, 0.00419512621f}};
+constexpr PowerTable kTo5Over12 = {
+    -9,
+    {0.0743254447f, 0.0992125657f, 0.132432887f, 0.176776695f, 0.235968578f, 0.314980262f,
+     0.420448208f, 0.561231024f, 0.749153538f, 1.0f, 1.33483985f, 1.78179744f, 2.37841423f,
+     3.1748021f, 4.23785238f, 5.65685425f},
+    {0.376330312f, 0.952814891f, -0.49173015f, 0.208567776f, -0.0514170116f, 0.00543537267f}};
+
+constexpr bool kHasLongVectors = hn::MaxLanes(kFloats) >= 16;
+
+// Whether no element lies above those of the table.
+template <const PowerTable& kTable>
+HWY_INLINE bool IsInTable(V inX) {
+    constexpr std::int32_t kEnd = (127 + kTable.firstExponent + 16) << 23;
+    const hn::RebindToSigned<decltype(kFloats)> integers;
+    return hn::AllTrue(kFloats, hn::Lt(inX, hn::BitCast(kFloats, hn::Set(integers, kEnd))));
+}
+
+// The result for what lies below the table is some number.
+template <const PowerTable& kTable>
+HWY_INLINE V PowerByTable(V inX) {
+    const hn::RebindToSigned<decltype(kFloats)> integers;
+    const auto bits = hn::BitCast(integers, inX);
+    const auto exponent =
+        hn::Sub(hn::ShiftRight<23>(bits), hn::Set(integers, 127 + kTable.firstExponent));
+    const auto index = hn::IndicesFromVec(kFloats, hn::And(exponent, hn::Set(integers, 15)));
+    const auto mantissa = hn::BitCast(
+        kFloats, hn::OrAnd(hn::Set(integers, 0x3F800000), bits, hn::Set(integers, 0x7FFFFF)));
+    const V scale = hn::TableLookupLanes(hn::LoadU(kFloats, kTable.scales), index);
+    return hn::Mul(Polynomial(kTable.mantissa, mantissa), scale);
+}
+
 struct ToLinear {
     static constexpr ColourStep kStep = ColourStep::ToLinearLight;
     static HWY_INLINE V Of(V inEncoded) {
         const V line = hn::Mul(inEncoded, hn::Set(kFloats, 1 / 12.92f));
         const V base =
             hn::MulAdd(inEncoded, hn::Set(kFloats, 1 / 1.055f), hn::Set(kFloats, 0.055f / 1.055f));
-        // base^2.4, in a way that keeps infinity and NaN.
-        const V curve = hn::Mul(hn::Mul(base, base), Power<2, 5>(base));
-        return hn::IfThenElse(hn::Le(inEncoded, hn::Set(kFloats, 0.04045f)), line, curve);
+        return hn::IfThenElse(hn::Le(inEncoded, hn::Set(kFloats, 0.04045f)), line, Curve(base));
+    }
+
+  private:
+    static HWY_INLINE V Curve(V inBase) {
+        if constexpr (kHasLongVectors) {
+            if (HWY_LIKELY(IsInTable<kTo2Point4>(inBase))) return PowerByTable<kTo2Point4>(inBase);
+        }
+        // inBase^2.4, in a way that keeps infinity and NaN.
+        return hn::Mul(hn::Mul(inBase, inBase), Power<2, 5>(inBase));
     }
 };
 
@@ -157,9 +208,19 @@ struct FromLinear {
     static constexpr ColourStep kStep = ColourStep::FromLinearLight;
     static HWY_INLINE V Of(V inLinear) {
         const V line = hn::Mul(inLinear, hn::Set(kFloats, 12.92f));
-        const V root = hn::Mul(inLinear, Power<-7, 12>(inLinear));  // inLinear^(1 / 2.4)
-        const V curve = hn::MulSub(root, hn::Set(kFloats, 1.055f), hn::Set(kFloats, 0.055f));
+        const V curve =
+            hn::MulSub(Root(inLinear), hn::Set(kFloats, 1.055f), hn::Set(kFloats, 0.055f));
         return hn::IfThenElse(hn::Le(inLinear, hn::Set(kFloats, 0.0031308f)), line, curve);
+    }
+
+  private:
+    // inLinear^(1 / 2.4).
+    static HWY_INLINE V Root(V inLinear) {
+        if constexpr (kHasLongVectors) {
+            if (HWY_LIKELY(IsInTable<kTo5Over12>(inLinear)))
+                return PowerByTable<kTo5Over12>(inLinear);
+        }
+        return hn::Mul(inLinear, Power<-7, 12>(inLinear));
     }
 };
 

@@ -79,18 +79,21 @@ struct PlaneCodes {
     PlaneCodes(const CodeRanges& inRanges, std::size_t inPlane)
         : offset(hn::Set(D(), inRanges.offset[inPlane])),
           scale(hn::Set(D(), inRanges.scale[inPlane])),
-          reciprocal(hn::Set(D(), 1 / inRanges.scale[inPlane])),
-          maximum(hn::Set(D(), inRanges.maximum)) {}
+          high(hn::Set(D(), ReciprocalOf(inRanges.scale[inPlane]).high)),
+          low(hn::Set(D(), ReciprocalOf(inRanges.scale[inPlane]).low)),
+          maximum(inRanges.maximum) {}
 
     HWY_INLINE V Samples(hn::Vec<Unsigned> inCodes) const {
         const auto codes = hn::ConvertTo(D(), hn::BitCast(hn::RebindToSigned<D>(), inCodes));
-        return Quotient(hn::Sub(codes, offset), scale, reciprocal);
+        return Quotient(hn::Sub(codes, offset), high, low);
     }
+    /// As NearestCode has them.
     HWY_INLINE hn::Vec<Unsigned> Codes(V inSamples) const {
-        return NearestCode(D(), hn::MulAdd(inSamples, scale, offset), maximum);
+        return NearestCode(D(), inSamples, scale, offset, maximum);
     }
 
-    V offset, scale, reciprocal, maximum;
+    V offset, scale, high, low;
+    float maximum;
 };
 
 constexpr hn::ScalableTag<float> kFloats;
@@ -143,9 +146,11 @@ void StoreBytes(const PlanarRow& inRow, const CodeRanges& inRanges, const Destin
             const std::size_t plane = PlaneAt(isReversed, place);
             return codes[plane].Codes(hn::LoadU(kFloats, planes[plane] + x));
         };
-        const Words lower = hn::Or(codeAt(0), hn::ShiftLeft<8>(codeAt(1)));
-        const Words upper = hn::Or(codeAt(2), hn::ShiftLeft<8>(codeAt(3)));
-        StoreCodes(kWords, hn::Or(lower, hn::ShiftLeft<16>(upper)), row + std::int64_t{x} * 4);
+        // Shifts drop what lies above the codes.
+        const Words first = hn::And(codeAt(0), hn::Set(kWords, 0xFF));
+        const Words middle = hn::Or(hn::ShiftLeft<8>(codeAt(1)), hn::ShiftLeft<16>(codeAt(2)));
+        StoreCodes(kWords, hn::Or3(first, middle, hn::ShiftLeft<24>(codeAt(3))),
+                   row + std::int64_t{x} * 4);
     }
     StoreRest(inRow, outPicture, inRowNumber, x);
 }
@@ -185,8 +190,11 @@ void Store15Bit(const PlanarRow& inRow, const CodeRanges& inRanges, const Destin
         const auto codeAt = [&](std::size_t place) HWY_ATTR {
             return codes.Codes(hn::LoadU(kFloats, planes[PlaneAt(isReversed, place)] + x));
         };
-        const Words lower = hn::Or(codeAt(0), hn::ShiftLeft<16>(codeAt(1)));
-        const Words upper = hn::Or(codeAt(2), hn::ShiftLeft<16>(codeAt(3)));
+        const auto pairAt = [&](std::size_t place) HWY_ATTR {
+            return hn::OrAnd(hn::ShiftLeft<16>(codeAt(place + 1)), codeAt(place),
+                             hn::Set(kWords, 0xFFFF));
+        };
+        const Words lower = pairAt(0), upper = pairAt(2);
         hn::StoreInterleaved2(lower, upper, kWords,
                               reinterpret_cast<std::uint32_t*>(row + std::int64_t{x} * 8));
     }

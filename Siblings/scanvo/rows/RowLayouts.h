@@ -11,6 +11,7 @@
 #pragma once
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 
 #include "formats/Picture.h"
@@ -25,12 +26,13 @@ struct CodeRanges {
     float maximum;
 };
 
-/// The code of a sample. The comparisons are written so that NaN takes the lower bound.
+/// The code of a sample, halves rounded to even ones. The comparisons are written so that NaN takes
+/// the lower bound.
 inline std::int32_t Quantise(float inSample, float inOffset, float inScale, float inMaximum) {
     float code = inSample * inScale + inOffset;
     code = code > 0.0f ? code : 0.0f;
     code = code < inMaximum ? code : inMaximum;
-    return static_cast<std::int32_t>(code + 0.5f);
+    return static_cast<std::int32_t>(std::lrintf(code));
 }
 
 using LoadRow = void (*)(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,
