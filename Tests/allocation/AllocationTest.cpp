@@ -1,15 +1,7 @@
 // Runs each operation once for each of its allocations, refusing that one. Every run is a process
 // of its own, so that nothing kept from earlier runs spares it an allocation.
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
-
-#include <cstring>
-#include <filesystem>
-#include <functional>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "Memory.h"
 #include "VideoFrame/EffectWorld.h"

@@ -1,9 +1,6 @@
 // Records in tests.
 #pragma once
 
-#include <cstring>
-#include <vector>
-
 #include "VideoFrame/TPixBridge.h"
 #include "frames/VideoFrameUtilities.h"
 #include "support/Contracts.h"

@@ -1,7 +1,5 @@
 #include "VideoFrame/TPixBridge.h"
 
-#include <tuple>
-
 #include "Records.h"
 #include "bridges/RowGeometry.h"
 #include "support/FrameWithoutMemory.h"
@@ -78,23 +76,6 @@ TEST_F(TPixBridge, PointsIntoFrames) {
     }
 }
 
-TEST_F(TPixBridge, PacksAspectRatiosInThousandthsWithTheirSign) {
-    for (const auto& [numerator, denominator, packed] : {std::tuple{9U, 10U, 0x0384'03E8UL},
-                                                         {32768U, 1000U, 0xFFFF'FFFF'8000'03E8UL},
-                                                         {65539U, 1000U, 0x0003'03E8UL},
-                                                         {1U, 0U, 1000UL},
-                                                         {4000000000U, 1U, 1000UL}}) {
-        const VF::VideoFrameRef frame = MakeFrame(kWidth, 2);
-        frame->SetPixelAspectRatio({numerator, denominator});
-        const TPixHand handle = VF::NewTPixFromVideoFrame(frame);
-        EXPECT_EQ((*handle)->pixelAspectRatio, packed) << numerator;
-        // The legacy query packs the ratio itself, without a sign.
-        EXPECT_EQ(tpixGetPixelAspectRatio(handle), numerator << 16 | denominator);
-        EXPECT_EQ((*handle)->pixelAspectRatio, numerator << 16 | denominator);
-        tpixDispose(handle);
-    }
-}
-
 /// A frame that tells of its rows in the other way only, as frames of other libraries may.
 class FrameWithRowGeometry final : public FrameWithoutMemory, public VF::IVideoFrameRowGeometry {
   public:
@@ -164,22 +145,6 @@ TEST_F(TPixBridge, TakesMemoryOfAnyOwner) {
     EXPECT_EQ(VF::NewTPixFromVideoMemoryAccess(nullptr), nullptr);
     for (const TPixHand handle : {raw, again, ofFrame})
         VF::DisposeTPixFromVideoFrame(handle);
-}
-
-TEST_F(TPixBridge, KeepsTheFrameAndAnswersForIt) {
-    VF::VideoFrameRef frame = MakeFrame(kWidth, 4, OV::kPixelFormat_VUYA_4444_8u);
-    frame->SetRenderTime(77);
-    frame->SetFieldType(1);
-    frame->SetReadOnly(true);
-    const TPixHand handle = VF::NewTPixFromVideoFrame(frame);
-    frame = nullptr;
-    EXPECT_EQ(VF::GetUnderlyingVideoFrameRenderTime(handle), 77U);
-    EXPECT_EQ(VF::GetUnderlyingVideoFrameFieldType(handle), 1U);
-    EXPECT_EQ(VF::GetUnderlyingVideoFramePixelFormat(handle), OV::kPixelFormat_VUYA_4444_8u);
-    EXPECT_TRUE(VF::GetUnderlyingVideoFrameReadOnly(handle));
-    VF::DisposeTPixFromVideoFrame(handle);
-    EXPECT_EQ(*handle, nullptr);
-    VF::DisposeTPixFromVideoFrame(handle);  // nothing happens any more
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -81,18 +81,6 @@ TEST_F(TPixFields, StackOfStates) {
     tpixDispose(handle);
 }
 
-TEST_F(TPixFields, WithoutMemoryForAStateNothingChanges) {
-    const TPixHand handle = NewRecord(5, 8);
-    for (const int allocations : {0, 1}) {
-        const auto before = BytesAt(*handle, 288);
-        hoardex::FailAllocationsAfter(allocations);
-        TPixFieldsPrep(handle, 1);
-        hoardex::FailAllocationsAfter(-1);
-        EXPECT_EQ(BytesAt(*handle, 288), before);
-    }
-    tpixDispose(handle);
-}
-
 TEST_F(TPixFields, ClonesShowTheSameField) {
     for (const auto& [order, field] : {std::pair{0, 0}, {0, 1}, {1, 0}, {1, 1}}) {
         const TPixHand source = NewRecord(6, 10);

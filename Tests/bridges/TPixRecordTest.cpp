@@ -7,27 +7,6 @@ namespace {
 
 using TPixRecord = BridgeTest;
 
-TEST_F(TPixRecord, RowsOfEveryDepth) {
-    using Case = std::tuple<std::uint32_t, std::int32_t, std::uint32_t>;
-    // clang-format off
-    for (const auto& [width, depth, bytes] : std::initializer_list<Case>{
-             {5, 1, 4}, {33, 1, 8}, {3, 4, 4}, {9, 4, 8}, {5, 8, 8}, {4, 8, 4}, {3, 16, 8},
-             {10, 24, 32}, {100, 32, 400}, {100, 12, 0}, {100, 0, 0}, {100, -1, 0}, {100, 33, 0},
-             {30000, 24, 24464}, {65535, 8, 65536}, {65536, 8, 0}, {0x80000001U, 16, 4},
-             {0x40000001U, 32, 4}, {0xFFFFFFFFU, 4, 0}, {0xFFFFFFFFU, 1, 0}}) {
-        // clang-format on
-        EXPECT_EQ(CalcRowBytes(width, depth), bytes) << width << " " << depth;
-    }
-}
-
-TEST_F(TPixRecord, LinesRunDownwardsThroughMemory) {
-    char memory[64];
-    EXPECT_EQ(tpixTopLine(memory, 16, 4), memory + 48);
-    EXPECT_EQ(tpixNextLine(memory + 48, 16), memory + 32);
-    EXPECT_EQ(tpixCalcNextSkip(16, 3), -28);
-    EXPECT_EQ(tpixTopLine(memory, 0x10000, 0x10001), memory);  // the product keeps 32 bits
-}
-
 // Three lines of two pixels, rows of twelve bytes.
 TEST_F(TPixRecord, ReadsPixelsAndFillsAlpha) {
     std::uint32_t lines[3][3] = {{0xFF040506, 0xFF070809, 0x11111111},

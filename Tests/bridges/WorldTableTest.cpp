@@ -1,5 +1,3 @@
-#include <thread>
-
 #include "Records.h"
 
 namespace bridges_test {

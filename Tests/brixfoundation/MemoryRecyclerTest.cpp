@@ -1,11 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <cstring>
 #include <new>
-#include <vector>
 
 #include "contracts/BrixFoundation.h"
+#include "support/Testing.h"
 
 using namespace Brix;
 
@@ -83,19 +79,6 @@ TEST_F(MemoryRecyclerTest, WhatIsKeptStaysWithinTheBoundOldestGoingFirst) {
     recycler->SetKeptBytesLimit(std::size_t{512} << 20);
 }
 
-TEST_F(MemoryRecyclerTest, LastHolderDestroysTheRecyclerButNotBlocksInUse) {
-    MemoryBuffer inUse;
-    {
-        const MemoryRecycler::Pointer recycler;
-        inUse = recycler->AllocateBuffer(1 << 20);
-        recycler->RecycleBuffer(recycler->AllocateBuffer(1 << 20));
-        EXPECT_EQ(gBlocksFromSource, 2);
-    }
-    EXPECT_EQ(gBlocksFromSource, 1);
-    std::memset(inUse.address, 1, inUse.capacity);
-    MemoryRecycler::Instance()->RecycleBuffer(inUse);
-}
-
 TEST_F(MemoryRecyclerTest, StartKeepsTheRecyclerUntilTheMatchingStop) {
     Foundation::Initialize();
     Foundation::Initialize();
@@ -105,16 +88,4 @@ TEST_F(MemoryRecyclerTest, StartKeepsTheRecyclerUntilTheMatchingStop) {
     Foundation::Terminate();
     EXPECT_EQ(gBlocksFromSource, 0);
     Foundation::Terminate();  // without a start: nothing happens
-}
-
-TEST_F(MemoryRecyclerTest, RefusalsOfTheSourceComeThrough) {
-    const BlockSource counting = MemoryRecycler::SetBlockSource(
-        {[](std::size_t) -> void* { return nullptr; }, kCountingSource.free});
-    EXPECT_EQ(MemoryRecycler::Instance()->AllocateBuffer(1).address, nullptr);
-    MemoryRecycler::SetBlockSource(
-        {[](std::size_t) -> void* { throw std::bad_alloc(); }, kCountingSource.free});
-    EXPECT_THROW(MemoryRecycler::Instance()->AllocateBuffer(1), std::bad_alloc);
-    MemoryRecycler::SetBlockSource(counting);
-    EXPECT_EQ(MemoryRecycler::Instance()->AllocateBuffer(SIZE_MAX).address, nullptr);
-    MemoryRecycler::Instance()->RecycleBuffer({});
 }

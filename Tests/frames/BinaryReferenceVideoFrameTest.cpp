@@ -1,11 +1,5 @@
 #include "frames/BinaryReferenceVideoFrame.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <cstring>
-#include <thread>
-
 #include "support/Contracts.h"
 #include "support/Frames.h"
 #include "support/SharedFolder.h"
@@ -97,22 +91,4 @@ TEST_F(BinaryReferenceFrame, PublishedAndReceivedShareTheBytesAndAreReadOnlyForG
     EXPECT_EQ(std::memcmp(support::Data(received), support::Data(frame), 64 * 4 * 4), 0);
     EXPECT_FALSE(IsPublishable(support::MakeFrame(8, 8)));
     VF::Initialize();
-}
-
-TEST_F(BinaryReferenceFrame, PublishesOnOneThreadWhileAnotherAsks) {
-    for (int round = 0; round < 50; ++round) {
-        const VF::VideoFrameRef frame = support::MakeFrame(16, 16);
-        std::atomic<bool> done = false;
-        const std::jthread reader([&] {
-            for (bool wasReadOnly = false; !done;) {
-                const bool isReadOnly = frame->GetReadOnly();
-                EXPECT_TRUE(isReadOnly || !wasReadOnly);
-                wasReadOnly = isReadOnly;
-                EXPECT_EQ(frame->GetBounds().Width(), 16);
-            }
-        });
-        EXPECT_EQ(Publish(frame, Guid::Generate()), 0);
-        EXPECT_EQ(Publish(frame, Guid::Generate()), 0);
-        done = true;
-    }
 }

@@ -1,11 +1,7 @@
 #include "VideoFrame/FrameLayout.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cstring>
-
 #include "frames/FrameHeader.h"
+#include "support/Testing.h"
 
 using namespace tulomediatypes;
 

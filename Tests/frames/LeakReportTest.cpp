@@ -1,7 +1,4 @@
-#include <gtest/gtest.h>
-
 #include <locale>
-#include <string>
 
 #include "frames/RawFrame.h"
 #include "frames/VideoFrameUtilities.h"

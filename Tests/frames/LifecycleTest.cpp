@@ -1,9 +1,5 @@
 #include "VideoFrame/Lifecycle.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "contracts/Pellux.h"
 #include "contracts/Scanvo.h"
 #include "frames/VideoFrameUtilities.h"

@@ -1,14 +1,5 @@
 #include "VideoFrame/PixelFormatUtilities.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <climits>
-#include <functional>
-#include <set>
-#include <tuple>
-#include <vector>
-
 #include "contracts/Orvane.h"
 #include "support/Contracts.h"
 
@@ -76,14 +67,6 @@ TEST(Vocabularies, SDKCodes) {
         EXPECT_EQ(VF::IsStandardBEPixelFormat({code, 0}), !isValid) << code;
     }
     EXPECT_FALSE(VF::IsCustomSDKPixelFormat(FourCC("abc_")));
-}
-
-TEST(Precision, ComesFromTheComponentTypeAlone) {
-    constexpr std::array<int, 8> kBits = {8, 0, 16, 0, 0, 32, 0, 0};
-    for (std::uint32_t i = 0; i < 16; ++i) {
-        const PixelFormat format{0, (i < 8 ? 0 : ~0xEU) | i % 8 << 1};
-        EXPECT_EQ(VF::PixelFormatComponentPrecision(format), kBits[i % 8]);
-    }
 }
 
 TEST(Colours, OnePixelOrOneUnitAndNoByteMore) {

@@ -1,10 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <utility>
-#include <vector>
-
 #include "frames/RawFrame.h"
 #include "frames/SharedMemoryVideoFrame.h"
 #include "support/Contracts.h"

@@ -1,11 +1,10 @@
 // Hosts call operations by their position in the table.
-#include <gtest/gtest.h>
 
-#include <array>
 #include <bit>
 
 #include "frames/RawFrame.h"
 #include "frames/SharedMemoryVideoFrame.h"
+#include "support/Testing.h"
 
 namespace {
 

@@ -1,9 +1,6 @@
-#include "VideoFrame/VideoFrameFactory.h"
-
-#include <gtest/gtest.h>
-
-#include <climits>
 #include <new>
+
+#include "VideoFrame/VideoFrameFactory.h"
 
 #include "frames/RawFrame.h"
 #include "frames/SharedMemoryVideoFrame.h"

@@ -1,4 +1,3 @@
-
 #include "Patterns.h"
 
 namespace manipulators_test {

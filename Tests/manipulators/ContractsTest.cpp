@@ -1,5 +1,4 @@
 // What the manipulators refuse.
-#include <functional>
 
 #include "Patterns.h"
 #include "support/FrameWithoutMemory.h"

@@ -47,15 +47,6 @@ TEST(CopyRect, TakesTheRowsOfTheRectangle) {
     }
 }
 
-TEST(CopyRect, ConvertsAndScales) {
-    const Canvas source = Paint(8, 8, [](std::int32_t x, std::int32_t y) {
-        return x < 4 && y < 4 ? Pixel{0, 0, 255, 255} : Pixel{255, 0, 0, 255};
-    });
-    const Canvas destination{MakeFrame(20, 20, tulomediatypes::kPixelFormat_ARGB_4444_8u)};
-    EXPECT_EQ(CopyRect(source.frame, {0, 0, 4, 4}, destination.frame, {0, 0, 20, 20}, 4, 3), 0);
-    ExpectPixels(destination, [](std::int32_t, std::int32_t) { return Pixel{255, 255, 0, 0}; });
-}
-
 TEST(CopyFrame, CarriesPropertiesAcross) {
     const Canvas source = PaintPattern(12, 8);
     source.frame->SetFieldType(2);
@@ -110,15 +101,6 @@ TEST(MakeAddressable, KeepsOrConverts) {
     VF::VideoFrameRef untouched;
     EXPECT_LT(MakeAddressableVideoFrame(MakeCustomFrame(400), untouched, {}, 4), 0);
     EXPECT_FALSE(untouched);
-}
-
-TEST(MakeWriteable, CopiesReadOnlyFrames) {
-    const Canvas source = PaintPattern(6, 5);
-    EXPECT_EQ(VF::MakeWriteableVideoFrame(source.frame, 4), source.frame);
-    source.frame->SetReadOnly(true);
-    const Canvas copy{VF::MakeWriteableVideoFrame(source.frame, 4)};
-    EXPECT_FALSE(copy.frame->GetReadOnly());
-    ExpectPixels(copy, PatternAt);
 }
 
 TEST(ExternalBuffers, HoldTheFramesMemoryRows) {

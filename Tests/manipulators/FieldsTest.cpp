@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "Patterns.h"
 
 namespace manipulators_test {
@@ -106,29 +104,6 @@ TEST(VerticalConvolve, MixesEachRowWithItsNeighbours) {
     const Canvas row = PaintPattern(5, 1);
     VerticalConvolve(PaintPlain(5, 1).frame, row.frame);
     ExpectPixels(row, PatternAt);
-}
-
-// Compressed frames are merged as they are, also into one that is read-only.
-TEST(MergePulldown, TakesFieldOneOfTheSecond) {
-    for (const auto& [format, height, isReadOnly] :
-         {std::tuple{tulomediatypes::kPixelFormat_BGRA_4444_8u, 10, false},
-          {OV::kPixelFormat_NTSCDV25, 480, true},
-          {OV::kPixelFormat_PALDV25, 576, true},
-          {OV::kPixelFormat_PALDV50, 576, true}}) {
-        const Canvas seen = PaintPlain(720, height);
-        const Canvas grey = Paint(720, height, [](int, int) { return Pixel{99, 99, 99, 255}; });
-        const VF::VideoFrameRef first = MakeFrame(720, static_cast<std::uint32_t>(height), format);
-        const VF::VideoFrameRef second = first->Duplicate();
-        CopyFrame(seen.frame, first, 4);
-        CopyFrame(grey.frame, second, 4);
-        first->SetFieldType(1);
-        first->SetReadOnly(isReadOnly);
-        second->SetFieldType(1);
-        EXPECT_EQ(MergePulldownFrames(first, second), 0);
-        CopyFrame(first, seen.frame, 4);
-        for (std::int32_t y = height / 2; y < height / 2 + 4; ++y)
-            EXPECT_NEAR(seen.At(100, y)[0], y % 2 * 99, 3) << height << ' ' << y;
-    }
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 // Frames whose pixels tell where they come from, in display coordinates.
 #pragma once
 
-#include <vector>
-
 #include "support/Canvas.h"
 #include "support/Contracts.h"
 

@@ -1,9 +1,5 @@
 #include "VideoFrame/MultiCamRendering.h"
 
-#include <array>
-#include <limits>
-#include <vector>
-
 #include "VideoFrame/SharedVideoFrameCache.h"
 #include "support/Canvas.h"
 #include "support/Contracts.h"
@@ -182,17 +178,6 @@ TEST(RenderMulticam, DrawsEveryFormatUpright) {
 
 // ---------------------------------------------------------------------------------------------
 // One source
-
-TEST(RenderNonMulticam, FitsTheFirstSource) {
-    const auto sources = Sources({{20, 10}, {20, 10}});
-    const auto params = Params(41, 31);
-    for (const bool useAllProcessors : {false, true}) {
-        ExpectSamePixels(VF::RenderNonMulticam(sources, false, params, {}, useAllProcessors),
-                         PaintPatches({41, 31}, {{A, 0, 5, 41, 20}}));
-        ExpectSamePixels(VF::RenderNonMulticam(sources, true, params, {}, useAllProcessors),
-                         PaintPatches({41, 31}, {{A, 0, 10, 20, 10}, {A, 20, 10, 20, 10}}));
-    }
-}
 
 // Also in formats that nothing can be drawn in.
 TEST(RenderNonMulticam, TakesWhatFillsItWithoutDetour) {

@@ -1,8 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "contracts/Orvane.h"
+#include "support/Testing.h"
 
 namespace {
 
@@ -68,23 +65,6 @@ TEST_F(MediaManagerTest, FlushesWhatWasUsedLongestAgo) {
     EXPECT_EQ(manager->GetUsedBytes(), 500U);
 }
 
-TEST_F(MediaManagerTest, CountsRetainedBytes) {
-    const Guid one = Guid::Generate();
-    const Guid other = Guid::Generate();
-    Add(1, 40, map);
-    Add(2, 40, map);
-    manager->SetRetainedBytes(one, 20);
-    EXPECT_EQ(map.TakeFlushed(), "");
-    manager->SetRetainedBytes(other, 20);
-    EXPECT_EQ(map.TakeFlushed(), "1 ");
-    manager->SetRetainedBytes(one, 90);
-    EXPECT_EQ(map.TakeFlushed(), "2 ");
-    EXPECT_EQ(manager->GetUsedBytes(), 110U);
-    manager->SetRetainedBytes(one, 0);
-    manager->SetRetainedBytes(other, 0);
-    EXPECT_EQ(manager->GetUsedBytes(), 0U);
-}
-
 TEST_F(MediaManagerTest, BudgetAndPurge) {
     for (const std::uint64_t item : {1U, 2U, 3U})
         Add(item, 30, map);
@@ -110,21 +90,6 @@ TEST_F(MediaManagerTest, FlushesItemsOfOtherMapsFromTheMainThread) {
     EXPECT_EQ(other.flushed, "1 ");
     EXPECT_EQ(map.flushed, "");
     EXPECT_EQ(other.references, 0);
-}
-
-TEST_F(MediaManagerTest, RefusesNullMapsAndCanBeReplaced) {
-    EXPECT_THROW(manager->AddItem(1, 1, 0, false, nullptr), Brix::NullInterfaceException);
-    EXPECT_THROW(manager->UseItem(1, nullptr), Brix::NullInterfaceException);
-    EXPECT_THROW(manager->RemoveItem(1, nullptr), Brix::NullInterfaceException);
-    const auto before = OV::SetMediaManager(nullptr);
-    EXPECT_EQ(before, manager);
-    EXPECT_FALSE(OV::GetMediaManager());
-    OV::SetMediaManager(before);
-    Guid one;
-    Guid other;
-    manager->GetMapGuid(one);
-    manager->GetMapGuid(other);
-    EXPECT_FALSE(one == Guid() || one == other);
 }
 
 // Hosts call by position: operation 10 gives the bytes, 12 drops them.

@@ -2,8 +2,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <random>
-
 #include "ServiceTest.h"
 
 using namespace service_test;

@@ -4,9 +4,6 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
-#include <fstream>
-#include <thread>
-
 #include "ServiceTest.h"
 
 using namespace service_test;
@@ -35,20 +32,6 @@ TEST_F(FolderTest, OnlyTheUserMayUseIt) {
         EXPECT_EQ(fs::status(made).permissions(), fs::perms{0700});
         for (const auto& entry : fs::directory_iterator(made))
             EXPECT_EQ(entry.status().permissions(), fs::perms{0600}) << entry;
-    }
-}
-
-TEST_F(FolderTest, AFolderOpenToOthersIsRefused) {
-    fs::create_directory(folder_ / "open");
-    fs::permissions(folder_ / "open", fs::perms{0750});
-    fs::create_symlink(folder_, folder_ / "link");
-    std::ofstream(folder_ / "file") << "no folder";
-    ASSERT_EQ(mkdir((folder_ / "theirs").c_str(), 0700), 0);
-    std::vector<std::string> refused{"open", "link", "file", "missing/folder"};
-    if (chown((folder_ / "theirs").c_str(), 12345, 12345) == 0) refused.push_back("theirs");
-    for (const std::string& name : refused) {
-        EXPECT_FALSE(StartIn(folder_ / name)) << name;
-        EXPECT_EQ(Publish(MakeGuid(1), 64), kNotInitialized) << name;
     }
 }
 
@@ -97,25 +80,6 @@ TEST_F(FolderTest, DamagedAndForeignFilesHarmNobody) {
     UninitializeClient();  // the damaged copies name this client, and go with it
     EXPECT_EQ(Files(),
               (std::vector<std::string>{"client.01-2", "notes.txt", "segment.1-2.03", "sweep"}));
-}
-
-// A stopped process may hold up the others' clean-up, but not the others.
-TEST_F(FolderTest, AStuckCleanUpStopsNobody) {
-    const Process stuck([&](Process& inParent) {
-        Check(lockf(open((folder_ / "sweep").c_str(), O_RDWR), F_TLOCK, 0) == 0);
-        inParent.Tell();
-        inParent.Hear();
-    });
-    ASSERT_TRUE(stuck.Hear());
-    std::ofstream(folder_ / "segment.1-2.3") << "of nobody";
-    CleanUp();
-    EXPECT_TRUE(fs::exists(folder_ / "segment.1-2.3"));
-    const std::jthread end([&] {
-        std::this_thread::sleep_for(100ms);
-        stuck.Tell();
-    });
-    CleanUp();
-    EXPECT_FALSE(fs::exists(folder_ / "segment.1-2.3")) << "it waits a while for its turn";
 }
 
 TEST_F(FolderTest, NothingElseCalledSweepStopsTheCleanUp) {

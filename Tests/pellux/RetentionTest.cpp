@@ -1,11 +1,7 @@
 // How long data stays, what is reused when, and that a steady stream grows nothing.
 #include <sys/mman.h>
 #include <sys/resource.h>
-
-#include <atomic>
-#include <fstream>
 #include <iterator>
-#include <set>
 
 #include "ServiceTest.h"
 
@@ -146,24 +142,6 @@ TEST_F(RetentionTest, AReaderThatSlipsInKeepsASegmentFromReuse) {
     newest = kCount;
     EXPECT_TRUE(reader.Join());
     munmap(shared, kPage);
-}
-
-TEST_F(RetentionTest, ThousandsOfSmallPublicationsNeedFewDescriptors) {
-    constexpr std::uint32_t kCount = 3000;
-    const OtherClient publisher([] {
-        const rlimit few{64, 64};
-        Check(setrlimit(RLIMIT_NOFILE, &few) == 0);
-        for (std::uint32_t i = 0; i < kCount; ++i) {
-            Check(Publish(MakeGuid(i), 64) == kSuccess);
-            Check(PutBinaryDataGenerationError(MakeGuid(i, 1), -1) == kSuccess);
-        }
-    });
-    for (std::uint32_t i = 0; i < kCount; ++i)
-        ASSERT_TRUE(IsWhole(Get(MakeGuid(i)), MakeGuid(i), 64));
-    BinaryReferencePtr none;
-    EXPECT_EQ(GetBinaryDataIfAvailable(MakeGuid(kCount - 1, 1), none), kGenerationFailed);
-    EXPECT_EQ(GetBinaryDataIfAvailable(MakeGuid(0, 1), none), kNotAvailable)
-        << "errors have a bound as well";
 }
 
 }  // namespace

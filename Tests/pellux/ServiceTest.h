@@ -2,18 +2,11 @@
 // whether it is whole.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <cstdint>
 #include <cstdio>
-#include <filesystem>
-#include <string>
-#include <vector>
 
 #include "contracts/Pellux.h"
 #include "support/SharedFolder.h"

@@ -2,10 +2,6 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 
-#include <functional>
-#include <thread>
-#include <tuple>
-
 #include "ServiceTest.h"
 
 using namespace service_test;
@@ -90,23 +86,6 @@ TEST_F(SharingTest, APublicationCanBeHadBackWithoutADescriptor) {
         Check(MakeBinaryDataAlias(MakeGuid(1), own, MakeGuid(2)) == kSuccess);
     });
     EXPECT_TRUE(Get(MakeGuid(2)));
-}
-
-TEST_F(SharingTest, NothingWorksAfterTheLastStop) {
-    ASSERT_TRUE(InitializeClient());
-    UninitializeClient();
-    ASSERT_EQ(Publish(MakeGuid(1), 64), kSuccess) << "one start is left";
-    WritableBinaryReferencePtr unpublished;
-    ASSERT_EQ(GetWritableBinaryData(64, unpublished), kSuccess);
-    const BinaryReferencePtr held = Get(MakeGuid(1));
-    UninitializeClient();
-    EXPECT_EQ(Publish(MakeGuid(2), 64), kNotInitialized);
-    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(2), unpublished), kNotInitialized);
-    EXPECT_EQ(MakeBinaryDataAlias(MakeGuid(1), held, MakeGuid(2)), kNotInitialized);
-    EXPECT_EQ(Files(), std::vector<std::string>{"sweep"}) << "everything was withdrawn";
-    EXPECT_TRUE(IsWhole(held, MakeGuid(1), 64)) << "what is held stays";
-    ASSERT_TRUE(InitializeClient());
-    EXPECT_EQ(PutCompletedBinaryData(MakeGuid(2), unpublished), kBadReference);
 }
 
 TEST_F(SharingTest, WaitersAreWokenByDataAliasesAndErrors) {

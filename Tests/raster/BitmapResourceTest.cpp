@@ -1,6 +1,5 @@
 // Bitmap resources against what another program wrote and reads.
-#include <cstdlib>
-#include <fstream>
+
 #include <memory>
 
 #include "Pictures.h"

@@ -1,5 +1,3 @@
-#include <functional>
-
 #include "Pictures.h"
 
 namespace raster_test {
@@ -82,17 +80,6 @@ TEST_F(DepthConversion, EveryWidth) {
         for (std::size_t width = 1; width <= 140; ++width)
             ExpectConverts(conversion, width, random_);
     }
-}
-
-TEST_F(DepthConversion, NothingToDoAndTheOtherByteOrderUpwards) {
-    const std::uint32_t source[2] = {0x44332211, 0x88776655};
-    std::uint32_t result[2] = {};
-    EXPECT_EQ(Con32ToQ32(source, result + 1, 4, 4, 1, 2), 0);
-    for (const auto& [width, height] : {std::pair{0, 1}, {1, 0}, {-1, 1}, {1, -1}})
-        EXPECT_EQ(_TvDepthCon24To32(source, result, width, height, 4, 4), 0);
-    EXPECT_EQ(result[1], 0x11223344U);
-    EXPECT_EQ(result[0], 0x55667788U);
-    EXPECT_NE(Copy32(nullptr, result, 1, 1, 4, 4), 0);
 }
 
 }  // namespace

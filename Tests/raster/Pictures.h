@@ -1,14 +1,7 @@
 // Records over memory of a test, with bytes around the pixels that nobody may touch.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cstring>
 #include <memory>
-#include <random>
-#include <vector>
 
 #include "VideoFrame/VideoFrame.h"
 #include "support/Contracts.h"

@@ -1,5 +1,4 @@
 #include <cmath>
-#include <limits>
 #include <optional>
 
 #include "Pictures.h"

@@ -1,7 +1,6 @@
-#include "VideoFrame/Quantisation.h"
-
-#include <algorithm>
 #include <list>
+
+#include "VideoFrame/Quantisation.h"
 
 #include "Pictures.h"
 
@@ -202,14 +201,6 @@ TEST_F(Quantisation, OneColourAndSystemColours) {
     IncHistogram(9);
     EXPECT_EQ(counts[9], 1U);
     UseHistogram(nullptr);
-}
-
-TEST_F(Quantisation, NoPalette) {
-    Counts counts(kCells, 1);
-    for (const int colours : {1, 0, -5})
-        EXPECT_EQ(HistogramPalette(counts.data(), nullptr, colours), nullptr);
-    EXPECT_EQ(HistogramToPalette(nullptr, nullptr, 16), nullptr);
-    EXPECT_EQ(AddAxisVariance(7, counts.data(), 0, 31, 0), 0U);
 }
 
 // ---------------------------------------------------------------------------------------------

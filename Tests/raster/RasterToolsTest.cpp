@@ -1,5 +1,4 @@
 // Alpha, edge, table, convolution, field and fill tools against the plainest form of their rules.
-#include <algorithm>
 
 #include "Pictures.h"
 #include "support/Canvas.h"
@@ -151,19 +150,6 @@ TEST_F(RasterTools, EdgesOfKeyedRegions) {
         });
         EXPECT_EQ(channel, marked);
     });
-}
-
-TEST_F(RasterTools, AlphasOfEdges) {
-    Bytes picture(4 * 3 + 2, 9);
-    const Bytes inside = {1, 2, 3};
-    const Bytes outside = {4, 5, 6};
-    const Bytes mask = {0, 255, 1};
-    EdgeReconstructAlphas(inside.data(), outside.data(), picture.data(), mask.data(), 3, 1, 14);
-    EXPECT_EQ(picture, (Bytes{9, 9, 9, 4, 9, 9, 9, 2, 9, 9, 9, 3, 9, 9}));
-    EdgeReconstructAlphas(nullptr, outside.data(), picture.data(), mask.data(), 3, 1, 14);
-    EdgePaintChannel(nullptr, 0, 3, 3, 0, nullptr, nullptr);
-    EdgeAliasChannel(nullptr, 0, 3, 3, nullptr);
-    ReplaceChannel(nullptr, 3, 3, 0);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -93,28 +93,6 @@ TEST(StraightCopy, ConvertsRectangles) {
     }
 }
 
-TEST(StraightScale, ScalesRectanglesAndCutsThem) {
-    for (const auto& [format, error] : kFormats) {
-        const PatternRecord source(format, 20, 12, 1);
-        const PatternRecord destination(kBgra, 16, 10, 2);
-        tagRECT from = {10, -3, 40, 5};
-        tagRECT to = {-2, 5, 10, 99};
-        tagRECT nothing = {30, 0, 40, 5};
-        tpixStraightScaleRect(source.Handle(), &from, destination.Handle(), &to);
-        EXPECT_TRUE(from.right == 20 && from.top == 0 && to.left == 0 && to.bottom == 10);
-        tpixStraightScaleRect(source.Handle(), &nothing, destination.Handle(), &to);
-        // The same size once cut, so nothing is blurred.
-        const auto colourAt = [&](int x, int y) {
-            return x < 10 && y >= 5 ? source.Pattern(x + 10, y - 5) : destination.Pattern(x, y);
-        };
-        destination.ExpectShows(colourAt, error);
-    }
-    const PatternRecord small(kBgra, 2, 1, 3);
-    const PatternRecord large(OV::kPixelFormat_VUYA_4444_8u, 8, 6, 4);
-    tpixStraightScale(small.Handle(), large.Handle());
-    large.ExpectShows([&](int, int) { return small.Pattern(0, 0); }, 3);
-}
-
 TEST(OneBitMaskComposite, TakesPixelsByTheirBits) {
     const PatternRecord a(kBgra, 24, 14, 1);
     const PatternRecord b(tulomediatypes::kPixelFormat_ARGB_4444_8u, 22, 13, 2);
@@ -135,37 +113,6 @@ TEST(OneBitMaskComposite, TakesPixelsByTheirBits) {
     tpixOneBitMaskComposite(a.Handle(), b.Handle(), destination.Handle(), mask.data());
     destination.ExpectShows(
         [&](int x, int y) { return isSet(x, y) ? a.Pattern(x, y) : b.Pattern(x, y); });
-}
-
-TEST(OneBitMaskComposite, TakesPixelsByARegion) {
-    const PatternRecord a(kBgra, 20, 12, 1), b(kBgra, 20, 12, 2), destination(kBgra, 20, 12, 3);
-    const HRGN region = CreateRectRgn(-5, 2, 7, 40);
-    for (const bool hasMemory : {false, true}) {
-        hoardex::FailAllocationsAfter(hasMemory ? -1 : 0);
-        tpixOneBitMaskRegionComposite(a.Handle(), b.Handle(), destination.Handle(), region);
-        hoardex::FailAllocationsAfter(-1);
-        destination.ExpectShows([&](int x, int y) {
-            return (!hasMemory ? destination : x < 7 && y >= 2 ? a : b).Pattern(x, y);
-        });
-    }
-    DeleteObject(region);
-}
-
-TEST(CompositeToBlack, LaysOverBlackWhatIsAlike) {
-    std::mt19937 random(1);
-    LocalRecord source(9, 5, 4, random), destination(9, 5, 0, random), smaller(8, 5, 0, random);
-    const LocalRecord before = smaller;
-    source.Paint([](int x, int y) {
-        return Pixel{200, 100, 50, static_cast<std::uint8_t>((x + y) % 2 == 0 ? 255 : 0)};
-    });
-    tpixCompositeToBlack(source.Handle(), smaller.Handle());
-    EXPECT_EQ(smaller.Memory(), before.Memory());
-    tpixCompositeToBlack(source.Handle(), destination.Handle());
-    for (std::int32_t i = 0; i < 45; ++i) {
-        const Pixel expected =
-            source.At(i % 9, i / 9)[3] ? Pixel{200, 100, 50, 255} : Pixel{0, 0, 0, 255};
-        ASSERT_EQ(destination.At(i % 9, i / 9), expected);
-    }
 }
 
 }  // namespace

@@ -3,19 +3,11 @@
 // may touch. Written from the formulas and the layouts, apart from the renderer.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <hwy/targets.h>
-
-#include <array>
 #include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <random>
-#include <tuple>
-#include <vector>
 
 #include "contracts/Scanvo.h"
+#include "support/Testing.h"
 
 namespace scanvo_test {
 

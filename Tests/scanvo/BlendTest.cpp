@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <limits>
-
 #include "Area.h"
 
 namespace scanvo_test {

@@ -1,7 +1,4 @@
 #include <gmock/gmock.h>
-
-#include <algorithm>
-#include <limits>
 #include <numeric>
 
 #include "Area.h"
@@ -16,24 +13,6 @@ const std::vector<Rgba> kColours = {
     {0.75, 0.75, 0, 1},    {0, 0.75, 0.75, 1},    {0.75, 0, 0, 1},    {0.5, 0.5, 0.5, 1},
     {0.02, 0.01, 0.03, 1}, {0.9, 0.3, 0.1, 0.75}, {0.2, 0.6, 1, 0.5}, {0.4, 0.8, 0.7, 0.9},
 };
-
-// And takes them from there. Pixels that share their chroma have one colour here.
-TEST(Convert, GivesEveryFormatTheCodesOfTheStandards) {
-    ForEachTarget([] {
-        for (const FormatCode format : kPackedFormats) {
-            for (std::size_t i = 0; i < 70; ++i) {
-                std::vector<Rgba> row;
-                for (std::size_t x = 0; x <= i; ++x)
-                    row.push_back(kColours[(format.Is422() ? i : i + x) % kColours.size()]);
-                Area pixels = AreaOf(row), stored = Converted(pixels, format);
-                stored.ExpectPixels(Rounding(format),
-                                    [&](std::size_t x) { return ExactCodes(format, row[x]); });
-                Area back = Converted(stored, 0x1104);
-                Converted(back, format).ExpectLike(stored.Pixels(), format.IsFloat() ? 1e-5 : 0);
-            }
-        }
-    });
-}
 
 TEST(Convert, TakesSpecialValues) {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -90,27 +69,6 @@ TEST(Convert, CopiesEveryBitOfItsOwnFormat) {
             EXPECT_EQ(std::memcmp(copy.data(), source.data(),
                                   isDv ? 120000 : 3 * static_cast<std::size_t>(rowBytes)),
                       0);
-        }
-    }
-}
-
-// By a row or two up or down: what arrives is what was there.
-TEST(Convert, CopiesWithinOnePicture) {
-    for (const FormatCode format : {0x004u, 0x051u}) {
-        for (const auto& [from, to] : {std::pair{0, 1}, {1, 0}, {0, 2}, {2, 0}}) {
-            Area area(format, 30, 9, from == 0 ? RowOrder::Up : RowOrder::Down);
-            area.Scatter();
-            const std::vector<Codes> before = area.Pixels();
-            const auto place = [&](std::int32_t row) {
-                return std::tuple(area.Start() + row * area.RowBytes(), area.RowBytes(), format);
-            };
-            ASSERT_EQ(Call(SV_Convert, place(from), place(to), 30, 7, 4), 0);
-            const std::vector<Codes> after = area.Pixels();
-            for (std::int32_t i = 0; i < 7 * 30; ++i) {
-                ASSERT_EQ(after[static_cast<std::size_t>(i + 30 * to)],
-                          before[static_cast<std::size_t>(i + 30 * from)])
-                    << i;
-            }
         }
     }
 }

@@ -1,6 +1,3 @@
-#include <limits>
-#include <map>
-
 #include "Area.h"
 #include "rows/KeptTables.h"
 

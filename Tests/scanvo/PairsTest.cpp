@@ -1,8 +1,6 @@
 // Every pair of formats against a conversion in double precision, written from the definitions: a
 // picture is read as planes of samples, spread to full chroma unless both formats have it on the
 // same grid, given its colour, halved again where the destination has half, and written as codes.
-#include <algorithm>
-#include <functional>
 
 #include "Area.h"
 

@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <limits>
-
 #include "Area.h"
 
 namespace scanvo_test {
@@ -182,18 +178,6 @@ TEST(Scale, KeepsFieldsApart) {
                     return Codes{code, code, code, 255};
                 });
         }
-    }
-}
-
-// Rows of a field lie between those of the other, away from the ends on one gradient with them.
-TEST(Scale, KeepsRowsOfFieldsInPlace) {
-    Area source(0x10C, 1, 16);
-    for (std::int32_t y = 0; y < 16; ++y)
-        source.Set(y, 0, static_cast<float>(y));
-    for (const std::int32_t height : {8, 9, 32}) {
-        const Area scaled = Scaled(source, 0x10C, {1, height}, 2, 1);
-        for (std::int32_t y = height / 4; y < height - height / 4; ++y)
-            EXPECT_NEAR(scaled.At(0, y)[2], (y + 0.5) * 16 / height - 0.5, 0.2) << height;
     }
 }
 

@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <functional>
-
 #include "Area.h"
 
 namespace scanvo_test {

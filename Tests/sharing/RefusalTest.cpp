@@ -1,10 +1,7 @@
 // Publication against a service that refuses at each step. The service here stands in for the real
 // one: it fails where it is told to and counts.
-#include <gtest/gtest.h>
 
 #include <boost/make_shared.hpp>
-#include <cstring>
-#include <vector>
 
 #include "support/Frames.h"
 

@@ -1,9 +1,6 @@
-#include "VideoFrame/SharedVideoFrameCache.h"
-
-#include <gtest/gtest.h>
-
-#include <map>
 #include <sstream>
+
+#include "VideoFrame/SharedVideoFrameCache.h"
 
 #include "support/Contracts.h"
 #include "support/FrameWithoutMemory.h"

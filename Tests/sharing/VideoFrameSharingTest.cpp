@@ -1,14 +1,8 @@
+#include <numeric>
+
 #include "VideoFrame/VideoFrameSharing.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
 #include <boost/make_shared.hpp>
-#include <climits>
-#include <cstring>
-#include <map>
-#include <numeric>
 
 #include "support/Frames.h"
 
@@ -64,19 +58,6 @@ TEST(Copy, CarriesPropertiesAndTightPixels) {
     EXPECT_EQ(copy.header, (Header{128, 6, 188, code, properties, 3, 4,  5, 3, 2, 1,
                                    1,   1, 3,   1,    8,          9, 20, 0, 1, 5, 1}));
     EXPECT_EQ(copy.pixels, pattern);
-}
-
-TEST(Copy, HasEveryFormatOfTheRendererAsItStands) {
-    for (const NamedPixelFormat& named : NamedPixelFormats()) {
-        if (VF::BEPixelFormatToSVPixelFormat(named.format) == 0) continue;
-        SCOPED_TRACE(named.name);
-        const VF::VideoFrameRef frame = support::MakeFrame(48, 4, named.format);
-        const std::vector<std::byte> pattern = FillWithPattern(frame);
-        const SharedCopy copy = CopyOf(frame);
-        EXPECT_EQ(copy.pixels, pattern);
-        const auto rows = support::Ask<VF::IVideoFrame2DPixelMemoryAccess>(frame);
-        EXPECT_EQ(copy.header[17], rows ? rows->GetRowBytes() : pattern.size());
-    }
 }
 
 // A row of 7 pixels ends in its second group of 16 bytes; what is behind was in no picture.

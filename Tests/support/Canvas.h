@@ -1,9 +1,6 @@
 // Pixels of 8-bit 4:4:4:4 frames, in display coordinates.
 #pragma once
 
-#include <array>
-#include <cstring>
-
 #include "support/Frames.h"
 
 namespace support {

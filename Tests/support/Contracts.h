@@ -1,11 +1,8 @@
 // Catching broken contracts in tests.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "contracts/TuloCore.h"
+#include "support/Testing.h"
 
 namespace support {
 

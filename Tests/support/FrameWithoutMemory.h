@@ -2,6 +2,7 @@
 #pragma once
 
 #include "contracts/Orvane.h"
+#include "support/Testing.h"
 
 namespace support {
 

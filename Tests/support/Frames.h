@@ -1,9 +1,8 @@
 // Making frames in tests.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "VideoFrame/VideoFrame.h"
+#include "support/Testing.h"
 
 namespace support {
 

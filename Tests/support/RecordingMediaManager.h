@@ -1,11 +1,8 @@
 // A media manager that notes its calls and flushes what a test tells it to.
 #pragma once
 
-#include <functional>
-#include <string>
-#include <utility>
-
 #include "contracts/Orvane.h"
+#include "support/Testing.h"
 
 namespace support {
 

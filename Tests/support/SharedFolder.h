@@ -1,11 +1,9 @@
 // A folder of its own for the inter-process data service of a test program.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <filesystem>
-#include <string>
+#include "support/Testing.h"
 
 namespace support {
 

@@ -1,10 +1,5 @@
 // Everything that threads share, used by several of them at once. Whether the results are right is
 // for the other tests to say; the thread sanitizer says here whether a lock is missing.
-#include <array>
-#include <atomic>
-#include <cstring>
-#include <random>
-#include <thread>
 
 #include "contracts/Hoardex.h"
 #include "pellux/ServiceTest.h"

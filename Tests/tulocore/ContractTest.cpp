@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include "contracts/TuloCore.h"
+#include "support/Testing.h"
 
 using namespace tulocore;
 
@@ -9,17 +8,6 @@ TEST(Contract, ErrorSaysWhatItsKeySaysAndKeepsReplacements) {
                               {{{"a"}, {"b"}, {}, {"d"}}});
     EXPECT_STREQ(error.what(), "Something went wrong");
     EXPECT_EQ(error.replacements[3].text, "d");
-}
-
-TEST(Trace, CategoriesAreOffUntilSwitchedOn) {
-    const int before = debug::TraceChangeCount();
-    EXPECT_FALSE(debug::TraceEnabled("Colour", 0, true));
-    debug::SetTraceEnabled("Colour", true);
-    EXPECT_TRUE(debug::TraceEnabled("Colour", 0, true));
-    EXPECT_FALSE(debug::TraceEnabled("Other", 0, true));
-    debug::SetTraceEnabled("Colour", false);
-    EXPECT_FALSE(debug::TraceEnabled("Colour", 0, true));
-    EXPECT_EQ(debug::TraceChangeCount(), before + 2);
 }
 
 TEST(Trace, WritesToStandardErrorWithoutASink) {

@@ -1,9 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <set>
 #include <stdexcept>
 
 #include "contracts/TuloCore.h"
+#include "support/Testing.h"
 
 using tulocore::utility::Guid;
 

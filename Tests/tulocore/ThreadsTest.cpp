@@ -1,10 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <stdexcept>
-#include <thread>
 
 #include "contracts/TuloCore.h"
+#include "support/Testing.h"
 
 using namespace tulocore;
 

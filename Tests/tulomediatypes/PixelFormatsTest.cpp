@@ -1,32 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <set>
-
 #include "contracts/TuloMediaTypes.h"
+#include "support/Testing.h"
 
 using namespace tulomediatypes;
-
-TEST(PixelFormats, AreDistinctAndFoundByCodeAndByProperties) {
-    std::set<std::uint32_t> codes;
-    std::set<std::uint32_t> properties;
-    for (const NamedPixelFormat& named : NamedPixelFormats()) {
-        EXPECT_TRUE(properties.insert(named.format.properties).second) << named.name;
-        EXPECT_EQ(GuessFourCCForProperties(named.format.properties), named.format.code);
-        if (codes.insert(named.format.code).second) {
-            EXPECT_EQ(LookupPropertiesForFourCC(named.format.code), named.format.properties)
-                << named.name;
-        }
-    }
-    EXPECT_EQ(codes.size(), 55U);
-    EXPECT_EQ(NamedPixelFormats().size(), 56U);  // two forms of one layout share a code
-    EXPECT_EQ(LookupPropertiesForFourCC(FourCC("Bgra")), kPixelFormat_BGRA_4444_15u.properties);
-    EXPECT_EQ(LookupPropertiesForFourCC(FourCC("XXXX")), 0U);
-    EXPECT_EQ(GuessFourCCForProperties(0), 0U);
-    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_UYVY_422_8u_709, 3),
-              kPixelFormat_VUYX_4444_8u_709);
-    EXPECT_EQ(Select4444PixelFormat(kPixelFormat_NTSCDV25, 5), kPixelFormat_VUYX_4444_32f);
-}
 
 TEST(PixelFormats, SizesAreThoseOfTheRealFormats) {
     struct Case {

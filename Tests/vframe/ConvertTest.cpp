@@ -1,7 +1,5 @@
 // vframe convert.
 
-#include <cstring>
-
 #include "Tool.h"
 
 using namespace vframe_test;
@@ -84,14 +82,6 @@ TEST_F(ConvertTest, EditsFrames) {
     EXPECT_TRUE(ReadPng("clear.png").hasAlpha);
     ExpectRuns("convert clear.png out.png --opaque");
     EXPECT_EQ(ReadPng("out.png").At(1, 1), picture.At(1, 1));
-}
-
-TEST_F(ConvertTest, ScalesToTheSizeAndInTheQualityThatIsGiven) {
-    ExpectRuns("convert " + Sample(1) + " fast.png --size 333x201 --quality 0");
-    ExpectRuns("convert " + Sample(1) + " good.png --size 333x201 --quality 5");
-    const Picture fast = ReadPng("fast.png"), good = ReadPng("good.png");
-    EXPECT_EQ(std::pair(fast.width, fast.height), std::pair(333, 201));
-    EXPECT_GT(Compare(fast, good).largest, 30);
 }
 
 TEST_F(ConvertTest, KeepsTheRangeAndDepthOfDeepGreyPictures) {

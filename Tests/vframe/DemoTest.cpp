@@ -1,7 +1,6 @@
 // vframe demo.
 
 #include <sys/stat.h>
-
 #include <regex>
 
 #include "Tool.h"

@@ -64,21 +64,4 @@ PP.W
     }
 }
 
-TEST_F(MulticamTest, RunsClipsBesideEachOtherUntilTheLongestEnds) {
-    WriteClip("short.y4m", "SSS");
-    WriteClip("long.y4m", "LLLLL");
-    ExpectRuns("multicam white.png short.y4m long.y4m out.raw --selected 0 --size 32x32");
-    const std::string frames = ReadFile("out.raw");
-    constexpr std::size_t kRowBytes = 32 * 4, kFrameBytes = 32 * kRowBytes;
-    ASSERT_EQ(frames.size(), 5 * kFrameBytes);
-    for (std::size_t frame = 0; frame < 5; ++frame) {
-        std::string cells;
-        for (const std::size_t place : {23 * kRowBytes, 23 * kRowBytes + 64, 8 * kRowBytes})
-            cells += frames[frame * kFrameBytes + place + 32];
-        EXPECT_EQ(cells, std::string(frame < 3 ? "WSL" : "W\0L", 3)) << frame;
-    }
-    ExpectRuns("multicam short.y4m white.png first.png --selected 0 --size 32x32");
-    EXPECT_EQ(ReadPng("first.png").At(8, 8)[0], 'S');
-}
-
 }  // namespace

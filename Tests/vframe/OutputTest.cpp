@@ -93,19 +93,6 @@ TEST_F(OutputTest, TakesThePlaceOfWhatIsThere) {
     }
 }
 
-TEST_F(OutputTest, GoesIntoPipes) {
-    for (const std::string ending : {"png", "raw", "mkv"}) {
-        const std::string pipe = "pipe." + ending;
-        ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-        RunningTool tool("convert in.png " + pipe);
-        WriteFile("read." + ending, ReadFile(pipe));
-        EXPECT_EQ(tool.Wait().status, 0);
-        ExpectRuns("convert read." + ending + " out.png" +
-                   (ending == "raw" ? " --input-format BGRA_4444_8u --input-size 40x30" : ""));
-        EXPECT_EQ(Compare(ReadPng("out.png"), ReadPng("in.png")).largest, 0) << ending;
-    }
-}
-
 TEST_F(OutputTest, SaysWhyItIsNotThere) {
     fs::create_symlink("/dev/full", "full.png");
     fs::create_symlink("/dev/full", "full.mkv");

@@ -1,7 +1,5 @@
 // vframe publish and vframe receive, between real processes.
 
-#include <cstring>
-
 #include "Tool.h"
 #include "VideoFrame/VideoFrame.h"
 
@@ -47,33 +45,6 @@ TEST_F(ShareTest, GivesUpWhenNothingComes) {
     ExpectRuns("publish in.png --guid " + kGuid + " --hold 0");
     ExpectFails("receive out.png --guid " + kGuid + " --timeout 0.05", 1, "in time");
     EXPECT_EQ(Files(), std::set<std::string>{"in.png"});
-}
-
-/// With this process as a client of the service.
-TEST_F(ShareTest, TellsWhatIsNoFrameAndThatNoneWillCome) {
-    ASSERT_TRUE(InitializeClient());
-    VF::SharedFrameHeader custom{};
-    custom.headerSize = custom.totalSize = VF::kFrameHeaderSize;
-    custom.version = 6;
-    custom.formatCode = '@';
-    custom.width = custom.height = 4;
-    custom.aspectRatioNumerator = custom.aspectRatioDenominator = 1;
-    const std::pair<VF::SharedFrameHeader, std::string> kCases[] = {
-        {{}, "it does not begin with a frame's header"},
-        {custom, "only its maker knows its format"}};
-    for (const auto& [header, reason] : kCases) {
-        const auto guid = tulocore::utility::Guid::Generate();
-        WritableBinaryReferencePtr buffer;
-        ASSERT_EQ(GetWritableBinaryData(sizeof header, buffer), kSuccess);
-        std::memcpy(buffer->GetData(), &header, sizeof header);
-        ASSERT_EQ(PutCompletedBinaryData(guid, buffer), kSuccess);
-        ExpectFails(Receive("out.png", guid.ToString()), 1,
-                    "is no frame that can be read: " + reason);
-    }
-    ASSERT_EQ(PutBinaryDataGenerationError(tulocore::utility::Guid(kGuid), 4711), kSuccess);
-    ExpectFails(Receive("out.png"), 1, "4711");
-    EXPECT_EQ(Files(), std::set<std::string>{"in.png"});
-    UninitializeClient();
 }
 
 }  // namespace

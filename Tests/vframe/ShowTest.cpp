@@ -1,14 +1,13 @@
 // vframe show: what is in its window, by a client of the same X server.
 
 // Before Xlib, which makes macros of common words.
+#include <cstdio>
+
 #include "Tool.h"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/keysym.h>
-
-#include <cstdio>
-#include <cstdlib>
 
 using namespace vframe_test;
 
@@ -160,30 +159,6 @@ class ShowTest : public ToolTest {
     XServer server_;
 };
 
-// Large pictures are scaled in another way than small ones.
-TEST_F(ShowTest, FitsThePictureBetweenBars) {
-    const std::array<int, 4> kFits[] = {
-        {400, 100, 100, 0}, {200, 300, 0, 100}, {500, 200, 50, 0}, {100, 80, 0, 15}};
-    for (const int side : {100, 500}) {
-        WritePng("in.png", MakeSolid(2 * side, side, kRed));
-        RunningTool tool("show in.png");
-        ShownWindow window;
-        for (const auto& [width, height, left, top] : kFits) {
-            SCOPED_TRACE(testing::Message() << side << " " << width << "x" << height);
-            window.Resize(static_cast<unsigned>(width), static_cast<unsigned>(height));
-            Picture expected = MakeSolid(width, height, kRed);
-            for (int i = 0; i < width * height; ++i) {
-                const int x = i % width, y = i / width;
-                if (x < left || x >= width - left || y < top || y >= height - top)
-                    expected.pixels[static_cast<std::size_t>(i)] = {0, 0, 0, 255};
-            }
-            ExpectSoon(window, expected);
-        }
-        window.AskToClose();
-        ExpectEnds(tool, 0, "");
-    }
-}
-
 TEST_F(ShowTest, ShowsPixelsInTheirShapeOnBlackAndAgainWhenTheyWereCovered) {
     WritePng("plain.png", MakeGradient(161, 91));
     WritePng("large.png", MakeSolid(2560, 1000, kRed));
@@ -228,27 +203,6 @@ TEST_F(ShowTest, StepsThroughAClipBothWays) {
         window.Press(XK_Escape);
         ExpectEnds(tool, 0, "");
     }
-}
-
-TEST_F(ShowTest, StepsSeveralInputsTogetherInAGrid) {
-    WriteClip("short.y4m", "\x32\x3C");
-    WriteClip("long.y4m", "\x96\xA0\xAA");
-    WritePng("still.png", MakeSolid(16, 16, kRed));
-    RunningTool tool("show short.y4m still.png long.y4m");
-    ShownWindow window;
-    const auto expectCells = [&](std::uint8_t inShort, std::uint8_t inLong) {
-        EXPECT_TRUE(Eventually([&] {
-            const Picture shown = window.Look();
-            return shown.pixels.size() == 256 && shown.At(4, 4)[0] == inShort &&
-                   shown.At(12, 4) == kRed && shown.At(4, 12)[0] == inLong;
-        }));
-    };
-    expectCells(0x32, 0x96);
-    window.Press(XK_End);
-    expectCells(0, 0xAA);
-    window.Press(XK_Left);
-    expectCells(0x3C, 0xA0);
-    EXPECT_EQ(window.Title(), "short.y4m, still.png, long.y4m, frame 2, 16x16");
 }
 
 TEST_F(ShowTest, ShowsWhatCanBeReadOfABrokenClipAndSaysSoInTheEnd) {

@@ -1,6 +1,5 @@
 // vframe formats, info, quantise and cut.
 
-#include <cstdlib>
 #include <regex>
 
 #include "Tool.h"

@@ -3,23 +3,11 @@
 #pragma once
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <png.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <array>
 #include <csignal>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <set>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 #include "support/SharedFolder.h"
 

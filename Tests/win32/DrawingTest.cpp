@@ -1,9 +1,4 @@
 // Pixels of regions and pictures against rules that look at one pixel at a time.
-#include <algorithm>
-#include <array>
-#include <cstdlib>
-#include <functional>
-#include <random>
 
 #include "Grids.h"
 
@@ -209,34 +204,6 @@ TEST_F(DrawDib, DrawsTheSameWhateverIsCutAndHoweverItIsStored) {
         const Pixels all = whole.Read();
         ExpectDraws(width, height, picture, {0, 0, 8, 6},
                     [&](int x, int y) { return all[static_cast<std::size_t>(y * 40 + x)]; });
-    }
-}
-
-TEST_F(DrawDib, TakesMeansEitherWayUp) {
-    // The top half differs from the bottom one, the left one from the right one.
-    const auto quarter = [](int x, int y) {
-        return (x % 2 == 0 ? 0x10U : 0x30U) + (x < 2 ? 0U : 0x40U) + (y < 2 ? 0U : 0x8000U);
-    };
-    for (const int up : {1, -1}) {
-        const Canvas small(Section(2, up * 2, &bits_), 2, 2);
-        ASSERT_TRUE(Draw(small, {0, 0, 2, 2}, Picture(4, -up * 4, quarter), {0, 0, 4, 4}));
-        EXPECT_EQ(small.Read(), (Pixels{0x20, 0x60, 0x8020, 0x8060}));
-    }
-}
-
-TEST_F(DrawDib, TakesExtremeSizes) {
-    const std::uint32_t first = Mark(0, 0), last = Mark(1, 1);
-    const std::pair<RECT, Pixels> cases[] = {
-        {{0, 0, kMost, kMost}, Pixels(9, first)},
-        {{kLeast + 3, kLeast + 3, kMost, kMost}, {last, last, 0, last, last, 0, 0, 0, 0}},
-        {{kMost, 0, kMost, 1}, Pixels(9)},
-        {{kLeast, kLeast, kMost, kMost}, Pixels(9)},
-        {{kLeast, 0, 1, 1}, Pixels(9)},
-    };
-    for (const auto& [place, seen] : cases) {
-        const Canvas canvas(Section(3, 3, &bits_), 3, 3);
-        EXPECT_TRUE(Draw(canvas, place, Picture(2, 2, Mark), {0, 0, 2, 2}));
-        EXPECT_EQ(canvas.Read(), seen) << place.left << ", " << place.top;
     }
 }
 

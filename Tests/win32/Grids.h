@@ -1,14 +1,8 @@
 // Memory contexts that tests draw into and read.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <limits>
-#include <vector>
-
 #include "contracts/Win32.h"
+#include "support/Testing.h"
 
 namespace win32_test {
 

@@ -1,14 +1,6 @@
 // What handles stand for, and what they no longer stand for.
 #include <unistd.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <string>
-#include <thread>
-#include <tuple>
-
 #include "Grids.h"
 
 namespace win32_test {
@@ -41,20 +33,6 @@ std::string Bytes(HBITMAP inBitmap, LONG inCount) {
     return bytes.substr(0, copied) + (bytes[copied] == '.' ? "" : "+");
 }
 
-TEST_F(Handles, BlocksStayWhereTheyAre) {
-    const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 100);
-    void* const place = GlobalLock(block);
-    EXPECT_EQ(std::string(static_cast<char*>(place), 100), std::string(100, '\0'));
-    EXPECT_EQ(GlobalLock(block), place);
-    EXPECT_GE(GlobalSize(block), 100U);
-    for (const bool isLockedStill : {true, false, false})
-        EXPECT_EQ(GlobalUnlock(block) != 0, isLockedStill);
-    EXPECT_EQ(GlobalFree(block), nullptr);
-    const HGLOBAL empty = GlobalAlloc(0, 0);
-    EXPECT_NE(GlobalLock(empty), nullptr);
-    EXPECT_EQ(GlobalFree(empty), nullptr);
-}
-
 TEST_F(Handles, BitmapsHaveTheirLinesInOrder) {
     std::string source = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
     for (const auto& [width, height, bits, bytes] :
@@ -73,27 +51,6 @@ TEST_F(Handles, BitmapsHaveTheirLinesInOrder) {
         EXPECT_EQ(Bytes(section, 10), height > 0 ? "2222111100" : "0000111122");
         EXPECT_TRUE(DeleteObject(section));
     }
-}
-
-TEST_F(Handles, BitmapsAreOfKnownKindsOnly) {
-    BITMAPINFO deep = info_;
-    deep.bmiHeader.biBitCount = 8;
-    const auto create = [&](const BITMAPINFO* info, UINT usage, HANDLE section, DWORD offset) {
-        bits_ = this;
-        return CreateDIBSection(nullptr, info, usage, &bits_, section, offset);
-    };
-    // clang-format off
-    const HBITMAP none[] = {
-        CreateBitmap(0, 1, 1, 1, nullptr), CreateBitmap(1, -1, 1, 1, nullptr),
-        CreateBitmap(1, 1, 2, 1, nullptr), CreateBitmap(1, 1, 1, 8, nullptr),
-        CreateDIBSection(nullptr, &info_, 0, nullptr, nullptr, 0), create(&info_, 1, nullptr, 0),
-        create(&info_, 0, this, 0), create(&info_, 0, nullptr, 4), create(nullptr, 0, nullptr, 0),
-        create(&deep, 0, nullptr, 0),
-    };
-    // clang-format on
-    for (const HBITMAP& bitmap : none)
-        EXPECT_EQ(bitmap, nullptr) << &bitmap - none;
-    EXPECT_EQ(bits_, nullptr);
 }
 
 TEST_F(Handles, ContextsKeepTheirBitmap) {
