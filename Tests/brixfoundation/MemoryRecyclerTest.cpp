@@ -78,14 +78,3 @@ TEST_F(MemoryRecyclerTest, WhatIsKeptStaysWithinTheBoundOldestGoingFirst) {
     EXPECT_EQ(gBlocksFromSource, 0);
     recycler->SetKeptBytesLimit(std::size_t{512} << 20);
 }
-
-TEST_F(MemoryRecyclerTest, StartKeepsTheRecyclerUntilTheMatchingStop) {
-    Foundation::Initialize();
-    Foundation::Initialize();
-    MemoryRecycler::Instance()->RecycleBuffer(MemoryRecycler::Instance()->AllocateBuffer(1));
-    Foundation::Terminate();
-    EXPECT_EQ(gBlocksFromSource, 1);
-    Foundation::Terminate();
-    EXPECT_EQ(gBlocksFromSource, 0);
-    Foundation::Terminate();  // without a start: nothing happens
-}

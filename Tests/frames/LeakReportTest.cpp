@@ -53,15 +53,3 @@ TEST(LeakReport, LinesInOrderOfTheHandlesEmptyEntriesCounted) {
                           [] { VF::RegisterEffectWorldFrame(World(0x10), nullptr); });
     EXPECT_TRUE(VF::TPixFrameMap().Frames().empty());
 }
-
-TEST(LeakReport, FramesAreLetGoWhenReplacedAndWhenTracingIsOff) {
-    tulocore::debug::SetTraceEnabled("TPix", false);
-    const Brix::MemoryRecycler::Pointer recycler;
-    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(100, 100));
-    VF::RegisterEffectWorldFrame(World(0x10), support::MakeFrame(100, 100));
-    EXPECT_EQ(recycler->KeptBytes(), 0U);
-    VF::RegisterTPixFrame(Handle(0x10), support::MakeFrame(200, 200));
-    EXPECT_GE(recycler->KeptBytes(), 40000U);
-    EXPECT_EQ(Report(), "");
-    EXPECT_GE(recycler->KeptBytes(), 240000U);
-}

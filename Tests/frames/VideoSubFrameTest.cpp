@@ -43,6 +43,7 @@ TEST(VideoSubFrame, HasPropertiesOfItsOwn) {
     part->SetOrigin(-1, 5);
     part->SetContentRect({1, 2, 3, 4});
     part->SetAuxiliaryInfo({1, 2, 3});
+    EXPECT_EQ(part->GetAuxiliaryInfo(), (OV::AuxiliaryInfo{1, 2, 3}));
     part->SetFieldType(2);
     EXPECT_NE(part->GetFieldType(), 2u);
     Brix::Rect rect;

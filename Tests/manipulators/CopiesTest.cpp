@@ -47,6 +47,17 @@ TEST(CopyRect, TakesTheRowsOfTheRectangle) {
     }
 }
 
+TEST(CopyFrame, ReadsAlphaAsItsTypeSays) {
+    for (const std::uint32_t type : {1U, 2U, 3U}) {
+        const Canvas source = Paint(2, 2, [](int, int) { return Pixel{60, 40, 20, 51}; });
+        source.frame->SetAlphaType(type);
+        const Canvas copy{MakeFrame(2, 2, tulomediatypes::kPixelFormat_BGRP_4444_8u)};
+        EXPECT_EQ(CopyFrame(source.frame, copy.frame, 4), 0);
+        constexpr Pixel kExpected[] = {{12, 8, 4, 51}, {60, 40, 20, 51}, {60, 40, 20, 255}};
+        EXPECT_EQ(copy.At(1, 1), kExpected[type - 1]);
+    }
+}
+
 TEST(CopyFrame, CarriesPropertiesAcross) {
     const Canvas source = PaintPattern(12, 8);
     source.frame->SetFieldType(2);

@@ -115,13 +115,4 @@ TEST_F(SharingTest, WaitersAreWokenByDataAliasesAndErrors) {
     EXPECT_TRUE(waiter.Join());
 }
 
-TEST_F(SharingTest, WaitingEndsWithItsTimeLimit) {
-    BinaryReferencePtr reference;
-    for (const auto limit : {std::chrono::milliseconds::min(), 0ms, 30ms})
-        EXPECT_EQ(WaitForBinaryData(MakeGuid(1), limit, reference), kTimedOut);
-    std::jthread publisher([] { Publish(MakeGuid(1), 64); });
-    EXPECT_EQ(WaitForBinaryData(MakeGuid(1), std::chrono::milliseconds::max(), reference),
-              kSuccess);
-}
-
 }  // namespace

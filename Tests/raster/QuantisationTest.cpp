@@ -315,12 +315,6 @@ TEST_F(Quantisation, HistogramsAndBadInput) {
     EXPECT_EQ(DibHistogram(nullptr, nullptr, 0, 0, 1, 1, counts.data()), 0);
     dib.Header()->biBitCount = 15;
     EXPECT_EQ(DibHistogram(dib.Header(), nullptr, 0, 0, 1, 1, counts.data()), 1);
-    Bytes out(16, 9);
-    ReducePixels(dib.Header(), nullptr, dib.Header(), out.data(), nullptr, out.data());
-    ReducePixels(nullptr, nullptr, dib.Header(), out.data(), nullptr, out.data());
-    Histogram8(out.data(), 4, 4, 4, counts.data(), nullptr);
-    EXPECT_EQ(out, Bytes(16, 9));
-    EXPECT_EQ(counts, Counts(kCells));
 }
 
 }  // namespace

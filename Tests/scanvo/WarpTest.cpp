@@ -132,8 +132,12 @@ TEST(Warp, CoversTheAreaOfTheQuadrilateral) {
             sum += codes[3];
         EXPECT_NEAR(sum, size, 1e-4 * size);
         // By centres, every pixel counts whole or not at all.
-        for (const Codes& codes : CoverageOf(quad, {kAll, kAll, 2, 255, 0}))
+        double centres = 0;
+        for (const Codes& codes : CoverageOf(quad, {kAll, kAll, 2, 255, 0})) {
             EXPECT_TRUE(codes[3] == 0 || codes[3] == 1);
+            centres += codes[3];
+        }
+        EXPECT_NEAR(centres, size, 1 + 0.03 * size);
     }
 }
 

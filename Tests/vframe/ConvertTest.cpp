@@ -84,14 +84,6 @@ TEST_F(ConvertTest, EditsFrames) {
     EXPECT_EQ(ReadPng("out.png").At(1, 1), picture.At(1, 1));
 }
 
-TEST_F(ConvertTest, KeepsTheRangeAndDepthOfDeepGreyPictures) {
-    WriteFile("16.pgm", "P5 1 1 65535\n\x01\x2C");
-    ExpectRuns("convert 16.pgm out.raw --format BGRA_4444_32f");
-    float green = 0;
-    std::memcpy(&green, ReadFile("out.raw").substr(4, 4).data(), sizeof green);
-    EXPECT_NEAR(green * 65535, 0x12C, 0.6);
-}
-
 Picture FromBytes(const std::string& inBytes) {
     Picture picture = MakeSolid(1, static_cast<int>(inBytes.size() / 4), {});
     std::memcpy(picture.pixels.data(), inBytes.data(), inBytes.size());

@@ -45,11 +45,6 @@ TEST_F(DemoTest, ComposesPicturesOfAnySizeFromAProcessForEachAngle) {
     EXPECT_EQ(output.find('\033'), output.npos) << "colours, though this is no terminal";
 }
 
-TEST_F(DemoTest, TellsWhatAPublishingProcessStumbledOver) {
-    ExpectFails("demo out pipe.png text.png", 1, "text.png: ");
-    EXPECT_TRUE(fs::is_empty("out"));
-}
-
 TEST_F(DemoTest, LeavesNothingBehindWhoeverIsKilled) {
     constexpr auto kDeath = "vframe: publisher: it ended too early (killed by signal 9)\n";
     constexpr auto kInterruption = "vframe: interrupted: ended by a signal\n";

@@ -13,8 +13,6 @@ class ErrorsTest : public ToolTest {
         WriteFile("text.png", "text");
         WriteFile("three.raw", "123");
         WriteFile("zeros.raw", std::string(120000, '\0'));
-        const std::string sample = ReadFile(Sample(1));
-        WriteFile("damaged.png", sample.substr(0, sample.size() / 2));
     }
 };
 
@@ -22,39 +20,26 @@ TEST_F(ErrorsTest, AreOneLineAndLeaveNothingBehind) {
     const std::tuple<std::string, int, std::string> kMistakes[] = {
         {"", 2, "a command is needed"},
         {"convert good.png out.png --sise 1x1", 2, "--sise"},
-        {"convert . out.png", 1, "is a folder"},
         {"info 'two\nlines.png'", 1, "two lines.png: No such file"},
         {"convert text.png out.png", 1, "text.png: "},
-        {"convert damaged.png good.png", 1, "is damaged"},
         {"convert good.png out.jpg", 2, "the ending says nothing"},
         {"convert good.png no/out.png", 1, "cannot be written"},
         {"convert good.png out.mp4 --size 31x30", 1, "even"},
-        {"convert good.png out.png --size 0x10", 2, "'0x10' is no size"},
-        {"convert good.png out.png --format UYVI", 2, "near: UYVY_422_8u"},
         {"convert good.png a.raw --format V210_422_10u --size 3x3", 1, "even"},
         {"convert three.raw out.png", 2, "--input-format"},
-        {"convert good.png out.png --crop 1,2,3", 2, "LEFT,TOP,RIGHT,BOTTOM"},
         {"convert good.png out.png --crop 0,0,9999,1", 1, "no part"},
         {"convert good.png out.png --smooth --format NTSCDV25 --size 720x480", 1, "rows"},
         {"convert zeros.raw out.png --input-format NTSCDV25 --input-size 720x480", 1,
          "NTSCDV25: its bytes are no frame"},
         {"convert good.png out.png --input-size 4x4", 2, ".raw"},
         {"info three.raw --input-format BGRA_4444_8u --input-size 1x1", 1, "3 bytes"},
-        {"publish good.png", 2, "--guid"},
-        {"publish good.png --guid 12", 2, "'12' is no Guid"},
-        {"multicam good.png", 2, "not 0"},
         {"multicam good.png out.png --selected 2", 2, "no angle 2 among 1"},
         {"multicam good.png out.png --size 2147483647x2147483647", 1, "memory"},
-        {"demo new good.png good.png good.png good.png good.png", 2, "not 5"},
         {"demo good.png/folder", 1, "the folder cannot be made"},
         {"show good.png good.png good.png good.png good.png", 2, "not 5"},
-        {"show good.png three.raw", 2, "three.raw: "},
-        {"quantise good.png out.png", 2, "out.png"},
         {"quantise good.png out.bmp --colours 1", 2, "--colours"},
         {"cut good.png good.png out.png --polygon '1,1' --bezier '1,1'", 2, "shape"},
         {"cut good.png good.png out.png --polygon '1,1 2'", 2, "'2' is no point"},
-        {"cut good.png good.png out.png --polygon 1,nan", 2, "no point"},
-        {"cut good.png good.png out.png --polygon 1e30,0", 2, "no point"},
     };
     const std::set<std::string> before = Files();
     for (const auto& [arguments, status, partOfLine] : kMistakes) {

@@ -41,10 +41,4 @@ TEST_F(ShareTest, SendsAFrameInPlaceOrAsACopy) {
     }
 }
 
-TEST_F(ShareTest, GivesUpWhenNothingComes) {
-    ExpectRuns("publish in.png --guid " + kGuid + " --hold 0");
-    ExpectFails("receive out.png --guid " + kGuid + " --timeout 0.05", 1, "in time");
-    EXPECT_EQ(Files(), std::set<std::string>{"in.png"});
-}
-
 }  // namespace

@@ -80,11 +80,6 @@ class ShownWindow {
         return picture;
     }
 
-    void Resize(unsigned inWidth, unsigned inHeight) {
-        XResizeWindow(display_, window_, inWidth, inHeight);
-        XSync(display_, False);
-    }
-
     /// Paints over its contents; the window is told that it has to be drawn again.
     void Spoil() {
         XFillRectangle(display_, window_, DefaultGC(display_, 0), 0, 0, 32767, 32767);
