@@ -298,10 +298,7 @@ void StoreUnits(const HalfRow& inRow, std::int32_t inWidth, std::byte* outRow) {
 
 void LoadV210(const std::byte* inRow, std::int32_t inWidth, const HalfRow& outRow) {
     const auto width = static_cast<std::size_t>(inWidth);
-    for (std::size_t x = 0; x < width; x += kGroupPixels) {
-        UnpackGroup(CodesAt(inRow) + x / kGroupPixels * kGroupBytes, outRow.luma + x,
-                    outRow.chroma + x);
-    }
+    UnpackGroups(CodesAt(inRow), width, outRow.luma, outRow.chroma);
     Continue(width, outRow);
 }
 

@@ -8,6 +8,7 @@
 #endif
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -81,12 +82,63 @@ HWY_INLINE void UnpackGroup(const std::uint8_t* inGroup, std::uint16_t* outLuma,
     hn::StoreU(SamplesOf(group, kChromaChoice), kGroupWordsTag, outChroma);
 }
 
+#if HWY_TARGET == HWY_AVX3_DL
+
+// Four groups at a time: 16 words of three samples each. Samples are chosen from two vectors of 32
+// numbers by an instruction that Highway does not have.
+constexpr std::size_t kBlockPixels = 4 * kGroupPixels;
+constexpr std::size_t kBlockBytes = 4 * kGroupBytes;
+
+using WordOrder = std::array<std::uint16_t, 32>;
+
+HWY_INLINE Words Chosen(Words inFirst, Words inSecond, const WordOrder& inOrder) {
+    const Words indices = hn::LoadU(kWords, inOrder.data());
+    return Words{_mm512_permutex2var_epi16(inFirst.raw, indices.raw, inSecond.raw)};
+}
+
+/// From the first and second samples of all words, and the third ones: every other sample.
+constexpr WordOrder EveryOtherSample(std::size_t inFirst) {
+    WordOrder order{};
+    for (std::size_t i = 0; i < kBlockPixels; ++i) {
+        const std::size_t sample = 2 * i + inFirst, word = sample / 3, place = sample % 3;
+        order[i] = static_cast<std::uint16_t>(2 * word + (place < 2 ? place : 32));
+    }
+    return order;
+}
+
+// Writes eight numbers too many in each array.
+HWY_INLINE void UnpackBlock(const std::uint8_t* inBlock, std::uint16_t* outLuma,
+                            std::uint16_t* outChroma) {
+    static constexpr WordOrder kLuma = EveryOtherSample(1), kChroma = EveryOtherSample(0);
+    const Pixels words = hn::BitCast(kPixels, hn::LoadU(kBytes, inBlock));
+    const Pixels firsts = hn::And(hn::ShiftLeft<6>(words), hn::Set(kPixels, 0xFFC0));
+    const Pixels seconds = hn::And(hn::ShiftLeft<12>(words), hn::Set(kPixels, 0xFFC00000));
+    const Pixels thirds = hn::And(hn::ShiftRight<14>(words), hn::Set(kPixels, 0xFFC0));
+    const Words low = hn::BitCast(kWords, hn::Or(firsts, seconds));
+    const Words high = hn::BitCast(kWords, thirds);
+    hn::StoreU(Chosen(low, high, kLuma), kWords, outLuma);
+    hn::StoreU(Chosen(low, high, kChroma), kWords, outChroma);
+}
+
+#endif
+
+/// Unpacks groups until inCount pixels are done. Writes less than a vector too much in each array.
+HWY_INLINE void UnpackGroups(const std::uint8_t* inRow, std::size_t inCount, std::uint16_t* outLuma,
+                             std::uint16_t* outChroma) {
+    std::size_t x = 0;
+#if HWY_TARGET == HWY_AVX3_DL
+    for (; x + kBlockPixels <= inCount; x += kBlockPixels)
+        UnpackBlock(inRow + x / kBlockPixels * kBlockBytes, outLuma + x, outChroma + x);
+#endif
+    for (; x < inCount; x += kGroupPixels)
+        UnpackGroup(inRow + x / kGroupPixels * kGroupBytes, outLuma + x, outChroma + x);
+}
+
 /// Unpacks from inRow on, where the row has inLeft more pixels, as many as a chunk takes and the
 /// pair that follows; at the end of the row its last sample goes on.
 inline void UnpackChunk(const std::uint8_t* inRow, std::size_t inLeft, PlanarChunk& outChunk) {
     const std::size_t count = std::min(inLeft, kChunkPixels + kGroupPixels);
-    for (std::size_t x = 0; x < count; x += kGroupPixels)
-        UnpackGroup(inRow + x / kGroupPixels * kGroupBytes, outChunk.luma + x, outChunk.chroma + x);
+    UnpackGroups(inRow, count, outChunk.luma, outChunk.chroma);
     if (count < inLeft) return;
     const std::size_t end = count + count % 2;
     outChunk.luma[end - 1] = outChunk.luma[count - 1];
@@ -194,8 +246,37 @@ HWY_INLINE void PackGroup(const std::uint16_t* inSamples, std::uint8_t* outGroup
     hn::StoreU(hn::BitCast(kGroupBytesTag, words), kGroupBytesTag, outGroup);
 }
 
+#if HWY_TARGET == HWY_AVX3_DL
+
+/// Of three samples for each word, the first and second ones, or the third one and anything.
+constexpr WordOrder SamplesOfWords(std::size_t inFirst) {
+    WordOrder order{};
+    for (std::size_t i = 0; i < 32; ++i)
+        order[i] = static_cast<std::uint16_t>((i / 2 * 3 + inFirst + i % 2) % 48);
+    return order;
+}
+
+HWY_INLINE void PackBlock(const std::uint16_t* inSamples, std::uint8_t* outBlock) {
+    static constexpr WordOrder kPairs = SamplesOfWords(0), kThirds = SamplesOfWords(2);
+    const Words low = hn::LoadU(kWords, inSamples);
+    const Words high = hn::LoadU(kWords, inSamples + 32);
+    const auto pairs = hn::BitCast(kPixels, Chosen(low, high, kPairs));
+    const auto thirds = hn::BitCast(kPixels, Chosen(low, high, kThirds));
+    const Pixels firsts = hn::And(pairs, hn::Set(kPixels, 0xFFFF));
+    const Pixels seconds = hn::ShiftLeft<10>(hn::ShiftRight<16>(pairs));
+    hn::StoreU(hn::BitCast(kBytes, hn::Or3(firsts, seconds, hn::ShiftLeft<20>(thirds))), kBytes,
+               outBlock);
+}
+
+#endif
+
 inline void PackChunk(const SampleChunk& inChunk, std::size_t inCount, std::uint8_t* outRow) {
-    for (std::size_t x = 0; x < inCount; x += kGroupPixels)
+    std::size_t x = 0;
+#if HWY_TARGET == HWY_AVX3_DL
+    for (; x + kBlockPixels <= inCount; x += kBlockPixels)
+        PackBlock(inChunk.samples + 2 * x, outRow + x / kBlockPixels * kBlockBytes);
+#endif
+    for (; x < inCount; x += kGroupPixels)
         PackGroup(inChunk.samples + 2 * x, outRow + x / kGroupPixels * kGroupBytes);
     ClearUnused(kV210, static_cast<std::int32_t>(inCount), reinterpret_cast<std::byte*>(outRow));
 }
