@@ -76,10 +76,8 @@ std::optional<RowRoad> RowRoad::Find(const Format& inSource, const Format& inDes
 }
 
 void RowRoad::Prepare(std::int32_t inWidth, Scratch& ioScratch) {
-    for (std::size_t i = 0; i + 1 < count_; ++i) {
-        // Rows are read in whole vectors, but not beyond their last pixel.
+    for (std::size_t i = 0; i + 1 < count_; ++i)
         steps_[i].row = ScratchBytes(UsedRowBytes(steps_[i].to, inWidth), ioScratch);
-    }
 }
 
 void RowRoad::Convert(const std::byte* inRow, std::byte* outRow, std::int32_t inWidth) const {
