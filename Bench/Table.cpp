@@ -1,5 +1,7 @@
 #include "Table.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <fstream>
 #include <map>
@@ -32,7 +34,7 @@ std::vector<Figures>& AllFigures() {
     return figures;
 }
 
-// Collects the medians, in milliseconds, by the name of the run.
+// Collects the medians of the runs of a row, in milliseconds, by contestant.
 class MedianReporter final : public benchmark::BenchmarkReporter {
   public:
     bool ReportContext(const Context&) override { return true; }
@@ -51,9 +53,7 @@ class MedianReporter final : public benchmark::BenchmarkReporter {
     std::map<std::string, std::string> errors;
 };
 
-std::string RunName(const Row& inRow, const std::string& inContestant) {
-    return inRow.work + "|" + inContestant;
-}
+constexpr const char* kOurs = "ours";
 
 void Register(const std::string& inName, const Run& inRun) {
     benchmark::RegisterBenchmark(inName.c_str(), inRun)
@@ -83,19 +83,33 @@ struct Result {
     double peerTime;
 };
 
-std::optional<Result> FindResult(const Row& inRow, const MedianReporter& inReporter) {
-    const auto ours = inReporter.medians.find(RunName(inRow, "ours"));
-    if (ours == inReporter.medians.end()) return std::nullopt;
+std::optional<Result> Measure(const Row& inRow, bool& ioHasFailed) {
+    benchmark::ClearRegisteredBenchmarks();
+    Register(kOurs, inRow.ours);
+    for (const Contestant& peer : inRow.peers)
+        Register(peer.name, peer.run);
+    MedianReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    for (const auto& [name, message] : reporter.errors) {
+        std::fprintf(stderr, "bench: %s, %s: %s\n", inRow.work.c_str(), name.c_str(),
+                     message.c_str());
+        ioHasFailed = true;
+    }
+    const auto ours = reporter.medians.find(kOurs);
+    if (ours == reporter.medians.end()) return std::nullopt;
     Result result{inRow.work, ours->second, "-", 0};
-    for (const Contestant& peer : inRow.peers) {
-        const auto found = inReporter.medians.find(RunName(inRow, peer.name));
-        if (found == inReporter.medians.end()) continue;
-        if (result.peerTime == 0 || found->second < result.peerTime) {
-            result.peer = peer.name;
-            result.peerTime = found->second;
-        }
+    for (const auto& [name, median] : reporter.medians) {
+        if (name == kOurs || (result.peerTime != 0 && median >= result.peerTime)) continue;
+        result.peer = name;
+        result.peerTime = median;
     }
     return result;
+}
+
+// Which row is being measured, where somebody looks on; the next line takes its place.
+void ShowProgress(std::size_t inNumber, std::size_t inCount, const std::string& inWork) {
+    if (isatty(STDERR_FILENO) == 0) return;
+    std::fprintf(stderr, "\r\033[K%zu of %zu: %s\r", inNumber, inCount, inWork.c_str());
 }
 
 void PrintResult(const Result& inResult) {
@@ -104,6 +118,7 @@ void PrintResult(const Result& inResult) {
                 inResult.peer.c_str(), hasPeer ? TimeText(inResult.peerTime).c_str() : "-");
     if (hasPeer) std::printf(" %8.2f", inResult.ours / inResult.peerTime);
     std::printf("\n");
+    std::fflush(stdout);
 }
 
 bool WriteCsv(const std::string& inFile, const std::vector<Result>& inResults) {
@@ -136,28 +151,20 @@ bool RunTable(const std::string& inOnly, const std::string& inCsv) {
     const auto wanted = [&](const std::string& inName) {
         return inName.find(inOnly) != std::string::npos;
     };
-    bool any = false;
+    std::vector<const Row*> rows;
     for (const Row& row : Rows()) {
-        if (!wanted(row.work)) continue;
-        any = true;
-        Register(RunName(row, "ours"), row.ours);
-        for (const Contestant& peer : row.peers)
-            Register(RunName(row, peer.name), peer.run);
+        if (wanted(row.work)) rows.push_back(&row);
     }
-    MedianReporter reporter;
-    if (any) benchmark::RunSpecifiedBenchmarks(&reporter);
-
     std::printf("%-58s %11s  %-28s %11s %8s\n", "work", "ours", "fastest peer", "its time",
                 "ratio");
     std::vector<Result> results;
-    for (const Row& row : Rows()) {
-        if (const auto result = FindResult(row, reporter)) {
+    bool hasFailed = false;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        ShowProgress(i + 1, rows.size(), rows[i]->work);
+        if (const auto result = Measure(*rows[i], hasFailed)) {
             PrintResult(*result);
             results.push_back(*result);
         }
-    }
-    for (const auto& [name, message] : reporter.errors) {
-        std::fprintf(stderr, "bench: %s: %s\n", name.c_str(), message.c_str());
     }
     for (const Figures& figures : AllFigures()) {
         if (!wanted(figures.name)) continue;
@@ -166,7 +173,7 @@ bool RunTable(const std::string& inOnly, const std::string& inCsv) {
             std::printf("  %s\n", line.c_str());
     }
     const bool written = inCsv.empty() || WriteCsv(inCsv, results);
-    return written && reporter.errors.empty();
+    return written && !hasFailed;
 }
 
 }  // namespace bench
