@@ -20,28 +20,50 @@ constexpr hn::ScalableTag<std::int32_t> kPlaces;
 using Floats = hn::Vec<decltype(kFloats)>;
 constexpr auto kLanes = static_cast<std::int32_t>(HWY_LANES(float));
 
+constexpr std::int32_t kNear = 2 * kLanes;
+
+// The samples at places 0 to kNear - 1 from inSamples on.
+HWY_INLINE Floats NearSamples(const float* inSamples, hn::Vec<decltype(kPlaces)> inPlaces) {
+    const Floats low = hn::LoadU(kFloats, inSamples);
+    const Floats high = hn::LoadU(kFloats, inSamples + kLanes);
+#if HWY_TARGET <= HWY_AVX3
+    return Floats{_mm512_permutex2var_ps(low.raw, inPlaces.raw, high.raw)};
+#else
+    const auto lanes = hn::Set(kPlaces, kLanes);
+    const auto isHigh = hn::Gt(inPlaces, hn::Set(kPlaces, kLanes - 1));
+    const auto lane = hn::IfThenElse(isHigh, hn::Sub(inPlaces, lanes), inPlaces);
+    const auto indices = hn::IndicesFromVec(kFloats, lane);
+    return hn::IfThenElse(hn::RebindMask(kFloats, isHigh), hn::TableLookupLanes(high, indices),
+                          hn::TableLookupLanes(low, indices));
+#endif
+}
+
 // The samples that a vector of destination samples is made of. Those that lie near one another are
-// looked up in one vector. inEnd samples may be read.
+// looked up in one vector or two. inEnd samples may be read.
 HWY_INLINE Floats FilterVector(const float* inSamples, const std::int32_t* inFirst,
                                std::int32_t inTapCount, std::int32_t inEnd, const float* inWeights,
                                std::size_t inWeightStep) {
-    const std::int32_t first = inFirst[0];
+    const std::int32_t first = inFirst[0], span = inFirst[kLanes - 1] - first;
     const auto places = hn::LoadU(kPlaces, inFirst);
-    Floats sum = hn::Zero(kFloats);
-    if (inFirst[kLanes - 1] < first + kLanes && first + inTapCount - 1 + kLanes <= inEnd) {
-        const auto near = hn::IndicesFromVec(kFloats, hn::Sub(places, hn::Set(kPlaces, first)));
-        for (std::int32_t tap = 0; tap < inTapCount; ++tap, inWeights += inWeightStep) {
-            const Floats samples = hn::LoadU(kFloats, inSamples + first + tap);
-            sum =
-                hn::MulAdd(hn::LoadU(kFloats, inWeights), hn::TableLookupLanes(samples, near), sum);
-        }
-        return sum;
+    const auto distances = hn::Sub(places, hn::Set(kPlaces, first));
+    const auto sum = [&](const auto& samplesOfTap) HWY_ATTR {
+        Floats result = hn::Zero(kFloats);
+        for (std::int32_t tap = 0; tap < inTapCount; ++tap, inWeights += inWeightStep)
+            result = hn::MulAdd(hn::LoadU(kFloats, inWeights), samplesOfTap(tap), result);
+        return result;
+    };
+    const float* const near = inSamples + first;
+    if (span < kLanes && first + inTapCount - 1 + kLanes <= inEnd) {
+        const auto indices = hn::IndicesFromVec(kFloats, distances);
+        return sum([&](std::int32_t tap) HWY_ATTR {
+            return hn::TableLookupLanes(hn::LoadU(kFloats, near + tap), indices);
+        });
     }
-    for (std::int32_t tap = 0; tap < inTapCount; ++tap, inWeights += inWeightStep) {
-        const Floats samples = hn::GatherIndex(kFloats, inSamples + tap, places);
-        sum = hn::MulAdd(hn::LoadU(kFloats, inWeights), samples, sum);
+    if (span < kNear && first + inTapCount - 1 + kNear <= inEnd) {
+        return sum([&](std::int32_t tap) HWY_ATTR { return NearSamples(near + tap, distances); });
     }
-    return sum;
+    return sum([&](std::int32_t tap)
+                   HWY_ATTR { return hn::GatherIndex(kFloats, inSamples + tap, places); });
 }
 
 void Filter(const float* inSamples, const WeightTable& inWeights, float* HWY_RESTRICT outSamples) {
