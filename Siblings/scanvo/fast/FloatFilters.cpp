@@ -86,15 +86,22 @@ void Filter(const float* inSamples, const WeightTable& inWeights, float* HWY_RES
     }
 }
 
-void Set(const float* inSamples, float inWeight, std::int32_t inCount,
-         float* HWY_RESTRICT outSamples) {
-    std::int32_t i = 0;
-    for (; i + kLanes <= inCount; i += kLanes) {
-        const Floats samples = hn::LoadU(kFloats, inSamples + i);
-        hn::StoreU(hn::Mul(hn::Set(kFloats, inWeight), samples), kFloats, outSamples + i);
+void Mix(const float* const* inRows, const float* inWeights, std::int32_t inRowCount,
+         std::int32_t inCount, float* HWY_RESTRICT outSamples) {
+    std::int32_t x = 0;
+    for (; x + kLanes <= inCount; x += kLanes) {
+        Floats sum = hn::Zero(kFloats);
+        for (std::int32_t row = 0; row < inRowCount; ++row) {
+            const Floats samples = hn::LoadU(kFloats, inRows[row] + x);
+            sum = hn::MulAdd(hn::Set(kFloats, inWeights[row]), samples, sum);
+        }
+        hn::StoreU(sum, kFloats, outSamples + x);
     }
-    for (; i < inCount; ++i) {
-        outSamples[i] = inWeight * inSamples[i];
+    for (; x < inCount; ++x) {
+        float sum = 0;
+        for (std::int32_t row = 0; row < inRowCount; ++row)
+            sum += inWeights[row] * inRows[row][x];
+        outSamples[x] = sum;
     }
 }
 
@@ -120,7 +127,7 @@ namespace scanvo {
 namespace {
 
 HWY_EXPORT(Filter);
-HWY_EXPORT(Set);
+HWY_EXPORT(Mix);
 HWY_EXPORT(Add);
 
 }  // namespace
@@ -130,9 +137,9 @@ void FilterAlongRow(const float* inSamples, const WeightTable& inWeights,
     HWY_DYNAMIC_DISPATCH(Filter)(inSamples, inWeights, outSamples);
 }
 
-void SetWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
-                 float* __restrict outSamples) {
-    HWY_DYNAMIC_DISPATCH(Set)(inSamples, inWeight, inCount, outSamples);
+void MixWeighted(const float* const* inRows, const float* inWeights, std::int32_t inRowCount,
+                 std::int32_t inCount, float* __restrict outSamples) {
+    HWY_DYNAMIC_DISPATCH(Mix)(inRows, inWeights, inRowCount, inCount, outSamples);
 }
 
 void AddWeighted(const float* inSamples, float inWeight, std::int32_t inCount,

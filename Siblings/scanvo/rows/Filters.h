@@ -66,9 +66,9 @@ WeightTable MakeWeights(const Axis& inAxis);
 void FilterAlongRow(const float* inSamples, const WeightTable& inWeights,
                     float* __restrict outSamples);
 
-/// Weighted sum of rows, one row at a time: the first sets, the others add.
-void SetWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
-                 float* __restrict outSamples);
+/// The weighted sum of rows: of all at once, or one more added to it.
+void MixWeighted(const float* const* inRows, const float* inWeights, std::int32_t inRowCount,
+                 std::int32_t inCount, float* __restrict outSamples);
 void AddWeighted(const float* inSamples, float inWeight, std::int32_t inCount,
                  float* __restrict ioSamples);
 

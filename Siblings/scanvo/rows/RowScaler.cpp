@@ -1,21 +1,13 @@
 #include "rows/RowScaler.h"
 
 #include <algorithm>
+#include <array>
 
 namespace scanvo {
 namespace {
 
-constexpr std::int32_t kMostKeptRows = 6;
-
-// Adds a weighted row, or sets to it.
-using MixSamples = void (*)(const float*, float, std::int32_t, float* __restrict);
-
-void MixRow(MixSamples inMix, const RowShape& inShape, const PlanarRow& inRow, float inWeight,
-            const PlanarRow& ioMixed) {
-    for (std::size_t plane = 0; plane < kPlaneCount; ++plane) {
-        inMix(inRow[plane], inWeight, inShape[plane], ioMixed[plane]);
-    }
-}
+// What is kept for them should stay in a second-level cache.
+constexpr std::int32_t kMostKeptRows = 16;
 
 void ClearRow(const RowShape& inShape, const PlanarRow& outRow) {
     for (std::size_t plane = 0; plane < kPlaneCount; ++plane) {
@@ -72,9 +64,12 @@ const PlanarRow& RowScaler::MixKeptRows() {
         Fetch(nextSource_, SlotOf(nextSource_));
     }
     const float* const weights = across_.WeightsOf(nextDestination_++);
-    for (std::int32_t tap = 0; tap < across_.tapCount; ++tap) {
-        MixRow(tap == 0 ? SetWeighted : AddWeighted, plan_.fetchedShape, SlotOf(first + tap),
-               weights[tap], extra_);
+    for (std::size_t plane = 0; plane < kPlaneCount; ++plane) {
+        std::array<const float*, kMostKeptRows> rows;
+        for (std::int32_t tap = 0; tap < across_.tapCount; ++tap)
+            rows[static_cast<std::size_t>(tap)] = SlotOf(first + tap)[plane];
+        MixWeighted(rows.data(), weights, across_.tapCount, plan_.fetchedShape[plane],
+                    extra_[plane]);
     }
     return extra_;
 }
@@ -93,8 +88,10 @@ const PlanarRow& RowScaler::MixIntoOpenRows() {
             ClearRow(plan_.fetchedShape, SlotOf(endOpen_));
         }
         for (std::int32_t open = row; open < endOpen_; ++open) {
-            MixRow(AddWeighted, plan_.fetchedShape, extra_,
-                   across_.WeightsOf(open)[nextSource_ - firstOf(open)], SlotOf(open));
+            const float weight = across_.WeightsOf(open)[nextSource_ - firstOf(open)];
+            for (std::size_t plane = 0; plane < kPlaneCount; ++plane) {
+                AddWeighted(extra_[plane], weight, plan_.fetchedShape[plane], SlotOf(open)[plane]);
+            }
         }
     }
     return SlotOf(row);
