@@ -29,6 +29,23 @@ TEST(Handles, KeepTheirBytesWhenTheyGrow) {
     EXPECT_EQ(hoardex::CountBlocks(), before);
 }
 
+TEST(Handles, LockedBlocksStay) {
+    const TvHandle handle = TvNewHandleClear(16);
+    TvHLock(handle);
+    TvHLock(handle);
+    TvHUnlock(handle);
+    const void* const place = *handle;
+    EXPECT_EQ(TvSetHandleSize(handle, 1 << 20), -108);
+    EXPECT_EQ(InsertHandItem(-1, handle, 1, "x"), -108);
+    EXPECT_EQ(TvSetHandleSize(handle, 16), 0);
+    EXPECT_EQ(TvSetHandleSize(handle, 8), 0);
+    EXPECT_EQ(*handle, place);
+    EXPECT_EQ(Text(handle), std::string(8, '\0'));
+    TvHUnlock(handle);
+    EXPECT_EQ(TvSetHandleSize(handle, 1 << 20), 0);
+    TvDisposeHandle(handle);
+}
+
 TEST(Handles, TakeBadInputAndFailWithoutMemory) {
     EXPECT_EQ(TvNewHandle(-1), nullptr);
     EXPECT_EQ(TvNewPtr(-1), nullptr);

@@ -65,20 +65,6 @@ TEST_F(MediaManagerTest, FlushesWhatWasUsedLongestAgo) {
     EXPECT_EQ(manager->GetUsedBytes(), 500U);
 }
 
-TEST_F(MediaManagerTest, BudgetAndPurge) {
-    for (const std::uint64_t item : {1U, 2U, 3U})
-        Add(item, 30, map);
-    manager->SetBudget(59);
-    EXPECT_EQ(map.TakeFlushed(), "1 2 ");
-    manager->SetBudget(0);
-    EXPECT_EQ(map.TakeFlushed(), "3 ");
-    Add(4, 1, map);
-    Add(5, 1, map);
-    manager->Purge();
-    EXPECT_EQ(map.TakeFlushed(), "4 5 ");
-    EXPECT_EQ(map.references, 0);
-}
-
 // Another map's lock may be held by a thread that waits for this one's.
 TEST_F(MediaManagerTest, FlushesItemsOfOtherMapsFromTheMainThread) {
     Map other;

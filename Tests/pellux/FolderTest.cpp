@@ -82,6 +82,25 @@ TEST_F(FolderTest, DamagedAndForeignFilesHarmNobody) {
               (std::vector<std::string>{"client.01-2", "notes.txt", "segment.1-2.03", "sweep"}));
 }
 
+// A stopped process may hold up the others' clean-up, but not the others.
+TEST_F(FolderTest, AStuckCleanUpStopsNobody) {
+    const Process stuck([&](Process& inParent) {
+        Check(lockf(open((folder_ / "sweep").c_str(), O_RDWR), F_TLOCK, 0) == 0);
+        inParent.Tell();
+        inParent.Hear();
+    });
+    ASSERT_TRUE(stuck.Hear());
+    std::ofstream(folder_ / "segment.1-2.3") << "of nobody";
+    CleanUp();
+    EXPECT_TRUE(fs::exists(folder_ / "segment.1-2.3"));
+    const std::jthread end([&] {
+        std::this_thread::sleep_for(100ms);
+        stuck.Tell();
+    });
+    CleanUp();
+    EXPECT_FALSE(fs::exists(folder_ / "segment.1-2.3")) << "it waits a while for its turn";
+}
+
 TEST_F(FolderTest, NothingElseCalledSweepStopsTheCleanUp) {
     for (const bool isLink : {false, true}) {
         fs::remove(folder_ / "sweep");

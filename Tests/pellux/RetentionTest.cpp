@@ -144,4 +144,22 @@ TEST_F(RetentionTest, AReaderThatSlipsInKeepsASegmentFromReuse) {
     munmap(shared, kPage);
 }
 
+TEST_F(RetentionTest, ThousandsOfSmallPublicationsNeedFewDescriptors) {
+    constexpr std::uint32_t kCount = 3000;
+    const OtherClient publisher([] {
+        const rlimit few{64, 64};
+        Check(setrlimit(RLIMIT_NOFILE, &few) == 0);
+        for (std::uint32_t i = 0; i < kCount; ++i) {
+            Check(Publish(MakeGuid(i), 64) == kSuccess);
+            Check(PutBinaryDataGenerationError(MakeGuid(i, 1), -1) == kSuccess);
+        }
+    });
+    for (std::uint32_t i = 0; i < kCount; ++i)
+        ASSERT_TRUE(IsWhole(Get(MakeGuid(i)), MakeGuid(i), 64));
+    BinaryReferencePtr none;
+    EXPECT_EQ(GetBinaryDataIfAvailable(MakeGuid(kCount - 1, 1), none), kGenerationFailed);
+    EXPECT_EQ(GetBinaryDataIfAvailable(MakeGuid(0, 1), none), kNotAvailable)
+        << "errors have a bound as well";
+}
+
 }  // namespace

@@ -28,18 +28,6 @@ struct Screen : win32_test::Canvas {
 
 using Display = RasterTest;
 
-// Records with tight lines and with wider ones: the bitmap handed on is as wide as the lines.
-TEST_F(Display, DrawsPartsOneToOne) {
-    for (const std::int32_t padding : {0, 8}) {
-        LocalRecord record(20, 10, padding, random_);
-        const Screen screen(16, 12);
-        const tagRECT from = {5, 2, 15, 9}, to = {3, 1, 13, 8};
-        EXPECT_EQ(tpixToScreen(record.Handle(), screen.Context(), &from, &to), 0);
-        screen.ExpectShows(
-            [&](int x, int y) { return IsIn(to, x, y) ? record.At(x + 2, y + 1) : Pixel{}; });
-    }
-}
-
 // Four quarters of one colour each, drawn at another size: directly, and through a smaller record.
 TEST_F(Display, ScalesSmallAndLargeSources) {
     for (const auto& [width, height] : {std::pair{40, 20}, {802, 10}, {10, 604}, {800, 600}}) {

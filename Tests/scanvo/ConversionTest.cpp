@@ -73,6 +73,17 @@ TEST(Convert, CopiesEveryBitOfItsOwnFormat) {
     }
 }
 
+// Units are written whole.
+TEST(Convert, GivesBothHalvesOfTheLastUnitTheLastLuma) {
+    Area uyvy(0x011, 1, 1), yuyv(0x1011, 1, 1);
+    uyvy.Set(0, 0, 0x04030201u);
+    for (const auto& [from, to, expected] :
+         {std::tuple(&uyvy, &yuyv, 0x03020102u), {&yuyv, &uyvy, 0x02030201u}}) {
+        ASSERT_EQ(Call(SV_Convert, from->Memory(), to->Memory(), 1, 1, 4), 0);
+        EXPECT_EQ(std::memcmp(to->Start(), &expected, 4), 0);
+    }
+}
+
 TEST(Calls, RefuseWhatCannotBe) {
     constexpr auto kFar = std::numeric_limits<std::int64_t>::min();
     std::vector<std::byte> memory(4096, std::byte{0xEE});

@@ -38,30 +38,3 @@ TEST(PixelFormats, SizesBeyondSixtyThreeBitsStayThere) {
     EXPECT_EQ(UncompressedPixelFormatRowBytes(kPixelFormat_BGRA_4444_8u, INT_MAX), 0);
     EXPECT_EQ(UncompressedPixelFormatRowBytes(kPixelFormat_BGRA_4444_8u, -4), 0);
 }
-
-TEST(PixelFormats, RectanglesSuitFormats) {
-    struct Case {
-        PixelFormat format;
-        std::int32_t width, height;
-        PixelAspectRatio ratio;
-        bool valid;
-    };
-    const Case cases[] = {
-        {kPixelFormat_BGRA_4444_8u, 1, 1, {1, 1}, true},
-        {kPixelFormat_BGRA_4444_8u, 0, 1, {1, 1}, false},
-        {kPixelFormat_BGRA_4444_8u, 1, -1, {1, 1}, false},
-        {kPixelFormat_BGRA_4444_8u, 1, 1, {1, 0}, false},
-        {kPixelFormat_BGRA_4444_8u, 1, 1, {0, 1}, false},
-        {kPixelFormat_UYVY_422_8u, 4, 3, {1, 1}, true},
-        {kPixelFormat_UYVY_422_8u, 5, 3, {1, 1}, false},
-        {kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601, 4, 3, {1, 1}, false},
-        {kPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601, 4, 2, {1, 1}, true},
-        {kPixelFormat_PALDV25, 720, 576, {16, 15}, true},
-        {kPixelFormat_PALDV25, 720, 480, {16, 15}, false},
-        {kPixelFormat_NTSC_DV100_1080i, 1280, 1080, {3, 2}, true},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(IsRectValidForFormat(c.format, c.width, c.height, c.ratio), c.valid)
-            << c.format.code << " " << c.width << "x" << c.height;
-    }
-}
