@@ -146,17 +146,6 @@ TEST_F(CacheTest, TheMapGoesWithItsLastReference) {
     EXPECT_EQ(manager.references, references - 1);
 }
 
-TEST_F(CacheTest, FlushedFramesDie) {
-    const Brix::MemoryRecycler::Pointer recycler;
-    const Guid guid = Guid::Generate();
-    RegisterDependencyOnFrame(guid);
-    InsertIntoCache(support::MakeFrame(32, 32), guid, kValue);
-    manager.map->FlushItem(1);
-    const std::size_t kept = recycler->KeptBytes();
-    UnregisterDependencyOnFrame(guid);
-    EXPECT_GT(recycler->KeptBytes(), kept);
-}
-
 // ---------------------------------------------------------------------------------------------
 // The notification function
 

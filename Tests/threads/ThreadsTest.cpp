@@ -58,6 +58,19 @@ TEST(Threads, QueueCallsAndShareTasks) {
     EXPECT_EQ(tasks, kThreads * 20 * 10);
 }
 
+TEST(Threads, FailInOneTaskAtATime) {
+    for (int round = 0; round < 50; ++round) {
+        std::atomic<int> inside = 0;
+        const auto fail = [&](int) {
+            ++inside;
+            for (int i = 0; i < 10000 && inside < 2; ++i)
+                std::this_thread::yield();
+            throw std::out_of_range("all");
+        };
+        EXPECT_THROW(ExecuteCPUBoundTaskOnAllProcessors(fail, 50), std::out_of_range);
+    }
+}
+
 // They compete for the same Guids while the bound keeps evicting, and start and stop the client.
 TEST_F(ServiceTest, IsSharedByThreads) {
     constexpr std::uint32_t kGuids = 200;
