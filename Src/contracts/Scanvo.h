@@ -5,8 +5,9 @@
 // there is one row only, 0. Coordinates are memory rows throughout: no operation turns a picture
 // over, except a conversion between a bottom-up and a top-down format, which keeps it upright.
 // Pictures of the DV and planar 4:2:0 formats are one block of bytes, top row first; their row
-// bytes are not looked at. They can be converted and scaled, whole; every operation that does not
-// say so refuses them. A DV picture has the standard size of its kind.
+// bytes are not looked at, and their memory rows count from the top. Every operation takes planar
+// ones, whole. DV ones can be converted, scaled, filled and merged; whatever else there is refuses
+// them. A DV picture has the standard size of its kind.
 //
 // The pixels of some formats share units: two of UYVY and YUYV one of 4 bytes, six of v210 one of
 // 16. An area begins with a unit, and the units at the end of its rows are read and written whole:
@@ -107,7 +108,8 @@ SIBLING_API std::int32_t SV_FillWithTransparentWhite(void* outBuffer, std::int64
                                                      SV_PixelFormat inFormat);
 
 /// Fills an area with the pixel at inPixel, which is of inPixelFormat (for a format whose pixels
-/// share units: one unit, of which the first pixel counts).
+/// share units: one unit, of which the first pixel counts; for a planar one: a picture of one
+/// pixel).
 SIBLING_API std::int32_t SV_FillWithColor(void* outBuffer, std::int64_t inRowBytes,
                                           std::int32_t inWidth, std::int32_t inHeight,
                                           SV_PixelFormat inFormat, const void* inPixel,
@@ -157,9 +159,9 @@ SIBLING_API std::int32_t SV_CompositeToBlack(const void* inSource, std::int64_t 
 /// Takes each pixel from picture A where its mask bit is set and from picture B where it is clear.
 /// Mask bits are most significant first; row 0 begins inMaskBitOffset (0 to 7) bits after inMask,
 /// each further row inMaskRowBytes later, which may be negative. Inputs are converted to the
-/// output's format first; in a 4:2:2 format the chroma of a pair goes with its first pixel. The
-/// output may be the same memory as an input of its format with its row bytes. inQuality makes no
-/// difference.
+/// output's format first; chroma that pixels share goes with the first of them: the left one, and in
+/// 4:2:0 that of the upper row. The output may be the same memory as an input of its format with its
+/// row bytes. inQuality makes no difference.
 SIBLING_API std::int32_t SV_OneBitMaskComposite(const void* inA, std::int64_t inARowBytes,
                                                 SV_PixelFormat inAFormat, const void* inB,
                                                 std::int64_t inBRowBytes, SV_PixelFormat inBFormat,
@@ -173,7 +175,10 @@ SIBLING_API std::int32_t SV_OneBitMaskComposite(const void* inA, std::int64_t in
 /// that takes each source corner to the destination corner of the same number. Corners go round
 /// the quadrilateral, either way. Pixels outside the destination quadrilateral or inDestinationRect
 /// stay as they are; source pixels outside inSourceRect are not read: those at its edges go on.
-/// Both pictures are of inFormat, which must be a packed 4:4:4:4 one, and must not overlap.
+/// Both pictures are of inFormat and must not overlap. Where pixels share chroma, that is drawn with
+/// the first of them, the left one and the upper. A planar destination is as wide and high as
+/// inDestinationRect reaches; in other formats whose pixels share units the source is read, and the
+/// destination known, to the ends of the units.
 ///
 /// inQuality 0 and 1 take the nearest pixel, more interpolates bilinearly if inInterpolates is not
 /// 0; straight colour then counts by its alpha. inOpacity is 0 to 255, clamped: what is drawn

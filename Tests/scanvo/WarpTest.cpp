@@ -188,8 +188,10 @@ TEST(Warp, RefusesWhatCannotBe) {
     EXPECT_EQ(Warp(source, kWhole, area, kWhole, {kAll, kAll, 2, 0}), kSV_Success);
     EXPECT_EQ(Warp(source, kWhole, area, {{{-9, 0}, {-2, 0}, {-2, 9}, {-9, 9}}}), kSV_Success);
     EXPECT_EQ(area.Pixels(), source.Pixels());
-    Area units(0x011, kWidth, kHeight);
-    EXPECT_EQ(Warp(units, kWhole, units, kWhole), kSV_UnsupportedFormat);
+    const auto dv = static_cast<SV_PixelFormat>(0x01000021);
+    EXPECT_EQ(Call(SV_WarpAffineQuad, area.Size(), source.Rows(), &kAll, kWhole.data(), area.Rows(),
+                   &kAll, kWhole.data(), 2, 255, 1, 1, dv, 0, 0, 1, 0),
+              kSV_UnsupportedFormat);
     EXPECT_EQ(Call(SV_WarpAffineQuad, 9, 9, source.Rows(), nullptr, kWhole.data(), area.Rows(),
                    &kAll, kWhole.data(), 2, 255, 1, 1, source.Format(), 0, 0, 1, 0),
               kSV_NullPointer);

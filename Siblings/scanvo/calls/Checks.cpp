@@ -20,7 +20,9 @@ bool IsReachable(std::int64_t inRowBytes, std::int32_t inRow) {
 std::int32_t CheckPicture(const void* inStart, std::int64_t inRowBytes, std::int32_t inWidth,
                           std::int32_t inHeight, const std::optional<Format>& inFormat) {
     if (inStart == nullptr) return kSV_NullPointer;
-    if (!inFormat || !HasAddressableRows(*inFormat)) return kSV_UnsupportedFormat;
+    if (!inFormat || inFormat->layout == Layout::Compressed) return kSV_UnsupportedFormat;
+    if (inFormat->layout == Layout::Planar)
+        return PictureBytes(*inFormat, inWidth, inHeight) > 0 ? kSV_Success : kSV_BadSize;
     if (inWidth <= 0 || inHeight <= 0 || !IsReachable(inRowBytes, inHeight)) return kSV_BadSize;
     if (inHeight > 1 && !AreRowsApart(inRowBytes, UsedRowBytes(*inFormat, inWidth))) {
         return kSV_BadSize;

@@ -14,7 +14,8 @@ namespace scanvo {
 /// Whether row number inRow lies at a distance that can be expressed.
 bool IsReachable(std::int64_t inRowBytes, std::int32_t inRow);
 
-/// Fails unless the rows of such a picture can be addressed and do not overlap.
+/// Fails for formats that are compressed or none, sizes that are not positive or too large, and
+/// rows that overlap. A planar picture is one block, whatever its row bytes.
 std::int32_t CheckPicture(const void* inStart, std::int64_t inRowBytes, std::int32_t inWidth,
                           std::int32_t inHeight, const std::optional<Format>& inFormat);
 
@@ -26,7 +27,10 @@ std::int32_t MakePicture(Void* inStart, std::int64_t inRowBytes, std::int32_t in
     const std::optional<Format> format = DecodeFormat(inFormat);
     const std::int32_t result = CheckPicture(inStart, inRowBytes, inWidth, inHeight, format);
     if (result != kSV_Success) return result;
-    outPicture = {static_cast<Byte*>(inStart), inRowBytes, inWidth, inHeight, *format};
+    auto* const start = static_cast<Byte*>(inStart);
+    outPicture = format->layout == Layout::Planar
+                     ? PlanarPicture(start, inWidth, inHeight, *format)
+                     : PictureOf<Byte>{start, inRowBytes, inWidth, inHeight, *format};
     return kSV_Success;
 }
 

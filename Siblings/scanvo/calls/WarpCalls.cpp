@@ -15,20 +15,9 @@ bool IsIn(const SV_Rect& inRect, std::int32_t inWidth, std::int32_t inHeight) {
            inRect.top < inRect.bottom && inRect.right <= inWidth && inRect.bottom <= inHeight;
 }
 
-// The part of a 4:4:4:4 picture inside a rectangle, as a picture.
-template <class Byte>
-PictureOf<Byte> PartOf(const PictureOf<Byte>& inPicture, const SV_Rect& inRect) {
-    return {RowAt(inPicture, inRect.top) + std::int64_t{inRect.left} * inPicture.format.unitBytes,
-            inPicture.rowBytes, inRect.right - inRect.left, inRect.bottom - inRect.top,
-            inPicture.format};
-}
-
-Quad QuadIn(const SV_Rect& inRect, const SV_Point* inCorners) {
+Quad QuadOf(const SV_Point* inCorners) {
     Quad quad;
-    std::transform(inCorners, inCorners + quad.size(), quad.begin(),
-                   [&inRect](const SV_Point& corner) -> SV_Point {
-                       return {corner.x - inRect.left, corner.y - inRect.top};
-                   });
+    std::copy_n(inCorners, quad.size(), quad.begin());
     return quad;
 }
 
@@ -54,7 +43,6 @@ std::int32_t SV_WarpAffineQuad(std::int32_t inSourceWidth, std::int32_t inSource
     std::int32_t result =
         MakePicture(inSource, inSourceRowBytes, inSourceWidth, inSourceHeight, inFormat, source);
     if (result != kSV_Success) return result;
-    if (source.format.layout != Layout::Packed4444) return kSV_UnsupportedFormat;
     // Of the destination's size only this rectangle is known.
     const SV_Rect& area = *inDestinationRect;
     if (!IsIn(*inSourceRect, inSourceWidth, inSourceHeight)) return kSV_BadArgument;
@@ -64,9 +52,9 @@ std::int32_t SV_WarpAffineQuad(std::int32_t inSourceWidth, std::int32_t inSource
                          destination);
     if (result != kSV_Success) return result;
 
-    const Quad sourceQuad = QuadIn(*inSourceRect, inSourceCorners);
-    const Quad destinationQuad = QuadIn(area, inDestinationCorners);
-    if (!IsProper(sourceQuad) || !IsProper(destinationQuad)) return kSV_BadArgument;
+    const WarpArea from{*inSourceRect, QuadOf(inSourceCorners)};
+    const WarpArea to{area, QuadOf(inDestinationCorners)};
+    if (!IsProper(from.corners) || !IsProper(to.corners)) return kSV_BadArgument;
     const std::int32_t opacity = std::clamp(inOpacity, 0, kFullOpacity);
     if (opacity == 0) return kSV_Success;
     const WarpSettings settings = {
@@ -75,8 +63,7 @@ std::int32_t SV_WarpAffineQuad(std::int32_t inSourceWidth, std::int32_t inSource
         .opacity = static_cast<float>(opacity) / kFullOpacity,
     };
     return Run([&] {
-        WarpQuad(PartOf(source, *inSourceRect), sourceQuad, PartOf(destination, area),
-                 destinationQuad, settings);
+        WarpPicture(source, from, destination, to, settings);
         return kSV_Success;
     });
 }

@@ -118,6 +118,18 @@ bool HasAlpha(const Format& inFormat) {
     return inFormat.alpha == Alpha::Straight || inFormat.alpha == Alpha::Premultiplied;
 }
 
+Format SinglePixels(const Format& inFormat) {
+    const bool isByte = inFormat.component == Component::Unsigned8;
+    Format pixels;
+    pixels.colour = inFormat.colour;
+    pixels.alpha = Alpha::Ignored;
+    pixels.component = isByte ? Component::Unsigned8 : Component::Float;
+    pixels.matrix = inFormat.matrix;
+    pixels.unitPixels = 1;
+    pixels.unitBytes = isByte ? 4 : 16;
+    return pixels;
+}
+
 std::int64_t UsedRowBytes(const Format& inFormat, std::int32_t inWidth) {
     return RoundUpToMultiple(inWidth, inFormat.unitPixels) / inFormat.unitPixels *
            inFormat.unitBytes;

@@ -73,6 +73,10 @@ bool HasHalfChroma(const Format& inFormat);
 /// Whether pixels carry an alpha that means something.
 bool HasAlpha(const Format& inFormat);
 
+/// Packed 4:4:4:4 pixels of the same colour that have no alpha and hold all that this format does:
+/// 8-bit or float ones.
+Format SinglePixels(const Format& inFormat);
+
 /// Bytes from a row's start to the end of the last unit that holds any of inWidth pixels.
 std::int64_t UsedRowBytes(const Format& inFormat, std::int32_t inWidth);
 

@@ -1,6 +1,7 @@
 // A picture in the caller's memory, as the operations see it.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -59,6 +60,49 @@ PictureOf<Byte> PlanarPicture(Byte* inStart, std::int32_t inWidth, std::int32_t 
         plane += rowBytes * chromaRows;
     }
     return picture;
+}
+
+/// One plane of a planar picture as it lies in memory, top row first: Y', or samples of one or both
+/// components of chroma.
+template <class Byte>
+struct MemoryPlane {
+    Byte* start = nullptr;
+    std::int64_t rowBytes = 0;   ///< from one row to the next
+    std::int64_t usedBytes = 0;  ///< of a row's samples
+    std::int32_t rows = 0;
+    int step = 1;         ///< bytes of the samples of one place
+    int columnShift = 0;  ///< one place for 2^columnShift pixels
+};
+
+template <class Byte>
+Byte* RowAt(const MemoryPlane<Byte>& inPlane, std::int32_t inRow) {
+    return inPlane.start + inPlane.rowBytes * inRow;
+}
+
+template <class Byte>
+struct MemoryPlanes {
+    std::array<MemoryPlane<Byte>, 3> planes{};
+    std::size_t count = 1;
+};
+
+/// Y' first.
+template <class Byte>
+MemoryPlanes<Byte> PlanesOf(const PictureOf<Byte>& inPicture) {
+    const Format& format = inPicture.format;
+    MemoryPlanes<Byte> all;
+    all.planes[0] = {inPicture.start, inPicture.rowBytes, inPicture.width, inPicture.height, 1, 0};
+    const std::int64_t width = ChromaWidth(format, inPicture.width);
+    const std::int32_t height = ChromaHeight(format, inPicture.height);
+    for (const std::size_t component : {0u, 1u}) {
+        const PlaneOf<Byte>& chroma = inPicture.chroma[component];
+        const PlanePlace& place = format.planes[component + 1];
+        const auto number = static_cast<std::size_t>(place.plane);
+        all.planes[number] = {
+            chroma.start - place.first, chroma.rowBytes, width * chroma.step, height, chroma.step,
+            format.chroma.columnShift};
+        all.count = std::max(all.count, number + 1);
+    }
+    return all;
 }
 
 }  // namespace scanvo

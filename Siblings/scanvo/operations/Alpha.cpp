@@ -5,7 +5,10 @@
 
 #include "fast/AlphaRows.h"
 #include "operations/Conversion.h"
+#include "operations/Dissolve.h"
+#include "operations/Fill.h"
 #include "rows/RowPlan.h"
+#include "rows/RowWriter.h"
 
 namespace scanvo {
 namespace {
@@ -105,18 +108,14 @@ bool IsSameButAlpha(Format inFirst, const Format& inSecond) {
     return inFirst == inSecond;
 }
 
-// Y'CbCr is V, U, Y', A in 4:4:4:4 and Cb, Y' or Y', Cb in 4:2:2.
+// Y'CbCr is V, U, Y', A.
 PixelPattern BlackPattern(const Format& inFormat) {
     constexpr std::uint8_t kLuma = 16;
     constexpr std::uint8_t kChroma = 128;
     PixelPattern black{};
     if (inFormat.colour != Colour::YCbCr) return black;
-    for (std::size_t i = 0; i < black.size(); ++i) {
-        const bool isLuma = inFormat.layout == Layout::Packed422
-                                ? (i % 2 == 0) == inFormat.isReversed
-                                : i % kPlaneCount == 2;
-        black[i] = isLuma ? kLuma : kChroma;
-    }
+    for (std::size_t i = 0; i < black.size(); ++i)
+        black[i] = i % kPlaneCount == 2 ? kLuma : kChroma;
     return black;
 }
 
@@ -127,8 +126,7 @@ Darkening DarkeningOf(const Format& inFormat, float inOpacity) {
     darkening.black = BlackPattern(inFormat);
     if (inFormat.alpha == Alpha::Straight)
         darkening.alphaPlace = static_cast<int>(AlphaPlace(inFormat));
-    if (inFormat.layout == Layout::Packed4444)
-        darkening.opaque = AlphaPattern(inFormat, kOpaque, std::byte{0});
+    darkening.opaque = AlphaPattern(inFormat, kOpaque, std::byte{0});
     return darkening;
 }
 
@@ -139,6 +137,21 @@ void DarkenCodes(const Source& inSource, const Destination& outDestination, floa
                [&](const std::byte* inRow, std::byte* outRow, std::size_t inBytes) {
                    darken(inRow, outRow, inBytes, darkening);
                });
+}
+
+// A black picture all of whose rows are the same memory.
+Source BlackPicture(const Destination& inLike, Scratch& ioScratch) {
+    const Format& format = inLike.format;
+    const bool isPlanar = format.layout == Layout::Planar;
+    std::byte* const bytes = ioScratch.Bytes(isPlanar ? PictureBytes(format, inLike.width, 1)
+                                                      : UsedRowBytes(format, inLike.width));
+    const Destination row = isPlanar ? PlanarPicture(bytes, inLike.width, 1, format)
+                                     : Destination{bytes, 0, inLike.width, 1, format};
+    FillWithValue(row, FillValue::OpaqueBlack);
+    Source black{row.start, 0, inLike.width, inLike.height, format};
+    for (std::size_t i = 0; i < black.chroma.size(); ++i)
+        black.chroma[i] = {row.chroma[i].start, 0, row.chroma[i].step};
+    return black;
 }
 
 void DarkenPlane(float* ioSamples, const float* inAlpha, std::int32_t inCount, float inOpacity) {
@@ -183,20 +196,26 @@ void CopyAndSetAlpha(const Source& inSource, const Destination& outDestination, 
 }
 
 void CompositeToBlack(const Source& inSource, const Destination& outDestination, float inOpacity) {
-    if (inSource.format.component == Component::Unsigned8 &&
-        IsSameButAlpha(inSource.format, outDestination.format)) {
+    const Format& from = inSource.format;
+    const Format& to = outDestination.format;
+    Scratch scratch;
+    if (from == to && from.layout != Layout::Packed4444) {
+        DissolvePictures(BlackPicture(outDestination, scratch), inSource, outDestination,
+                         inOpacity);
+        return;
+    }
+    if (from.component == Component::Unsigned8 && IsSameButAlpha(from, to)) {
         DarkenCodes(inSource, outDestination, inOpacity);
         return;
     }
-    Scratch scratch;
-    const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
+    const RowPlan plan = PlanConversion(from, to, inSource.width);
     const WorkRows work = MakeWorkRows(plan, scratch);
     const PlanarRow fetched = scratch.Row(plan.width);
-    const bool isStraight = inSource.format.alpha == Alpha::Straight;
+    RowWriter writer(outDestination, scratch);
     for (std::int32_t row = 0; row < inSource.height; ++row) {
         FetchRow(plan, inSource, row, work, fetched);
-        DarkenFetched(plan, isStraight, inOpacity, fetched);
-        FinishRow(plan, fetched, work, outDestination, row);
+        DarkenFetched(plan, from.alpha == Alpha::Straight, inOpacity, fetched);
+        writer.Write(FinishedRow(plan, fetched, work), row);
     }
 }
 

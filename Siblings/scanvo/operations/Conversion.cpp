@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -9,8 +10,9 @@
 #include "fast/ByteScaling.h"
 #include "fast/Bytes.h"
 #include "fast/FastPictures.h"
+#include "fast/FastRows.h"
 #include "operations/HalfRowConversion.h"
-#include "operations/RowRoad.h"
+#include "operations/RowConverter.h"
 #include "rows/KeptTables.h"
 #include "rows/RowPlan.h"
 #include "rows/RowScaler.h"
@@ -85,28 +87,35 @@ void CopyPicture(const Source& inSource, const Destination& outDestination) {
     }
 }
 
-// ---- Fast rows ----------------------------------------------------------------------------------
-
-void ConvertOnRoad(RowRoad inRoad, const Source& inSource, const Destination& outDestination) {
-    if (inRoad.IsOneStep()) {
-        ConvertWith(inRoad.FirstStep(), inSource, outDestination);
-        return;
+void CopyPlanes(const Source& inSource, const Destination& outDestination) {
+    const MemoryPlanes<const std::byte> from = PlanesOf(inSource);
+    const MemoryPlanes<std::byte> to = PlanesOf(outDestination);
+    for (std::size_t number = 0; number < to.count; ++number) {
+        const MemoryPlane<std::byte>& plane = to.planes[number];
+        for (std::int32_t row = 0; row < plane.rows; ++row) {
+            std::memmove(RowAt(plane, row), RowAt(from.planes[number], row),
+                         static_cast<std::size_t>(plane.usedBytes));
+        }
     }
-    Scratch scratch;
-    inRoad.Prepare(inSource.width, scratch);
-    for (std::int32_t row = 0; row < inSource.height; ++row)
-        inRoad.Convert(RowAt(inSource, row), RowAt(outDestination, row), inSource.width);
 }
 
-// ---- The general road ---------------------------------------------------------------------------
+// ---- By rows ------------------------------------------------------------------------------------
+
+void ConvertToPacked(const Source& inSource, const Destination& outDestination) {
+    Scratch scratch;
+    const RowConverter converter(inSource, outDestination.format, scratch);
+    for (std::int32_t row = 0; row < inSource.height; ++row)
+        converter.Convert(row, RowAt(outDestination, row));
+}
 
 // Chroma rows that lie alike in both stay where they are, as chroma samples along rows do.
 bool HaveSameChromaRows(const Format& inSource, const Format& inDestination) {
-    return inSource.layout == Layout::Planar && inDestination.layout == Layout::Planar &&
-           inSource.chroma == inDestination.chroma && inSource.chroma.columnShift == 1;
+    return inSource.layout == Layout::Planar && inSource.chroma == inDestination.chroma &&
+           inSource.chroma.columnShift == 1;
 }
 
-void ConvertPlanes(const Source& inSource, const Destination& outDestination) {
+// The plain form.
+void KeepChromaRows(const Source& inSource, const Destination& outDestination) {
     Scratch scratch;
     const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
     const WorkRows work = MakeWorkRows(plan, scratch);
@@ -122,12 +131,16 @@ void ConvertPlanes(const Source& inSource, const Destination& outDestination) {
     }
 }
 
-void ConvertRows(const Source& inSource, const Destination& outDestination) {
-    if (HaveSameChromaRows(inSource.format, outDestination.format)) {
-        ConvertPlanes(inSource, outDestination);
+void ConvertToPlanes(const Source& inSource, const Destination& outDestination) {
+    Scratch scratch;
+    if (const auto road = HalfRowRoad::Find(inSource, outDestination.format, scratch)) {
+        road->ConvertToPlanes(outDestination, scratch);
         return;
     }
-    Scratch scratch;
+    if (HaveSameChromaRows(inSource.format, outDestination.format)) {
+        KeepChromaRows(inSource, outDestination);
+        return;
+    }
     const RowPlan plan = PlanConversion(inSource.format, outDestination.format, inSource.width);
     const WorkRows work = MakeWorkRows(plan, scratch);
     const PlanarRow fetched = scratch.Row(plan.width);
@@ -137,6 +150,8 @@ void ConvertRows(const Source& inSource, const Destination& outDestination) {
         writer.Write(FinishedRow(plan, fetched, work), row);
     }
 }
+
+// ---- Scales -------------------------------------------------------------------------------------
 
 RowPlan PlanBetween(const Source& inSource, const Destination& inDestination,
                     std::int32_t inQuality) {
@@ -188,14 +203,18 @@ bool ScaleFieldsOfBytes(const Source& inSource, const Destination& outDestinatio
 }  // namespace
 
 void ConvertPicture(const Source& inSource, const Destination& outDestination) {
-    if (inSource.format == outDestination.format && inSource.format.layout != Layout::Planar) {
+    const Format& from = inSource.format;
+    const Format& to = outDestination.format;
+    if (from == to && to.layout == Layout::Planar) {
+        CopyPlanes(inSource, outDestination);
+    } else if (to.layout == Layout::Planar) {
+        ConvertToPlanes(inSource, outDestination);
+    } else if (from == to) {
         CopyPicture(inSource, outDestination);
-        return;
-    }
-    if (const auto road = RowRoad::Find(inSource.format, outDestination.format)) {
-        ConvertOnRoad(*road, inSource, outDestination);
-    } else if (!ConvertByHalfRows(inSource, outDestination)) {
-        ConvertRows(inSource, outDestination);
+    } else if (const ConvertRow convert = FastRowBetween(from, to)) {
+        ConvertWith(convert, inSource, outDestination);
+    } else {
+        ConvertToPacked(inSource, outDestination);
     }
 }
 

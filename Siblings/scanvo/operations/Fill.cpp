@@ -8,8 +8,6 @@
 #include "rows/Colour.h"
 #include "rows/PlanarRow.h"
 #include "rows/RowLayouts.h"
-#include "rows/RowWriter.h"
-#include "rows/Scratch.h"
 
 namespace scanvo {
 namespace {
@@ -48,31 +46,48 @@ Pattern PatternOf(const Format& inFormat, const Unit& inUnit) {
     return pattern;
 }
 
-void FillWithUnit(const Destination& outDestination, const Unit& inUnit) {
-    const Format& format = outDestination.format;
-    const Pattern pattern = PatternOf(format, inUnit);
-    const std::int64_t usedBytes = UsedRowBytes(format, outDestination.width);
-    const std::int64_t allBytes = usedBytes * outDestination.height;
+// Goes on with the pattern in every one of inRows rows.
+void FillRows(const Pattern& inPattern, std::byte* outStart, std::int64_t inRowBytes,
+              std::int64_t inUsedBytes, std::int32_t inRows) {
+    const std::int64_t allBytes = inUsedBytes * inRows;
     const bool isStreamed = allBytes >= kLargePictureBytes;
     // Rows that nothing separates are as good as one.
-    const bool isJoined = outDestination.rowBytes == usedBytes;
-    const std::int32_t rowCount = isJoined ? 1 : outDestination.height;
+    const bool isJoined = inRowBytes == inUsedBytes;
+    const std::int32_t rowCount = isJoined ? 1 : inRows;
     for (std::int32_t i = 0; i < rowCount; ++i) {
-        RepeatBytes(pattern, RowAt(outDestination, i),
-                    static_cast<std::size_t>(isJoined ? allBytes : usedBytes), isStreamed);
+        RepeatBytes(inPattern, outStart + inRowBytes * i,
+                    static_cast<std::size_t>(isJoined ? allBytes : inUsedBytes), isStreamed);
     }
     if (isStreamed) FinishCopies();
 }
 
+void FillWithUnit(const Destination& outDestination, const Unit& inUnit) {
+    const Format& format = outDestination.format;
+    FillRows(PatternOf(format, inUnit), outDestination.start, outDestination.rowBytes,
+             UsedRowBytes(format, outDestination.width), outDestination.height);
+}
+
+// Y', Cb and Cr of a pixel in 8 bits.
+std::array<std::byte, kColourPlaneCount> CodesOf(const Pixel& inPixel, const Format& inPlanar) {
+    const Unit unit = UnitOf(SinglePixels(inPlanar), inPixel);
+    return {unit[2], unit[1], unit[0]};
+}
+
 void FillPlanes(const Destination& outDestination, const Pixel& inPixel) {
-    Scratch scratch;
-    const PlanarRow row = scratch.Row(outDestination.width);
-    for (std::size_t plane = 0; plane < kColourPlaneCount; ++plane) {
-        std::fill_n(row[plane], outDestination.width, inPixel[plane]);
-    }
-    RowWriter writer(outDestination, scratch);
-    for (std::int32_t i = 0; i < outDestination.height; ++i) {
-        writer.Write(row, i);
+    const Format& format = outDestination.format;
+    const auto codes = CodesOf(inPixel, format);
+    const MemoryPlanes<std::byte> all = PlanesOf(outDestination);
+    for (std::size_t number = 0; number < all.count; ++number) {
+        Pattern pattern;
+        for (std::size_t component = 0; component < codes.size(); ++component) {
+            const PlanePlace& place = format.planes[component];
+            if (static_cast<std::size_t>(place.plane) != number) continue;
+            for (auto i = static_cast<std::size_t>(place.first); i < pattern.size();
+                 i += static_cast<std::size_t>(place.step))
+                pattern[i] = codes[component];
+        }
+        const MemoryPlane<std::byte>& plane = all.planes[number];
+        FillRows(pattern, plane.start, plane.rowBytes, plane.usedBytes, plane.rows);
     }
 }
 

@@ -1,21 +1,19 @@
-// Rows of several pictures brought together in one format, for operations that combine them.
+// Several pictures brought together in one format, for operations that combine them: packed ones
+// row by row, planar ones, whose rows share chroma, whole.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "formats/Picture.h"
-#include "operations/RowRoad.h"
-#include "rows/RowPlan.h"
+#include "operations/RowConverter.h"
 #include "rows/Scratch.h"
 
 namespace scanvo {
 
-/// Bytes that are not initialised and live as long as the scratch memory does.
-std::byte* ScratchBytes(std::int64_t inCount, Scratch& ioScratch);
-
-/// The rows of a picture in a format of choice.
+/// The rows of any picture in a packed format of choice.
 class InputRows {
   public:
     InputRows(const Source& inPicture, const Format& inFormat, Scratch& ioScratch);
@@ -25,14 +23,11 @@ class InputRows {
 
   private:
     Source picture_;
-    Destination converted_;
-    std::optional<RowRoad> road_;
-    std::optional<RowPlan> plan_;
-    WorkRows work_{};
-    PlanarRow fetched_{};
+    std::optional<RowConverter> converter_;
+    std::byte* converted_ = nullptr;
 };
 
-/// The rows of a picture to be written in whole units.
+/// The rows of a packed picture to be written in whole units.
 class OutputRows {
   public:
     explicit OutputRows(const Destination& inPicture);
@@ -51,6 +46,19 @@ class OutputRows {
   private:
     Destination picture_;
     std::size_t byteCount_;
+};
+
+/// Any picture in a planar format of choice, one block of bytes.
+class InputPlanes {
+  public:
+    InputPlanes(const Source& inPicture, const Format& inFormat);
+
+    /// The picture itself, or a converted one.
+    const Source& Picture() const { return picture_; }
+
+  private:
+    Source picture_;
+    std::unique_ptr<std::byte[]> converted_;
 };
 
 }  // namespace scanvo

@@ -1,12 +1,9 @@
 #include "operations/HalfRowConversion.h"
 
 #include <cmath>
-#include <optional>
 
 #include "fast/ColourNumbers.h"
-#include "operations/FormatRows.h"
 #include "rows/HalfRowLayouts.h"
-#include "rows/Scratch.h"
 
 namespace scanvo {
 namespace {
@@ -48,79 +45,75 @@ std::optional<HalfRowMatrix> MatrixBetween(const Format& inSource, const Format&
                          number(change.crOfCb),     number(change.crOfCr - 1)};
 }
 
-// ---- Pictures -----------------------------------------------------------------------------------
+}  // namespace
 
-struct Road {
-    HalfRowFunctions from, to;
-    std::optional<HalfRowMatrix> matrix;
-    InputRows rows;
-    HalfRow row;
-};
+std::optional<HalfRowRoad> HalfRowRoad::Find(const Source& inSource, const Format& inDestination,
+                                             Scratch& ioScratch) {
+    const Format& to = inDestination;
+    if (!IsHalfRowFormat(to) || !(HasHalfChroma(inSource.format) || HasHalfChroma(to)))
+        return std::nullopt;
+    const std::optional<Format> from = FormatToLoad(inSource.format, to);
+    HalfRowRoad road;
+    road.to_ = FindHalfRowFunctions(to, inSource.format.matrix);
+    if (!from || road.to_.loadLuma == nullptr) return std::nullopt;
+    road.source_ = inSource;
+    road.from_ = FindHalfRowFunctions(*from, to.matrix);
+    road.matrix_ = MatrixBetween(*from, to);
+    road.row_ = MakeHalfRow(inSource.width, ioScratch);
+    if (*from != inSource.format) {
+        road.toPixels_ = RowRoad::Find(inSource.format, *from);
+        road.toPixels_->Prepare(inSource.width, ioScratch);
+        road.pixels_ = ioScratch.Bytes(UsedRowBytes(*from, inSource.width));
+    }
+    return road;
+}
 
-void LoadAndChange(const Road& inRoad, const Source& inSource, std::int32_t inRow,
-                   const HalfRow& outRow) {
-    if (IsPlanar(inSource.format)) {
-        LoadHalfRow(inRoad.from, inSource, inRow, 0, inSource.width, outRow);
+void HalfRowRoad::Load(std::int32_t inRow, const HalfRow& outRow) const {
+    if (IsPlanar(source_.format)) {
+        LoadHalfRow(from_, source_, inRow, 0, source_.width, outRow);
     } else {
-        inRoad.from.load(inRoad.rows.At(inRow), inSource.width, outRow);
+        const std::byte* row = RowAt(source_, inRow);
+        if (toPixels_) {
+            toPixels_->Convert(row, pixels_, source_.width);
+            row = pixels_;
+        }
+        from_.load(row, source_.width, outRow);
     }
-    if (inRoad.matrix) inRoad.to.applyMatrix(*inRoad.matrix, inSource.width, outRow);
+    ChangeMatrix(outRow);
 }
 
-void ConvertToPacked(const Road& inRoad, const Source& inSource,
-                     const Destination& outDestination) {
-    for (std::int32_t row = 0; row < inSource.height; ++row) {
-        LoadAndChange(inRoad, inSource, row, inRoad.row);
-        inRoad.to.store(inRoad.row, inSource.width, RowAt(outDestination, row));
-    }
+void HalfRowRoad::ChangeMatrix(const HalfRow& ioRow) const {
+    if (matrix_) to_.applyMatrix(*matrix_, source_.width, ioRow);
 }
 
-void ConvertToPlanes(const Road& inRoad, const Source& inSource, const Destination& outDestination,
-                     Scratch& ioScratch) {
-    HalfRowWriter writer(inRoad.to, outDestination, RowOrder::BottomFirst, ioScratch);
-    for (std::int32_t row = 0; row < inSource.height; ++row) {
-        LoadAndChange(inRoad, inSource, row, writer.PlaceFor(row));
+void HalfRowRoad::ConvertRow(std::int32_t inRow, std::byte* outRow) const {
+    Load(inRow, row_);
+    to_.store(row_, source_.width, outRow);
+}
+
+void HalfRowRoad::ConvertToPlanes(const Destination& outDestination, Scratch& ioScratch) const {
+    if (IsPlanar(source_.format) && source_.format.chroma == outDestination.format.chroma) {
+        KeepChromaRows(outDestination);
+        return;
+    }
+    HalfRowWriter writer(to_, outDestination, RowOrder::BottomFirst, ioScratch);
+    for (std::int32_t row = 0; row < source_.height; ++row) {
+        Load(row, writer.PlaceFor(row));
         writer.Write(row);
     }
 }
 
 // Chroma rows that lie alike in both stay where they are.
-void ConvertPlanes(const Road& inRoad, const Source& inSource, const Destination& outDestination) {
-    for (std::int32_t row = 0; row < inSource.height; ++row) {
-        LoadAndChange(inRoad, inSource, row, inRoad.row);
-        inRoad.to.storeLuma(inRoad.row.luma, inSource.width,
-                            RowAt(outDestination, inSource.height - 1 - row));
+void HalfRowRoad::KeepChromaRows(const Destination& outDestination) const {
+    for (std::int32_t row = 0; row < source_.height; ++row) {
+        Load(row, row_);
+        to_.storeLuma(row_.luma, source_.width, RowAt(outDestination, source_.height - 1 - row));
     }
-    for (std::int32_t row = 0; row < ChromaHeight(inSource.format, inSource.height); ++row) {
-        LoadHalfChroma(inRoad.from, inSource, row, inRoad.row.chroma);
-        if (inRoad.matrix) inRoad.to.applyMatrix(*inRoad.matrix, inSource.width, inRoad.row);
-        StoreHalfChroma(inRoad.to, outDestination, row, inRoad.row.chroma);
+    for (std::int32_t row = 0; row < ChromaHeight(source_.format, source_.height); ++row) {
+        LoadHalfChroma(from_, source_, row, row_.chroma);
+        ChangeMatrix(row_);
+        StoreHalfChroma(to_, outDestination, row, row_.chroma);
     }
-}
-
-}  // namespace
-
-bool ConvertByHalfRows(const Source& inSource, const Destination& outDestination) {
-    const Format& to = outDestination.format;
-    if (!IsHalfRowFormat(to) || !(HasHalfChroma(inSource.format) || HasHalfChroma(to)))
-        return false;
-    const std::optional<Format> from = FormatToLoad(inSource.format, to);
-    const HalfRowFunctions toRows = FindHalfRowFunctions(to, inSource.format.matrix);
-    if (!from || toRows.loadLuma == nullptr) return false;
-    Scratch scratch;
-    const Road road{FindHalfRowFunctions(*from, to.matrix),
-                    toRows,
-                    MatrixBetween(*from, to),
-                    {inSource, *from, scratch},
-                    MakeHalfRow(inSource.width, scratch)};
-    if (!IsPlanar(to)) {
-        ConvertToPacked(road, inSource, outDestination);
-    } else if (IsPlanar(inSource.format) && inSource.format.chroma == to.chroma) {
-        ConvertPlanes(road, inSource, outDestination);
-    } else {
-        ConvertToPlanes(road, inSource, outDestination, scratch);
-    }
-    return true;
 }
 
 }  // namespace scanvo

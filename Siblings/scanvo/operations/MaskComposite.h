@@ -12,8 +12,7 @@ struct BitMask {
     std::int32_t firstBit = 0;
 };
 
-/// Takes the first picture where the mask is set. All of one size. The chroma of two pixels that
-/// share it goes with the first of them.
+/// Takes the first picture where the mask is set, as SelectPixels does.
 void CompositeByMask(const Source& inFirst, const Source& inSecond, const BitMask& inMask,
                      const Destination& outDestination);
 

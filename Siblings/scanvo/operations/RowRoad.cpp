@@ -1,7 +1,5 @@
 #include "operations/RowRoad.h"
 
-#include "operations/FormatRows.h"
-
 namespace scanvo {
 namespace {
 
@@ -77,7 +75,7 @@ std::optional<RowRoad> RowRoad::Find(const Format& inSource, const Format& inDes
 
 void RowRoad::Prepare(std::int32_t inWidth, Scratch& ioScratch) {
     for (std::size_t i = 0; i + 1 < count_; ++i)
-        steps_[i].row = ScratchBytes(UsedRowBytes(steps_[i].to, inWidth), ioScratch);
+        steps_[i].row = ioScratch.Bytes(UsedRowBytes(steps_[i].to, inWidth));
 }
 
 void RowRoad::Convert(const std::byte* inRow, std::byte* outRow, std::int32_t inWidth) const {

@@ -18,9 +18,6 @@ class RowRoad {
     /// result stays within one step of the exact one. Nothing when there is no such road.
     static std::optional<RowRoad> Find(const Format& inSource, const Format& inDestination);
 
-    bool IsOneStep() const { return count_ == 1; }
-    ConvertRow FirstStep() const { return steps_[0].convert; }
-
     /// Takes memory for what lies between the steps. Before Convert.
     void Prepare(std::int32_t inWidth, Scratch& ioScratch);
 

@@ -13,10 +13,16 @@ struct WarpSettings {
     float opacity = 1;
 };
 
-/// Only the area of the destination is written, and only that of the source read. Both are given
-/// as pictures of their own, so that the corners count from the first pixels of these. One 4:4:4:4
-/// format, proper quadrilaterals.
-void WarpQuad(const Source& inSource, const Quad& inSourceQuad, const Destination& ioDestination,
-              const Quad& inDestinationQuad, const WarpSettings& inSettings);
+/// What a warp may touch of a picture, and the corners that it maps, both counted from the first
+/// pixel of memory row 0.
+struct WarpArea {
+    SV_Rect rect;
+    Quad corners;
+};
+
+/// Both pictures are of one format; corners are proper. In formats whose pixels share chroma it
+/// goes with the first of them.
+void WarpPicture(const Source& inSource, const WarpArea& inFrom, const Destination& ioDestination,
+                 const WarpArea& inTo, const WarpSettings& inSettings);
 
 }  // namespace scanvo

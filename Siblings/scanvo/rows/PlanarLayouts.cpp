@@ -92,6 +92,12 @@ void StoreSamples(const float* inSamples, std::int32_t inCount, float inOffset, 
 
 }  // namespace
 
+std::int32_t FirstRowOf(const Format& inFormat, std::int32_t inHeight, std::int32_t inChromaRow) {
+    if (inFormat.chroma.rows == ChromaRows::Each) return inChromaRow;
+    const std::int32_t fields = ChromaFieldCount(inFormat, inHeight);
+    return inChromaRow / fields * 2 * fields + inChromaRow % fields;
+}
+
 std::int32_t ChromaFieldCount(const Format& inFormat, std::int32_t inHeight) {
     const bool hasFields =
         inFormat.chroma.rows == ChromaRows::OfFields || inFormat.chroma.rows == ChromaRows::InTurns;

@@ -25,6 +25,9 @@ ChromaPlace ChromaPlaceOf(const Format& inFormat, std::int32_t inHeight, std::si
 /// The fields that have chroma rows of their own: 2, or 1 where rows of both share them.
 std::int32_t ChromaFieldCount(const Format& inFormat, std::int32_t inHeight);
 
+/// The first of the rows of pixels, from the top, that share a chroma row.
+std::int32_t FirstRowOf(const Format& inFormat, std::int32_t inHeight, std::int32_t inChromaRow);
+
 /// Loads luma as it is and chroma as one sample for every other pixel, interpolated between rows,
 /// and along them where there are fewer.
 void LoadPlanes(const Source& inPicture, std::int32_t inRow, const CodeRanges& inRanges,

@@ -35,9 +35,13 @@ Scratch::~Scratch() {
     if (!hasEnded) idleBlock.bytes = std::move(block_);
 }
 
+std::byte* Scratch::Bytes(std::int64_t inCount) {
+    return static_cast<std::byte*>(
+        resource_.allocate(static_cast<std::size_t>(inCount), kAlignment));
+}
+
 float* Scratch::Floats(std::int32_t inCount) {
-    const std::size_t bytes = sizeof(float) * static_cast<std::size_t>(inCount);
-    return static_cast<float*>(resource_.allocate(bytes, kAlignment));
+    return reinterpret_cast<float*>(Bytes(std::int64_t{sizeof(float)} * inCount));
 }
 
 PlanarRow Scratch::Row(std::int32_t inWidth) {

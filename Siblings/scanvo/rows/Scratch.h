@@ -20,6 +20,7 @@ class Scratch {
     Scratch& operator=(const Scratch&) = delete;
 
     /// Not initialised, aligned to a cache line.
+    std::byte* Bytes(std::int64_t inCount);
     float* Floats(std::int32_t inCount);
 
     /// A row with room for inWidth samples in every plane.
