@@ -51,8 +51,8 @@ extern "C" {
 SIBLING_API void SV_Initialize();
 SIBLING_API void SV_Terminate();
 
-/// Converts an area pixel by pixel. inMode makes no difference here; callers pass 4. Chroma stays on
-/// the columns and rows of samples that both formats have; otherwise it is interpolated to every
+/// Converts an area pixel by pixel. inMode makes no difference here; callers pass 4. Chroma stays
+/// on the columns and rows of samples that both formats have; otherwise it is interpolated to every
 /// pixel and filtered from there. 8- and 10-bit results are within one code of the exact ones;
 /// chroma that another matrix takes beyond its codes may be clamped before it is interpolated.
 /// Source and destination may overlap when format and row bytes are equal.
@@ -159,9 +159,9 @@ SIBLING_API std::int32_t SV_CompositeToBlack(const void* inSource, std::int64_t 
 /// Takes each pixel from picture A where its mask bit is set and from picture B where it is clear.
 /// Mask bits are most significant first; row 0 begins inMaskBitOffset (0 to 7) bits after inMask,
 /// each further row inMaskRowBytes later, which may be negative. Inputs are converted to the
-/// output's format first; chroma that pixels share goes with the first of them: the left one, and in
-/// 4:2:0 that of the upper row. The output may be the same memory as an input of its format with its
-/// row bytes. inQuality makes no difference.
+/// output's format first; chroma that pixels share goes with the first of them: the left one, and
+/// in 4:2:0 that of the upper row. The output may be the same memory as an input of its format with
+/// its row bytes. inQuality makes no difference.
 SIBLING_API std::int32_t SV_OneBitMaskComposite(const void* inA, std::int64_t inARowBytes,
                                                 SV_PixelFormat inAFormat, const void* inB,
                                                 std::int64_t inBRowBytes, SV_PixelFormat inBFormat,
@@ -175,8 +175,8 @@ SIBLING_API std::int32_t SV_OneBitMaskComposite(const void* inA, std::int64_t in
 /// that takes each source corner to the destination corner of the same number. Corners go round
 /// the quadrilateral, either way. Pixels outside the destination quadrilateral or inDestinationRect
 /// stay as they are; source pixels outside inSourceRect are not read: those at its edges go on.
-/// Both pictures are of inFormat and must not overlap. Where pixels share chroma, that is drawn with
-/// the first of them, the left one and the upper. A planar destination is as wide and high as
+/// Both pictures are of inFormat and must not overlap. Where pixels share chroma, that is drawn
+/// with the first of them, the left one and the upper. A planar destination is as wide and high as
 /// inDestinationRect reaches; in other formats whose pixels share units the source is read, and the
 /// destination known, to the ends of the units.
 ///
@@ -197,9 +197,12 @@ SIBLING_API std::int32_t SV_WarpAffineQuad(
     std::int32_t, std::int32_t, std::int32_t, std::int32_t);
 
 /// Merge two DV frames: field 0 (the even rows from the top) of the first and field 1 of the second
-/// become one frame. The output may be an input. SV_MergeDV takes 25 Mb/s frames, told apart by
-/// their size in bytes (120,000 or 144,000), SV_MergeDVCPRO those of 50 and 100 Mb/s. kSV_BadData
-/// when an input is no such frame; the output is then as it was. inQuality makes no difference.
+/// become one frame. Video segments (five macroblocks in their five DIF blocks) that are the same
+/// in both are copied as they are, so that a frame merged with itself does not change; only the
+/// others are decoded and encoded. Headers, subcode, auxiliary data and audio are the first
+/// frame's. The output may be an input. SV_MergeDV takes 25 Mb/s frames, told apart by their size
+/// in bytes (120,000 or 144,000), SV_MergeDVCPRO those of 50 and 100 Mb/s. kSV_BadData when an
+/// input is no such frame; the output is then as it was. inQuality makes no difference.
 SIBLING_API std::int32_t SV_MergeDV(const void* inFirst, const void* inSecond, void* outFrame,
                                     std::int32_t inFrameBytes, std::int32_t inQuality);
 SIBLING_API std::int32_t SV_MergeDVCPRO(const void* inFirst, const void* inSecond, void* outFrame,

@@ -114,14 +114,34 @@ TEST(Dv, MergesTheFieldsOfTwoFrames) {
         // V, U, Y', A.
         Block first = plain(0xFFB4A050);
         const Block second = plain(0xFF406E96);
+        // What only one frame has differs in one segment of the second sequence; the audio is no
+        // picture.
+        Block same = first;
+        constexpr std::size_t kSegment = 150 * 80 + (6 + 16 + 1 + 5) * 80;
+        std::copy_n(second.begin() + kSegment, 400, same.begin() + kSegment);
+        same[6 * 80 + 40] = first[6 * 80 + 40] ^ 0xFF;
+        const Block sameBefore = same;
         const bool is25 = kind.format.bits < 0x03000000 && kind.format.bits != 0x07000021;
-        ASSERT_EQ(is25 ? SV_MergeDV(first.data(), second.data(), first.data(),
-                                    static_cast<std::int32_t>(first.size()), 4)
-                       : SV_MergeDVCPRO(first.data(), second.data(), first.data(), kind.format, 4),
-                  0);
-        const Area merged = Loaded(first, kind.format, packed, kind.width, kind.height);
+        const auto merge = [&](const Block& inFirst, const Block& inSecond, Block& outFrame) {
+            const auto bytes = static_cast<std::int32_t>(first.size());
+            const std::int32_t result =
+                is25 ? SV_MergeDV(inFirst.data(), inSecond.data(), outFrame.data(), bytes, 4)
+                     : SV_MergeDVCPRO(inFirst.data(), inSecond.data(), outFrame.data(), kind.format,
+                                      4);
+            ASSERT_EQ(result, 0);
+        };
+        merge(first, same, same);
+        Block merged = first;
+        std::copy_n(same.begin() + kSegment, 400, merged.begin() + kSegment);
+        EXPECT_EQ(same, merged) << "one segment alone is new";
+        EXPECT_NE(same, first);
+        EXPECT_NE(same, sameBefore);
+        merge(first, first, same);
+        EXPECT_EQ(same, first);
+        merge(first, second, first);
+        const Area pixels = Loaded(first, kind.format, packed, kind.width, kind.height);
         for (std::int32_t y = 100; y < 116; ++y) {
-            const Codes codes = merged.At(200, kind.height - 1 - y);
+            const Codes codes = pixels.At(200, kind.height - 1 - y);
             const Codes expected = y % 2 == 0 ? Codes{0xB4, 0xA0, 0x50} : Codes{0x40, 0x6E, 0x96};
             for (std::size_t c = 0; c < 3; ++c)
                 EXPECT_NEAR(codes[c], expected[c], 6) << std::hex << kind.format.bits << ' ' << y;

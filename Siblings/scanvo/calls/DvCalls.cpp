@@ -1,7 +1,11 @@
 // Merges of compressed frames.
+#include <cstring>
+#include <memory>
+
 #include "calls/Checks.h"
 #include "contracts/Scanvo.h"
 #include "dv/DvCodec.h"
+#include "dv/DvSegments.h"
 
 namespace scanvo {
 namespace {
@@ -9,15 +13,27 @@ namespace {
 constexpr SV_PixelFormat kDv25Lines525{0x01000021};
 constexpr SV_PixelFormat kDv25Lines625{0x02000021};
 
-// The output may be an input, so it is written last.
+// What differs is decoded and encoded anew; everything else stays as it is. The output may be an
+// input, so it is written last.
 std::int32_t Merge(const void* inFirst, const void* inSecond, void* outFrame,
                    const Format& inFormat) {
     if (inFirst == nullptr || inSecond == nullptr || outFrame == nullptr) return kSV_NullPointer;
+    const auto* const first = static_cast<const std::byte*>(inFirst);
+    const auto* const second = static_cast<const std::byte*>(inSecond);
+    const auto bytes = static_cast<std::size_t>(PictureBytes(inFormat, 1, 1));
+    if (!HoldsDifSequences(first, bytes) || !HoldsDifSequences(second, bytes)) return kSV_BadData;
+    if (HaveSameVideo(first, second, bytes)) {
+        std::memmove(outFrame, inFirst, bytes);
+        return kSV_Success;
+    }
     return Run([&]() -> std::int32_t {
         std::optional<DvPicture> merged = DecodeDv(inFirst, inFormat);
-        const std::optional<DvPicture> second = DecodeDv(inSecond, inFormat);
-        if (!merged || !second || !TakeSecondField(*second, *merged)) return kSV_BadData;
-        return EncodeDv(*merged, outFrame) ? kSV_Success : kSV_UnsupportedFormat;
+        const std::optional<DvPicture> other = DecodeDv(inSecond, inFormat);
+        if (!merged || !other || !TakeSecondField(*other, *merged)) return kSV_BadData;
+        const auto encoded = std::make_unique_for_overwrite<std::byte[]>(bytes);
+        if (!EncodeDv(*merged, encoded.get())) return kSV_UnsupportedFormat;
+        TakeMergedSegments(first, second, encoded.get(), static_cast<std::byte*>(outFrame), bytes);
+        return kSV_Success;
     });
 }
 

@@ -9,6 +9,7 @@ extern "C" {
 #include <new>
 
 #include "contracts/TuloMediaTypes.h"
+#include "dv/DvSegments.h"
 
 namespace scanvo {
 namespace {
@@ -77,24 +78,8 @@ CodecContext MakeCodec(const AVCodec* inCodec, const Format& inDvFormat, AVPixel
     return result < 0 ? nullptr : std::move(codec);
 }
 
-int FrameBytes(const Format& inDvFormat) {
-    return static_cast<int>(FrameOf(inDvFormat).bytes);
-}
-
-// A frame is made of DIF sequences of 150 blocks. The top bits of a block's first byte say what it
-// holds, and each sequence starts with the same kinds: a header, two of subcode, three of auxiliary
-// data, one of audio, video (SMPTE 314M). FFmpeg itself takes nearly any bytes for a frame.
-bool HoldsDifSequences(const std::uint8_t* inFrame, int inBytes) {
-    constexpr int kBlockBytes = 80;
-    constexpr int kSequenceBytes = 150 * kBlockBytes;
-    constexpr std::array<int, 8> kBlockKinds = {0, 1, 1, 2, 2, 2, 3, 4};
-    for (int sequence = 0; sequence < inBytes; sequence += kSequenceBytes) {
-        for (std::size_t i = 0; i < kBlockKinds.size(); ++i) {
-            const int block = sequence + static_cast<int>(i) * kBlockBytes;
-            if (inFrame[block] >> 5 != kBlockKinds[i]) return false;
-        }
-    }
-    return true;
+std::size_t FrameBytes(const Format& inDvFormat) {
+    return static_cast<std::size_t>(FrameOf(inDvFormat).bytes);
 }
 
 void CopyRows(const AVFrame& inFrom, AVFrame& outTo, int inPlane, int inFirst, int inStep,
@@ -152,14 +137,15 @@ Destination DvPicture::AsDestination() {
 }
 
 std::optional<DvPicture> DecodeDv(const void* inFrame, const Format& inDvFormat) {
-    const int bytes = FrameBytes(inDvFormat);
-    if (!HoldsDifSequences(static_cast<const std::uint8_t*>(inFrame), bytes)) return std::nullopt;
+    const std::size_t bytes = FrameBytes(inDvFormat);
+    // FFmpeg itself takes nearly any bytes for a frame.
+    if (!HoldsDifSequences(static_cast<const std::byte*>(inFrame), bytes)) return std::nullopt;
     const CodecContext decoder = MakeCodec(avcodec_find_decoder(AV_CODEC_ID_DVVIDEO), inDvFormat,
                                            kProfiles[inDvFormat.dvKind].planes);
     if (!decoder) return std::nullopt;
     const Packet packet(NotNull(av_packet_alloc()));
-    if (av_new_packet(packet.get(), bytes) < 0) throw std::bad_alloc();
-    std::memcpy(packet->data, inFrame, static_cast<std::size_t>(bytes));
+    if (av_new_packet(packet.get(), static_cast<int>(bytes)) < 0) throw std::bad_alloc();
+    std::memcpy(packet->data, inFrame, bytes);
     std::unique_ptr<AVFrame, DvPicture::Free> frame(NotNull(av_frame_alloc()));
     if (avcodec_send_packet(decoder.get(), packet.get()) < 0 ||
         avcodec_receive_frame(decoder.get(), frame.get()) < 0) {
@@ -183,7 +169,7 @@ bool EncodeDv(const DvPicture& inPicture, void* outFrame) {
         avcodec_receive_packet(encoder.get(), packet.get()) < 0) {
         return false;
     }
-    if (packet->size != FrameBytes(inPicture.format_)) return false;
+    if (static_cast<std::size_t>(packet->size) != FrameBytes(inPicture.format_)) return false;
     std::memcpy(outFrame, packet->data, static_cast<std::size_t>(packet->size));
     return true;
 }
