@@ -1,6 +1,7 @@
 #include <numeric>
 
 #include "Area.h"
+#include "fast/Caches.h"
 
 namespace scanvo_test {
 namespace {
@@ -49,7 +50,10 @@ TEST(FillWithColor, CarriesThePixelIntoEveryFormat) {
 
 // Around the size from which copies take another road, at every alignment of both ends.
 TEST(CopyMemory, CopiesExactlyTheBytesAsked) {
-    constexpr std::size_t kLarge = 2 << 20, kGuard = 300;
+    constexpr std::size_t kLarge = 3 << 15, kGuard = 300;
+    const std::int64_t cache = scanvo::LastLevelCacheBytes();
+    EXPECT_GE(cache, 1 << 18);
+    scanvo::AssumeLastLevelCache(1 << 18);
     for (const std::size_t count :
          {std::size_t{0}, std::size_t{1}, std::size_t{1000}, kLarge - 1, kLarge, kLarge + 777}) {
         for (const std::size_t shift : {0U, 1U, 63U, 64U, 255U}) {
@@ -63,6 +67,7 @@ TEST(CopyMemory, CopiesExactlyTheBytesAsked) {
         }
     }
     SV_CopyMemory(nullptr, nullptr, 0);
+    scanvo::AssumeLastLevelCache(cache);
 }
 
 }  // namespace

@@ -1,11 +1,14 @@
 #include "Area.h"
+#include "fast/Caches.h"
 
 namespace scanvo_test {
 namespace {
 
 // Those are written past the caches: by a copy, a fast road, the general road and a fill.
 TEST(LargePictures, AreDoneAsTheirRowsAre) {
-    constexpr std::int32_t kSize = 2101;
+    constexpr std::int32_t kSize = 301;
+    const std::int64_t cache = scanvo::LastLevelCacheBytes();
+    scanvo::AssumeLastLevelCache(kSize * kSize);
     Area source(0x004, kSize, kSize);
     source.Scatter();
     for (const FormatCode format : {0x004u, 0x1004u, 0x109u}) {
@@ -27,6 +30,7 @@ TEST(LargePictures, AreDoneAsTheirRowsAre) {
             }
         }
     }
+    scanvo::AssumeLastLevelCache(cache);
 }
 
 }  // namespace

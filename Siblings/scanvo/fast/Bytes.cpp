@@ -70,14 +70,14 @@ HWY_AFTER_NAMESPACE();
 #include <cstdint>
 #include <cstring>
 
+#include "fast/Caches.h"
+
 namespace scanvo {
 namespace {
 
 HWY_EXPORT(VectorBytes);
 HWY_EXPORT(StreamBytes);
 HWY_EXPORT(RepeatPattern);
-
-constexpr std::size_t kCopiesStreamedFrom = std::size_t{2} << 20;
 
 // An area as whole aligned vectors and what is left before and after them.
 struct Parts {
@@ -108,7 +108,7 @@ void FinishCopies() {
 }
 
 void CopyBytes(void* outDestination, const void* inSource, std::size_t inCount) {
-    if (inCount < kCopiesStreamedFrom) {
+    if (!IsWorthStreaming(2 * static_cast<std::int64_t>(inCount))) {
         std::memcpy(outDestination, inSource, inCount);
         return;
     }

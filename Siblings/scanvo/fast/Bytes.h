@@ -7,13 +7,8 @@
 
 namespace scanvo {
 
-/// Areas of as many bytes are not found in a last-level cache when they are used again, so they are
-/// better written past the caches.
-constexpr std::int64_t kLargePictureBytes = std::int64_t{16} << 20;
-
-/// Copies bytes between areas that do not overlap. Blocks larger than a core's own cache are
-/// written past the caches: nothing of them would be left there when the copy is done, and memory
-/// need not be read first to be overwritten.
+/// Copies bytes between areas that do not overlap. What no cache would hold is written past the
+/// caches: memory then need not be read first to be overwritten.
 void CopyBytes(void* outDestination, const void* inSource, std::size_t inCount);
 
 /// As CopyBytes, always past the caches. FinishCopies must follow the last one of a series.

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "fast/Bytes.h"
+#include "fast/Caches.h"
 
 namespace scanvo {
 namespace {
@@ -37,10 +38,10 @@ void JoinRows(Source& ioSource, Destination& ioDestination) {
     JoinRows<std::byte>(ioDestination);
 }
 
-bool IsWorthStreaming(const Source& inSource, const Destination& inDestination) {
+bool AreWorthStreaming(const Source& inSource, const Destination& inDestination) {
     const std::int64_t pixels = std::int64_t{inSource.width} * inSource.height;
     const int bytes = inSource.format.unitBytes + inDestination.format.unitBytes;
-    return inSource.start != inDestination.start && pixels * bytes >= kLargePictureBytes;
+    return inSource.start != inDestination.start && IsWorthStreaming(pixels * bytes);
 }
 
 void ConvertStreamed(ConvertRow inConvert, const Source& inSource,
@@ -70,7 +71,7 @@ void ConvertWith(ConvertRow inConvert, const Source& inSource, const Destination
     Destination destination = outDestination;
     if (IsPixelwise(source.format, destination.format)) {
         JoinRows(source, destination);
-        if (IsWorthStreaming(source, destination)) {
+        if (AreWorthStreaming(source, destination)) {
             ConvertStreamed(inConvert, source, destination);
             return;
         }

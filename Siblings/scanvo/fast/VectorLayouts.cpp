@@ -7,7 +7,7 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
-#include "fast/Bytes.h"
+#include "fast/Caches.h"
 #include "fast/Codes-inl.h"
 #include "fast/VectorLayouts.h"
 
@@ -222,7 +222,7 @@ void LoadFloats(const Source& inPicture, std::int32_t inRow, const CodeRanges&,
 // Whether a row of a large picture can be written past the caches.
 bool IsStreamed(const Destination& inPicture, const std::byte* inRow) {
     const std::int64_t bytes = inPicture.rowBytes * inPicture.height;
-    return (bytes < 0 ? -bytes : bytes) >= kLargePictureBytes &&
+    return IsWorthStreaming(bytes < 0 ? -bytes : bytes) &&
            reinterpret_cast<std::uintptr_t>(inRow) % (sizeof(float) * hn::Lanes(kFloats)) == 0;
 }
 

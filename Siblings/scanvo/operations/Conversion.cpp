@@ -9,6 +9,7 @@
 
 #include "fast/ByteScaling.h"
 #include "fast/Bytes.h"
+#include "fast/Caches.h"
 #include "fast/FastPictures.h"
 #include "fast/FastRows.h"
 #include "operations/HalfRowConversion.h"
@@ -54,9 +55,9 @@ bool MovesForward(const Source& inSource, const Destination& inDestination) {
 }
 
 // Rows of whole units; the last one of a v210 row may have to be cleared in part.
-bool IsWorthStreaming(const Source& inSource) {
+bool AreRowsWorthStreaming(const Source& inSource) {
     return inSource.width % inSource.format.unitPixels == 0 &&
-           UsedRowBytes(inSource.format, inSource.width) * inSource.height >= kLargePictureBytes;
+           IsWorthStreaming(2 * UsedRowBytes(inSource.format, inSource.width) * inSource.height);
 }
 
 void StreamRows(const Source& inSource, const Destination& outDestination) {
@@ -76,7 +77,7 @@ void CopyPicture(const Source& inSource, const Destination& outDestination) {
                   static_cast<std::size_t>(inSource.rowBytes * inSource.height));
         return;
     }
-    if (!overlap && IsWorthStreaming(inSource)) {
+    if (!overlap && AreRowsWorthStreaming(inSource)) {
         StreamRows(inSource, outDestination);
         return;
     }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "fast/Bytes.h"
+#include "fast/Caches.h"
 #include "rows/Colour.h"
 #include "rows/PlanarRow.h"
 #include "rows/RowLayouts.h"
@@ -50,7 +51,7 @@ Pattern PatternOf(const Format& inFormat, const Unit& inUnit) {
 void FillRows(const Pattern& inPattern, std::byte* outStart, std::int64_t inRowBytes,
               std::int64_t inUsedBytes, std::int32_t inRows) {
     const std::int64_t allBytes = inUsedBytes * inRows;
-    const bool isStreamed = allBytes >= kLargePictureBytes;
+    const bool isStreamed = IsFillWorthStreaming(allBytes);
     // Rows that nothing separates are as good as one.
     const bool isJoined = inRowBytes == inUsedBytes;
     const std::int32_t rowCount = isJoined ? 1 : inRows;
