@@ -40,6 +40,7 @@ int main(int inCount, char** inArguments) {
     bench::AddConvertRows();
     bench::AddDepthRows();
     bench::AddScaleRows();
+    bench::AddScaleFormatRows();
     bench::AddBlendRows();
     bench::AddManipulatorRows();
     bench::AddBridgeRows();

@@ -38,6 +38,7 @@ void AddSharingRows();
 void AddConvertRows();
 void AddDepthRows();
 void AddScaleRows();
+void AddScaleFormatRows();
 void AddBlendRows();
 void AddManipulatorRows();
 void AddBridgeRows();
