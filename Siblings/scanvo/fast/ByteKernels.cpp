@@ -415,43 +415,218 @@ void MixRows(const std::int16_t* const* inRows, const std::int16_t* inWeights,
     }
 }
 
-// A vector of samples, as sums of premultiplied codes; inX counts samples.
-HWY_INLINE Floats MixSamples(const std::int16_t* const* inRows, const std::int16_t* inWeights,
-                             std::int32_t inRowCount, std::size_t inX) {
-    constexpr hn::Rebind<std::int16_t, decltype(kInts)> kHalfShorts;
-    constexpr float kUnit = 1.0f / (128 << kMixBits);
-    Floats sum = hn::Set(kFloats, 128.0f);
-    for (std::int32_t row = 0; row < inRowCount; ++row) {
-        const Ints samples = hn::PromoteTo(kInts, hn::LoadU(kHalfShorts, inRows[row] + inX));
-        const Floats weight = hn::Set(kFloats, kUnit * static_cast<float>(inWeights[row]));
-        sum = hn::MulAdd(hn::ConvertTo(kFloats, samples), weight, sum);
+// ---- Colour that counts by its alpha ------------------------------------------------------------
+
+// Every 128-bit block is a pixel. The codes of these, and of as many others that lie between them,
+// in the order in which they lie: the first ones have the even places.
+//
+// Sums are of premultiplied codes in any unit; inOpacity is one by which the sum of alpha becomes a
+// code.
+template <class Vector>
+struct StraightSumsOf {
+    Vector even, odd;
+};
+using StraightSums = StraightSumsOf<Floats>;
+
+HWY_INLINE Ints StraightCodes(Floats inSums, Floats inOpacity, bool inIsReversed, bool inIsOpaque) {
+    const Floats opaque = hn::Set(kFloats, 255.0f);
+    const auto place = hn::And(hn::Iota(kInts, 0), hn::Set(kInts, 3));
+    const auto isAlpha =
+        hn::RebindMask(kFloats, hn::Eq(place, hn::Set(kInts, inIsReversed ? 0 : 3)));
+    const Floats alpha = inIsReversed ? hn::Broadcast<0>(inSums) : hn::Broadcast<3>(inSums);
+    // The approximation is good to a tenth of a code. Where nothing shows there is no colour to
+    // recover.
+    const Floats colour =
+        hn::IfThenElseZero(hn::Gt(alpha, hn::Zero(kFloats)),
+                           hn::Mul(hn::Mul(inSums, opaque), hn::ApproximateReciprocal(alpha)));
+    const Floats shown = inIsOpaque ? opaque : hn::Mul(inSums, inOpacity);
+    const Floats codes = hn::IfThenElse(isAlpha, shown, colour);
+    // From there on floats have no fractions.
+    const Floats whole = hn::Set(kFloats, 8388608.0f);
+    const Floats clamped = hn::Min(hn::Max(codes, hn::Zero(kFloats)), opaque);
+    return hn::Sub(hn::BitCast(kInts, hn::Add(clamped, whole)), hn::BitCast(kInts, whole));
+}
+
+// Both vectors of pixels as codes of 16 bits.
+HWY_INLINE Bytes StraightHalves(const StraightSums& inSums, Floats inOpacity, bool inIsReversed,
+                                bool inIsOpaque) {
+    return hn::BitCast(kBytes,
+                       hn::ReorderDemote2To(
+                           kShorts, StraightCodes(inSums.even, inOpacity, inIsReversed, inIsOpaque),
+                           StraightCodes(inSums.odd, inOpacity, inIsReversed, inIsOpaque)));
+}
+
+// inSumsAt(x) gives the sums of the half of kPixelsAtOnce pixels that begins at x.
+template <class SumsAt>
+HWY_INLINE void StoreStraightRow(const SumsAt& inSumsAt, Floats inOpacity, bool inIsReversed,
+                                 bool inIsOpaque, std::byte* outRow, std::int32_t inWidth) {
+    const auto width = static_cast<std::size_t>(inWidth);
+    for (std::size_t x = 0; x < width; x += kPixelsAtOnce) {
+        const auto half = [&](std::size_t from) HWY_ATTR {
+            return StraightHalves(inSumsAt(from), inOpacity, inIsReversed, inIsOpaque);
+        };
+        const Bytes low = half(x);
+        const Pixels pixels =
+            hn::BitCast(kPixels, hn::ConcatEven(kBytes, half(x + kPixelsAtOnce / 2), low));
+        if (x + kPixelsAtOnce <= width) {
+            StorePixels(pixels, outRow + 4 * x);
+        } else {
+            StoreSomePixels(pixels, width - x, outRow + 4 * x);
+        }
     }
-    return sum;
+}
+
+// Two weights, each for the samples of one of two rows.
+HWY_INLINE Shorts WeightPair(std::int16_t inFirst, std::int16_t inSecond) {
+    const std::uint32_t both = static_cast<std::uint16_t>(inFirst) |
+                               std::uint32_t{static_cast<std::uint16_t>(inSecond)} << 16;
+    return hn::BitCast(kShorts, hn::Set(kPixels, both));
 }
 
 void MixIntoStraightRow(const std::int16_t* const* inRows, const std::int16_t* inWeights,
                         std::int32_t inRowCount, bool inIsReversed, std::uint32_t inOpaque,
                         std::byte* outRow, std::int32_t inWidth) {
-    constexpr std::size_t kCount = HWY_LANES(float);
-    constexpr hn::Rebind<std::uint8_t, decltype(kInts)> kCodes;
-    const auto place = hn::And(hn::Iota(kInts, 0), hn::Set(kInts, 3));
-    const auto isAlpha =
-        hn::RebindMask(kFloats, hn::Eq(place, hn::Set(kInts, inIsReversed ? 0 : 3)));
-    const Floats opaque = hn::Set(kFloats, 255.0f);
-    const Floats zero = hn::Zero(kFloats);
-    const std::size_t count = 4 * static_cast<std::size_t>(inWidth);
-    for (std::size_t x = 0; x < count; x += kCount) {
-        const Floats sums = MixSamples(inRows, inWeights, inRowCount, x);
-        const Floats alpha = inIsReversed ? hn::Broadcast<0>(sums) : hn::Broadcast<3>(sums);
-        // Where nothing shows there is no colour to recover.
-        const Floats colour =
-            hn::IfThenElse(hn::Gt(alpha, zero), hn::Div(hn::Mul(sums, opaque), alpha), zero);
-        const Floats codes = hn::IfThenElse(isAlpha, inOpaque != 0 ? opaque : sums, colour);
-        const Floats clamped = hn::Min(hn::Max(codes, zero), opaque);
-        const Ints rounded = hn::ConvertTo(kInts, hn::Add(clamped, hn::Set(kFloats, 0.5f)));
-        std::uint8_t bytes[kCount];
-        hn::StoreU(hn::DemoteTo(kCodes, rounded), kCodes, bytes);
-        std::memcpy(outRow + x, bytes, std::min(kCount, count - x));
+    constexpr float kUnit = 1.0f / (128 << kMixBits);
+    const Floats unit = hn::Set(kFloats, kUnit);
+    // What makes codes unsigned again.
+    const Floats centre = hn::Set(kFloats, 128.0f);
+    const auto sumsAt = [&](std::size_t x) HWY_ATTR {
+        Ints even = hn::Zero(kInts), odd = even;
+        for (std::int32_t row = 0; row < inRowCount; row += 2) {
+            const bool isPair = row + 1 < inRowCount;
+            const std::int32_t second = isPair ? row + 1 : row;
+            const Shorts a = hn::LoadU(kShorts, inRows[row] + 4 * x);
+            const Shorts b = hn::LoadU(kShorts, inRows[second] + 4 * x);
+            const Shorts weights =
+                WeightPair(inWeights[row], isPair ? inWeights[second] : std::int16_t{0});
+            even = AddPairs(hn::InterleaveLower(kShorts, a, b), weights, even);
+            odd = AddPairs(hn::InterleaveUpper(kShorts, a, b), weights, odd);
+        }
+        const auto codes = [&](Ints sum) HWY_ATTR {
+            return hn::MulAdd(hn::ConvertTo(kFloats, sum), unit, centre);
+        };
+        return StraightSums{codes(even), codes(odd)};
+    };
+    StoreStraightRow(sumsAt, hn::Set(kFloats, 1.0f), inIsReversed, inOpaque != 0, outRow, inWidth);
+}
+
+// Both alphas of two pixels, for each of their components; 0xFF where it is alpha itself.
+struct AlphaPairs {
+    explicit AlphaPairs(bool inIsReversed) {
+        const int place = inIsReversed ? 0 : 3;
+        for (int i = 0; i < 16; ++i) {
+            const bool isWeighted = i / 4 != place;
+            const auto at = [&](int pixel) {
+                return static_cast<std::uint8_t>(i % 2 != 0 || !isWeighted ? 0x80
+                                                                           : 4 * pixel + place);
+            };
+            first[i] = at(i % 4 / 2);
+            second[i] = at(2 + i % 4 / 2);
+            own[i] = i % 2 == 0 && !isWeighted ? 0xFF : 0;
+        }
+    }
+    alignas(16) std::uint8_t first[16];
+    alignas(16) std::uint8_t second[16];
+    alignas(16) std::uint8_t own[16];
+};
+
+void HalveStraightRows(const std::byte* inFirst, const std::byte* inSecond, bool inIsReversed,
+                       std::uint32_t inOpaque, std::byte* outRow, std::int32_t inWidth) {
+    const AlphaPairs alphaPairs(inIsReversed);
+    const Bytes firstPair = hn::LoadDup128(kBytes, kFirstPair);
+    const Bytes secondPair = hn::LoadDup128(kBytes, kSecondPair);
+    const Bytes firstAlpha = hn::LoadDup128(kBytes, alphaPairs.first);
+    const Bytes secondAlpha = hn::LoadDup128(kBytes, alphaPairs.second);
+    const Bytes own = hn::LoadDup128(kBytes, alphaPairs.own);
+    const auto products = [&](const StraightSumsOf<Ints>& sums, Bytes pixels) HWY_ATTR {
+        const auto pair = [&](Bytes which, Bytes alpha, Ints sum) HWY_ATTR {
+            const Bytes weights = hn::Or(hn::TableLookupBytesOr0(pixels, alpha), own);
+            return AddPairs(hn::BitCast(kShorts, hn::TableLookupBytesOr0(pixels, which)),
+                            hn::BitCast(kShorts, weights), sum);
+        };
+        return StraightSumsOf<Ints>{pair(firstPair, firstAlpha, sums.even),
+                                    pair(secondPair, secondAlpha, sums.odd)};
+    };
+    const std::size_t sourceBytes = 8 * static_cast<std::size_t>(inWidth);
+    const auto load = [&](const std::byte* row, std::size_t x) HWY_ATTR {
+        constexpr std::size_t kVectorBytes = HWY_LANES(std::uint8_t);
+        if (8 * x + kVectorBytes <= sourceBytes)
+            return hn::BitCast(kBytes, LoadPixels(row + 8 * x));
+        std::byte rest[kVectorBytes] = {};
+        if (8 * x < sourceBytes) std::memcpy(rest, row + 8 * x, sourceBytes - 8 * x);
+        return hn::BitCast(kBytes, LoadPixels(rest));
+    };
+    const auto sumsAt = [&](std::size_t x) HWY_ATTR {
+        const StraightSumsOf<Ints> none{hn::Zero(kInts), hn::Zero(kInts)};
+        const auto sums = products(products(none, load(inFirst, x)), load(inSecond, x));
+        return StraightSums{hn::ConvertTo(kFloats, sums.even), hn::ConvertTo(kFloats, sums.odd)};
+    };
+    // Sums of alpha are of four pixels, 255 times.
+    StoreStraightRow(sumsAt, hn::Set(kFloats, 1.0f / (4 * 255)), inIsReversed, inOpaque != 0,
+                     outRow, inWidth);
+}
+
+// Colour times alpha in bytes and 256ths of them; alpha as it is. True when all of it is 255.
+bool PremultiplyRow(const std::byte* inRow, std::int32_t inWidth, bool inIsReversed,
+                    std::byte* outWhole, std::byte* outFraction) {
+    constexpr std::size_t kVectorBytes = HWY_LANES(std::uint8_t);
+    const std::size_t place = inIsReversed ? 0 : 3;
+    alignas(16) std::uint8_t alphaOfHalves[16];
+    alignas(16) std::uint8_t own[16];
+    for (std::size_t i = 0; i < 16; ++i) {
+        alphaOfHalves[i] = static_cast<std::uint8_t>(i % 2 == 0 ? i / 4 * 4 + place : 0x80);
+        own[i] = i % 4 / 2 == place / 2 && i % 2 == 0 ? 0xFF : 0;
+    }
+    const Bytes alphaIndices = hn::LoadDup128(kBytes, alphaOfHalves);
+    const auto ownAlpha = hn::BitCast(kHalves, hn::LoadDup128(kBytes, own));
+    const auto low = hn::Set(kHalves, std::uint16_t{0xFF});
+    const auto half = hn::Set(kHalves, std::uint16_t{128});
+    // 256 / 255 of the product.
+    const auto scaled = [&](hn::Vec<decltype(kHalves)> codes,
+                            hn::Vec<decltype(kHalves)> alpha) HWY_ATTR {
+        const auto product = hn::Mul(codes, alpha);
+        const auto rounded = hn::Add(product, half);
+        return hn::Add(product, hn::ShiftRight<8>(hn::Add(rounded, hn::ShiftRight<8>(rounded))));
+    };
+    Bytes common = AllBits();
+    const auto premultiply = [&](Bytes pixels, std::byte* whole, std::byte* fraction) HWY_ATTR {
+        common = hn::And(common, pixels);
+        const auto codes = hn::BitCast(kHalves, pixels);
+        const auto alpha = hn::BitCast(kHalves, hn::TableLookupBytesOr0(pixels, alphaIndices));
+        const auto ofAlpha = hn::Or(alpha, ownAlpha);
+        const auto even = scaled(hn::And(codes, low), inIsReversed ? ofAlpha : alpha);
+        const auto odd = scaled(hn::ShiftRight<8>(codes), inIsReversed ? alpha : ofAlpha);
+        StorePixels(hn::BitCast(kPixels, hn::Or(hn::ShiftRight<8>(even), hn::AndNot(low, odd))),
+                    whole);
+        StorePixels(hn::BitCast(kPixels, hn::Or(hn::And(even, low), hn::ShiftLeft<8>(odd))),
+                    fraction);
+    };
+    const std::size_t bytes = 4 * static_cast<std::size_t>(inWidth);
+    std::size_t i = 0;
+    for (; i + kVectorBytes <= bytes; i += kVectorBytes)
+        premultiply(hn::BitCast(kBytes, LoadPixels(inRow + i)), outWhole + i, outFraction + i);
+    if (i < bytes) {
+        std::byte rest[kVectorBytes], whole[kVectorBytes], fraction[kVectorBytes];
+        std::memset(rest, 0xFF, sizeof(rest));
+        std::memcpy(rest, inRow + i, bytes - i);
+        premultiply(hn::BitCast(kBytes, LoadPixels(rest)), whole, fraction);
+        std::memcpy(outWhole + i, whole, bytes - i);
+        std::memcpy(outFraction + i, fraction, bytes - i);
+    }
+    return Hold(common, inIsReversed ? 0x000000FFu : 0xFF000000u);
+}
+
+void AddFraction(const std::int16_t* inFraction, std::size_t inCount, std::int16_t* ioWhole) {
+    constexpr std::size_t kStep = HWY_LANES(std::int16_t);
+    // Of a filtered code, and of 256ths. Both halves are rounded down, so that nothing overflows.
+    const Shorts start = hn::Set(kShorts, (128 * 128 + 128) / 256);
+    const Shorts byteOf = hn::Set(kShorts, std::int16_t{0xFF});
+    const Shorts round = hn::Set(kShorts, std::int16_t{128});
+    for (std::size_t i = 0; i < inCount; i += kStep) {
+        const Shorts fraction = hn::LoadU(kShorts, inFraction + i);
+        const Shorts carry = hn::ShiftRight<8>(hn::Add(hn::And(fraction, byteOf), round));
+        const Shorts part = hn::Add(hn::Add(hn::ShiftRight<8>(fraction), carry), start);
+        hn::StoreU(hn::Add(hn::LoadU(kShorts, ioWhole + i), part), kShorts, ioWhole + i);
     }
 }
 
@@ -607,8 +782,9 @@ void TakePixels(const std::byte* inRow, const std::int32_t* inPlaces, std::uint3
 }
 
 const ByteKernels* TheKernels() {
-    static constexpr ByteKernels kKernels = {MakeByteWeights, MixRows,     MixIntoStraightRow,
-                                             HalveRows,       QuarterRows, TakePixels};
+    static constexpr ByteKernels kKernels = {
+        MakeByteWeights, MixRows,           PremultiplyRow, AddFraction, MixIntoStraightRow,
+        HalveRows,       HalveStraightRows, QuarterRows,    TakePixels};
     return &kKernels;
 }
 

@@ -52,7 +52,15 @@ struct ByteKernels {
                     std::int32_t inRowCount, std::uint32_t inOpaque, std::byte* outRow,
                     std::int32_t inWidth);
 
-    /// The same out of premultiplied colour, which becomes straight. The alpha comes first where
+    /// Colour times alpha, which comes first where inIsReversed and stays as it is, in bytes and in
+    /// 256ths of them. True when all pixels show wholly.
+    bool (*premultiplyRow)(const std::byte* inRow, std::int32_t inWidth, bool inIsReversed,
+                           std::byte* outWhole, std::byte* outFraction);
+
+    /// Adds to filtered bytes the filtered 256ths of them. The count is one of whole vectors.
+    void (*addFraction)(const std::int16_t* inFraction, std::size_t inCount, std::int16_t* ioWhole);
+
+    /// As mixRows, out of premultiplied colour, which becomes straight. The alpha comes first where
     /// inIsReversed.
     void (*mixIntoStraightRow)(const std::int16_t* const* inRows, const std::int16_t* inWeights,
                                std::int32_t inRowCount, bool inIsReversed, std::uint32_t inOpaque,
@@ -62,7 +70,12 @@ struct ByteKernels {
     bool (*halveRows)(const std::byte* inFirst, const std::byte* inSecond, std::uint32_t inAlpha,
                       std::uint32_t inOpaque, std::byte* outRow, std::int32_t inWidth);
 
-    /// The same of four by four pixels, from four rows.
+    /// The same of straight colour that counts by its alpha.
+    void (*halveStraightRows)(const std::byte* inFirst, const std::byte* inSecond,
+                              bool inIsReversed, std::uint32_t inOpaque, std::byte* outRow,
+                              std::int32_t inWidth);
+
+    /// As halveRows, of four by four pixels, from four rows.
     bool (*quarterRows)(const std::byte* const* inRows, std::uint32_t inAlpha,
                         std::uint32_t inOpaque, std::byte* outRow, std::int32_t inWidth);
 

@@ -147,16 +147,24 @@ bool IsShrunkBy(std::int32_t inFactor, const Axis& inAxis) {
 }
 
 bool Halve(const Job& inJob) {
+    constexpr std::int32_t kTriedEvery = 8;
+    bool showWholly = true;
     Scratch scratch;
     const PixelRows rows(inJob, scratch);
     for (std::int32_t row = 0; row < inJob.destination.height; ++row) {
         const std::byte* const first = rows.Get(2 * row);
         const std::byte* const second = rows.Get(2 * row + 1);
-        if (!inJob.kernels.halveRows(first, second, inJob.mixture.straightAlpha,
-                                     inJob.mixture.opaque, RowAt(inJob.destination, row),
-                                     inJob.destination.width)) {
-            return false;
-        }
+        std::byte* const result = RowAt(inJob.destination, row);
+        const std::int32_t width = inJob.destination.width;
+        const Mixture& mixture = inJob.mixture;
+        // Rows like those before them need not be halved in vain.
+        showWholly = (showWholly || row % kTriedEvery == 0) &&
+                     inJob.kernels.halveRows(first, second, mixture.straightAlpha, mixture.opaque,
+                                             result, width);
+        if (showWholly) continue;
+        if (!mixture.premultiplies) return false;
+        inJob.kernels.halveStraightRows(first, second, mixture.isReversed, mixture.opaque, result,
+                                        width);
     }
     return true;
 }
@@ -203,29 +211,6 @@ struct PremultipliedParts {
     std::array<std::byte*, kFilteredTogether> fraction;
     std::array<std::int16_t*, kFilteredTogether> filteredFraction;
 };
-
-void Premultiply(const std::byte* inRow, std::int32_t inWidth, int inAlphaPlace,
-                 std::byte* __restrict outWhole, std::byte* __restrict outFraction) {
-    for (std::int64_t i = 0; i < std::int64_t{kPixelBytes} * inWidth; ++i) {
-        const bool isAlpha = i % kPixelBytes == inAlphaPlace;
-        const auto alpha = isAlpha ? 255u
-                                   : std::to_integer<std::uint32_t>(
-                                         inRow[i / kPixelBytes * kPixelBytes + inAlphaPlace]);
-        const std::uint32_t product = std::to_integer<std::uint32_t>(inRow[i]) * alpha;
-        // 256 / 255 of it.
-        const std::uint32_t scaled = product + ((product + 128 + ((product + 128) >> 8)) >> 8);
-        outWhole[i] = static_cast<std::byte>(scaled >> 8);
-        outFraction[i] = static_cast<std::byte>(scaled);
-    }
-}
-
-void AddFraction(const std::int16_t* inFraction, std::int64_t inCount,
-                 std::int16_t* __restrict ioWhole) {
-    constexpr std::int32_t kCentre = 128 * 128;
-    for (std::int64_t i = 0; i < inCount; ++i) {
-        ioWhole[i] = static_cast<std::int16_t>(ioWhole[i] + ((inFraction[i] + kCentre + 128) >> 8));
-    }
-}
 
 // Filtered source rows, as many as a destination row is mixed from, and those filtered together
 // with the last of them.
@@ -285,7 +270,9 @@ class FilteredRows {
             pixels[i] = isThere ? pixels_.Get(row) : pixels[i - 1];
             filtered[i] = isThere ? SlotOf(row) : filtered[i - 1];
         }
+        // Rows like those before them need not be filtered in vain.
         const bool showWholly =
+            showWholly_ &&
             along_.filter(pixels.data(), along_, job_.mixture.straightAlpha, filtered.data());
         for (std::size_t i = 0; i < pixels.size(); ++i) {
             isPremultiplied_[(static_cast<std::size_t>(inFirst) + i) % ring_.size()] = !showWholly;
@@ -297,16 +284,21 @@ class FilteredRows {
     bool FilterPremultiplied(const std::array<const std::byte*, kFilteredTogether>& inPixels,
                              const std::array<std::int16_t*, kFilteredTogether>& outFiltered) {
         if (!parts_) return false;
+        showWholly_ = true;
         for (std::size_t i = 0; i < inPixels.size(); ++i) {
-            Premultiply(inPixels[i], job_.source.width, job_.mixture.isReversed ? 0 : 3,
-                        parts_->whole[i], parts_->fraction[i]);
+            const bool showsWholly =
+                job_.kernels.premultiplyRow(inPixels[i], job_.source.width, job_.mixture.isReversed,
+                                            parts_->whole[i], parts_->fraction[i]);
+            showWholly_ = showWholly_ && showsWholly;
         }
         along_.filter(parts_->whole.data(), along_, 0, outFiltered.data());
         along_.filter(parts_->fraction.data(), along_, 0, parts_->filteredFraction.data());
         for (std::size_t i = 0; i < inPixels.size(); ++i) {
             const bool isRepeated = i > 0 && outFiltered[i] == outFiltered[i - 1];
             if (!isRepeated) {
-                AddFraction(parts_->filteredFraction[i], parts_->sampleCount, outFiltered[i]);
+                job_.kernels.addFraction(parts_->filteredFraction[i],
+                                         static_cast<std::size_t>(parts_->sampleCount),
+                                         outFiltered[i]);
             }
         }
         return true;
@@ -321,6 +313,8 @@ class FilteredRows {
     std::pmr::vector<std::int16_t*> ring_;
     std::pmr::vector<const std::int16_t*> mixed_;
     std::int32_t next_ = 0;
+    /// Whether the last rows that were looked at show wholly.
+    bool showWholly_ = true;
 };
 
 bool Filter(const Job& inJob, const Axis& inAlong, const Axis& inDown) {
