@@ -91,6 +91,9 @@ TEST(SharedChroma, LetsEveryOperationTakePlanarPictures) {
     });
 }
 
+struct Size {
+    std::int32_t width, height;
+};
 using Corners = std::array<SV_Point, 4>;
 
 std::int32_t Warp(Block& inSource, const SV_Rect& inFrom, const Corners& inCorners, Block& ioArea,
@@ -145,6 +148,76 @@ TEST(SharedChroma, IsWarpedWhereItsFirstPixelIs) {
         CheckWarp(format, 0x00D);
     CheckWarp(kFrame, 0x20D);
     CheckWarp(0x051, 0x10D);
+}
+
+Block Scaled(Block& inSource, std::int32_t inWidth, std::int32_t inHeight, std::int32_t inQuality) {
+    Block result(inSource.format, inWidth, inHeight, 0);
+    EXPECT_EQ(Call(SV_ScaleConvert, inSource.bytes.data(), inSource.RowBytes(), inSource.Size(),
+                   inSource.format, 0u, result.bytes.data(), result.RowBytes(), result.Size(),
+                   result.format, 0u, inQuality),
+              0);
+    return result;
+}
+
+// Every instruction set comes to what the last one does, which has floats only.
+void CheckScale(FormatCode inFormat, Size inFrom, Size inTo) {
+    Block source(inFormat, inFrom.width, inFrom.height, 7);
+    for (const std::int32_t quality : {2, 4, 5}) {
+        std::vector<std::vector<std::uint8_t>> results;
+        ForEachTarget(
+            [&] { results.push_back(Scaled(source, inTo.width, inTo.height, quality).bytes); });
+        for (const auto& result : results) {
+            for (std::size_t i = 0; i < result.size(); i += inFormat.IsV210() ? 4 : 1) {
+                const std::size_t samples = inFormat.IsV210() ? 3 : 1;
+                for (std::size_t sample = 0; sample < samples; ++sample) {
+                    const auto at = [&](const std::vector<std::uint8_t>& bytes) {
+                        const auto* const row = reinterpret_cast<const std::byte*>(bytes.data());
+                        return inFormat.IsV210() ? V210Sample(row + i, sample) : bytes[i];
+                    };
+                    ASSERT_NEAR(at(result), at(results.back()), 1)
+                        << std::hex << inFormat.bits << std::dec << ' ' << inTo.width << 'x'
+                        << inTo.height << " quality " << quality << " byte " << i;
+                }
+            }
+        }
+    }
+}
+
+TEST(SharedChroma, IsScaledToWhatFloatsGive) {
+    constexpr std::pair<Size, Size> kScales[] = {{{200, 30}, {100, 15}}, {{131, 22}, {97, 41}},
+                                                 {{150, 9}, {150, 20}},  {{300, 40}, {61, 8}},
+                                                 {{90, 7}, {401, 3}},    {{20, 8}, {9, 4}}};
+    for (const FormatCode format :
+         {FormatCode(0x011), FormatCode(0x1211), FormatCode(0x051), kField, kFrame}) {
+        for (const auto& [from, to] : kScales)
+            CheckScale(format, from, to);
+    }
+}
+
+// A slope stays one, by where chroma rows lie: see H.262, 6.1.1.8.
+TEST(SharedChroma, StaysWhereItIsWhenScaled) {
+    constexpr std::int32_t kWidth = 128, kHeight = 64, kNewHeight = 48;
+    for (const FormatCode format : {kField, kFrame}) {
+        const auto place = [&](std::size_t row) {
+            const auto number = static_cast<double>(row);
+            return format == kField ? 4.0 * static_cast<double>(row / 2) + 0.5 + (row % 2 ? 2 : 0)
+                                    : 2 * number + 0.5;
+        };
+        Block source(format, kWidth, kHeight, 0);
+        for (std::size_t i = kWidth * kHeight; i < source.bytes.size(); ++i) {
+            const std::size_t row = (i - kWidth * kHeight) / (kWidth / 2) % (kHeight / 2);
+            source.bytes[i] = static_cast<std::uint8_t>(std::lround(20 + 3 * place(row)));
+        }
+        ForEachTarget([&] {
+            const Block result = Scaled(source, kWidth, kNewHeight, 3);
+            for (std::size_t row = 6; row < kNewHeight / 2 - 6; ++row) {
+                const double from = (place(row) + 0.5) * kHeight / kNewHeight - 0.5;
+                ASSERT_NEAR(result.bytes[kWidth * kNewHeight + row * kWidth / 2 + 9], 20 + 3 * from,
+                            1.3)
+                    << row;
+            }
+        });
+    }
 }
 
 }  // namespace

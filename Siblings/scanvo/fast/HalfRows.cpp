@@ -39,17 +39,6 @@ std::uint8_t* CodesAt(std::byte* inBytes) {
     return reinterpret_cast<std::uint8_t*>(inBytes);
 }
 
-// The last pair goes on behind the row, and an odd row's last luma is that of its pair's second
-// pixel, too.
-void Continue(std::size_t inWidth, const HalfRow& ioRow) {
-    const std::size_t end = inWidth + inWidth % 2;
-    ioRow.luma[end - 1] = ioRow.luma[inWidth - 1];
-    for (std::size_t x = end; x < end + 2; x += 2) {
-        ioRow.chroma[x] = ioRow.chroma[end - 2];
-        ioRow.chroma[x + 1] = ioRow.chroma[end - 1];
-    }
-}
-
 // ---- Planes -------------------------------------------------------------------------------------
 
 HWY_INLINE Words CodesTimes256(const std::uint8_t* inCodes) {
@@ -186,7 +175,7 @@ void ApplyMatrix(const HalfRowMatrix& inMatrix, std::int32_t inWidth, const Half
         hn::StoreU(Centred(hn::BitCast(kWords, changed)), kSignedWords,
                    reinterpret_cast<std::int16_t*>(ioRow.chroma + x));
     }
-    Continue(width, ioRow);
+    ContinueHalfRow(width, ioRow);
 }
 
 // ---- Floats -------------------------------------------------------------------------------------
@@ -263,7 +252,7 @@ void FromFloats(const PlanarRow& inRow, std::int32_t inWidth, const HalfRow& out
         outRow.chroma[2 * x] = CodeOf(cb[x], kChromaRange);
         outRow.chroma[2 * x + 1] = CodeOf(cr[x], kChromaRange);
     }
-    Continue(width, outRow);
+    ContinueHalfRow(width, outRow);
 }
 
 // ---- Packed 4:2:2 -------------------------------------------------------------------------------
@@ -287,7 +276,7 @@ void LoadUnits(const std::byte* inRow, std::int32_t inWidth, const HalfRow& outR
         std::memcpy(rest, CodesAt(inRow) + 2 * x, 2 * (words - x));
         unpack(rest, x);
     }
-    Continue(width, outRow);
+    ContinueHalfRow(width, outRow);
 }
 
 template <bool isLumaFirst>
@@ -299,7 +288,7 @@ void StoreUnits(const HalfRow& inRow, std::int32_t inWidth, std::byte* outRow) {
 void LoadV210(const std::byte* inRow, std::int32_t inWidth, const HalfRow& outRow) {
     const auto width = static_cast<std::size_t>(inWidth);
     UnpackGroups(CodesAt(inRow), width, outRow.luma, outRow.chroma);
-    Continue(width, outRow);
+    ContinueHalfRow(width, outRow);
 }
 
 void StoreV210(const HalfRow& inRow, std::int32_t inWidth, std::byte* outRow) {
@@ -335,7 +324,7 @@ void LoadPixels(const std::byte* inRow, std::int32_t inWidth, const HalfRow& out
             hn::StoreU(hn::ShiftLeft<6>(luma), kWords, outRow.luma + first + x);
         }
     }
-    Continue(width, outRow);
+    ContinueHalfRow(width, outRow);
 }
 
 template <class Colour, PixelForm kForm>

@@ -20,6 +20,15 @@ struct HalfRow {
 /// Numbers that each array of a row has room for beyond its pixels.
 constexpr std::int32_t kHalfRowRoom = 96;
 
+/// The last pair goes on behind the row, and an odd row's last luma is that of its pair's second
+/// pixel, too.
+inline void ContinueHalfRow(std::int32_t inWidth, const HalfRow& ioRow) {
+    const std::int32_t end = inWidth + inWidth % 2;
+    ioRow.luma[end - 1] = ioRow.luma[inWidth - 1];
+    for (std::int32_t x = end; x < end + 2; ++x)
+        ioRow.chroma[x] = ioRow.chroma[x - 2];
+}
+
 /// Between Y'CbCr of two matrices, in 2^-15: what luma takes of chroma, what Cb and Cr take of
 /// themselves beyond all of it, and of each other.
 struct HalfRowMatrix {

@@ -13,8 +13,10 @@
 #include "fast/FastPictures.h"
 #include "fast/FastRows.h"
 #include "operations/HalfRowConversion.h"
+#include "operations/HalfRowScaling.h"
 #include "operations/RowConverter.h"
 #include "rows/KeptTables.h"
+#include "rows/PlanarLayouts.h"
 #include "rows/RowPlan.h"
 #include "rows/RowScaler.h"
 #include "rows/RowWriter.h"
@@ -111,8 +113,8 @@ void ConvertToPacked(const Source& inSource, const Destination& outDestination) 
 
 // Chroma rows that lie alike in both stay where they are, as chroma samples along rows do.
 bool HaveSameChromaRows(const Format& inSource, const Format& inDestination) {
-    return inSource.layout == Layout::Planar && inSource.chroma == inDestination.chroma &&
-           inSource.chroma.columnShift == 1;
+    return inSource.layout == Layout::Planar && inDestination.layout == Layout::Planar &&
+           inSource.chroma == inDestination.chroma && inSource.chroma.columnShift == 1;
 }
 
 // The plain form.
@@ -190,15 +192,53 @@ Axis FieldAxis(const Source& inSource, const Destination& inDestination, std::in
             HeightScale(inSource, inDestination), inQuality};
 }
 
-bool ScaleFieldsOfBytes(const Source& inSource, const Destination& outDestination,
-                        std::int32_t inQuality) {
+bool ScaleWithoutFloats(const Source& inSource, const Destination& outDestination,
+                        const Axis& inDown) {
+    return ScaleBytes(inSource, outDestination, inDown) ||
+           ScaleHalfRows(inSource, outDestination, inDown);
+}
+
+bool ScaleFieldsWithoutFloats(const Source& inSource, const Destination& outDestination,
+                              std::int32_t inQuality) {
     const auto scaleField = [&](std::int32_t field) {
-        return ScaleBytes(PartOf(inSource, StepsOfField(inSource.height, field)),
-                          PartOf(outDestination, StepsOfField(outDestination.height, field)),
-                          FieldAxis(inSource, outDestination, field, inQuality));
+        return ScaleWithoutFloats(
+            PartOf(inSource, StepsOfField(inSource.height, field)),
+            PartOf(outDestination, StepsOfField(outDestination.height, field)),
+            FieldAxis(inSource, outDestination, field, inQuality));
     };
     return HasAddressableRows(inSource.format) && HasAddressableRows(outDestination.format) &&
            scaleField(0) && scaleField(1);
+}
+
+// The plain form of ScaleHalfRows, and what does what that leaves.
+bool ScalePlanes(const Source& inSource, const Destination& outDestination, const Axis& inDown) {
+    const Format& from = inSource.format;
+    const Format& to = outDestination.format;
+    const std::int32_t fields = ChromaFieldCount(from, inSource.height);
+    if (!HaveSameChromaRows(from, to) || fields != ChromaFieldCount(to, outDestination.height))
+        return false;
+    Scratch scratch;
+    const RowPlan plan = PlanBetween(inSource, outDestination, inDown.quality);
+    const WorkRows work = MakeWorkRows(plan, scratch);
+    PlanarStore store(outDestination, plan.to.ranges, scratch);
+    const auto across = KeptWeights(inDown);
+    RowScaler luma(plan, *across, inSource, {}, work, scratch);
+    for (std::int32_t row = 0; row < outDestination.height; ++row)
+        store.StoreLuma(FinishedRow(plan, luma.Next(), work), row);
+
+    RowPlan chromaPlan = plan;
+    chromaPlan.from.load = LoadChromaRow;
+    chromaPlan.fetchedShape[0] = 0;
+    for (std::int32_t field = 0; field < fields; ++field) {
+        const auto chromaAcross = KeptWeights(
+            ChromaRowAxis(from, inSource.height, to, outDestination.height, field, inDown));
+        RowScaler chroma(chromaPlan, *chromaAcross, inSource, {field, fields}, work, scratch);
+        for (std::int32_t row = 0; row < chromaAcross->Count(); ++row) {
+            store.StoreChromaRow(FinishedRow(chromaPlan, chroma.Next(), work),
+                                 field + fields * row);
+        }
+    }
+    return true;
 }
 
 }  // namespace
@@ -225,7 +265,8 @@ void ScalePicture(const Source& inSource, const Destination& outDestination,
                     {outDestination.height},
                     HeightScale(inSource, outDestination),
                     inQuality};
-    if (ScaleBytes(inSource, outDestination, down)) return;
+    if (ScaleWithoutFloats(inSource, outDestination, down)) return;
+    if (ScalePlanes(inSource, outDestination, down)) return;
     Scratch scratch;
     const RowPlan plan = PlanBetween(inSource, outDestination, inQuality);
     const WorkRows work = MakeWorkRows(plan, scratch);
@@ -239,7 +280,7 @@ void ScalePicture(const Source& inSource, const Destination& outDestination,
 
 void ScaleFields(const Source& inSource, const Destination& outDestination,
                  std::int32_t inQuality) {
-    if (ScaleFieldsOfBytes(inSource, outDestination, inQuality)) return;
+    if (ScaleFieldsWithoutFloats(inSource, outDestination, inQuality)) return;
     Scratch scratch;
     const RowPlan plan = PlanBetween(inSource, outDestination, inQuality);
     const WorkRows work = MakeWorkRows(plan, scratch);

@@ -104,6 +104,13 @@ std::int32_t ChromaFieldCount(const Format& inFormat, std::int32_t inHeight) {
     return hasFields && ChromaHeight(inFormat, inHeight) > 1 ? 2 : 1;
 }
 
+Axis ChromaRowAxis(const Format& inSource, std::int32_t inSourceHeight, const Format& inDestination,
+                   std::int32_t inHeight, std::int32_t inField, const Axis& inDown) {
+    constexpr std::size_t kCb = 0;
+    return {ChromaRowGrid(inSource, inSourceHeight, kCb, inField),
+            ChromaRowGrid(inDestination, inHeight, kCb, inField), inDown.scale, inDown.quality};
+}
+
 ChromaPlace ChromaPlaceOf(const Format& inFormat, std::int32_t inHeight, std::size_t inPlane,
                           std::int32_t inRowFromTop) {
     const std::int32_t fields = ChromaFieldCount(inFormat, inHeight);

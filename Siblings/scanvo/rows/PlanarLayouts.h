@@ -25,6 +25,11 @@ ChromaPlace ChromaPlaceOf(const Format& inFormat, std::int32_t inHeight, std::si
 /// The fields that have chroma rows of their own: 2, or 1 where rows of both share them.
 std::int32_t ChromaFieldCount(const Format& inFormat, std::int32_t inHeight);
 
+/// From the chroma rows of one field to those of the same field, of two heights. Everything else is
+/// as in inDown, which is for the rows of pixels.
+Axis ChromaRowAxis(const Format& inSource, std::int32_t inSourceHeight, const Format& inDestination,
+                   std::int32_t inHeight, std::int32_t inField, const Axis& inDown);
+
 /// The first of the rows of pixels, from the top, that share a chroma row.
 std::int32_t FirstRowOf(const Format& inFormat, std::int32_t inHeight, std::int32_t inChromaRow);
 
