@@ -175,7 +175,7 @@ void ApplyMatrix(const HalfRowMatrix& inMatrix, std::int32_t inWidth, const Half
         hn::StoreU(Centred(hn::BitCast(kWords, changed)), kSignedWords,
                    reinterpret_cast<std::int16_t*>(ioRow.chroma + x));
     }
-    ContinueHalfRow(width, ioRow);
+    ContinueHalfRow(inWidth, ioRow);
 }
 
 // ---- Floats -------------------------------------------------------------------------------------
@@ -252,7 +252,7 @@ void FromFloats(const PlanarRow& inRow, std::int32_t inWidth, const HalfRow& out
         outRow.chroma[2 * x] = CodeOf(cb[x], kChromaRange);
         outRow.chroma[2 * x + 1] = CodeOf(cr[x], kChromaRange);
     }
-    ContinueHalfRow(width, outRow);
+    ContinueHalfRow(inWidth, outRow);
 }
 
 // ---- Packed 4:2:2 -------------------------------------------------------------------------------
@@ -276,7 +276,7 @@ void LoadUnits(const std::byte* inRow, std::int32_t inWidth, const HalfRow& outR
         std::memcpy(rest, CodesAt(inRow) + 2 * x, 2 * (words - x));
         unpack(rest, x);
     }
-    ContinueHalfRow(width, outRow);
+    ContinueHalfRow(inWidth, outRow);
 }
 
 template <bool isLumaFirst>
@@ -288,7 +288,7 @@ void StoreUnits(const HalfRow& inRow, std::int32_t inWidth, std::byte* outRow) {
 void LoadV210(const std::byte* inRow, std::int32_t inWidth, const HalfRow& outRow) {
     const auto width = static_cast<std::size_t>(inWidth);
     UnpackGroups(CodesAt(inRow), width, outRow.luma, outRow.chroma);
-    ContinueHalfRow(width, outRow);
+    ContinueHalfRow(inWidth, outRow);
 }
 
 void StoreV210(const HalfRow& inRow, std::int32_t inWidth, std::byte* outRow) {
@@ -324,7 +324,7 @@ void LoadPixels(const std::byte* inRow, std::int32_t inWidth, const HalfRow& out
             hn::StoreU(hn::ShiftLeft<6>(luma), kWords, outRow.luma + first + x);
         }
     }
-    ContinueHalfRow(width, outRow);
+    ContinueHalfRow(inWidth, outRow);
 }
 
 template <class Colour, PixelForm kForm>

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "fast/SampleRows.h"
@@ -147,9 +146,9 @@ Range RowsOf(const WarpArea& inArea) {
     Span rows{inArea.corners[0].y, inArea.corners[0].y};
     for (const SV_Point& corner : inArea.corners)
         rows = {std::min(rows.begin, corner.y), std::max(rows.end, corner.y)};
-    const auto [top, bottom] = std::pair(inArea.rect.top, inArea.rect.bottom);
-    const auto clip = [&](double row) {
-        return static_cast<std::int32_t>(std::clamp<double>(row, top, bottom));
+    const auto clip = [&inArea](double row) {
+        return static_cast<std::int32_t>(
+            std::clamp<double>(row, inArea.rect.top, inArea.rect.bottom));
     };
     return {clip(std::floor(rows.begin)), clip(std::ceil(rows.end))};
 }
