@@ -1,6 +1,7 @@
 #include "raster/Rle.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -117,10 +118,25 @@ bool CopyAbsolute(std::size_t inCount, Reader& ioData, Cursor& ioCursor) {
     return goesOn && (inCount % 2 == 0 || ioData.Take(1));
 }
 
+/// Runs are too short for a call to be worth its while.
+void FillRun(std::uint8_t inCode, std::size_t inCount, std::uint8_t* outPixels) {
+    using Block = std::array<std::uint8_t, 32>;
+    if (inCount < sizeof(Block)) {
+        for (std::size_t i = 0; i < inCount; ++i)
+            outPixels[i] = inCode;
+        return;
+    }
+    Block block;
+    block.fill(inCode);
+    for (std::size_t i = 0; i + sizeof(Block) < inCount; i += sizeof(Block))
+        std::memcpy(outPixels + i, block.data(), sizeof(Block));
+    std::memcpy(outPixels + inCount - sizeof(Block), block.data(), sizeof(Block));
+}
+
 bool Repeat(std::uint8_t inCode, std::size_t inCount, Cursor& ioCursor) {
     return ioCursor.Pass(static_cast<std::int64_t>(inCount),
                          [inCode](std::uint8_t* pixels, std::int64_t, std::size_t count) {
-                             std::memset(pixels, inCode, count);
+                             FillRun(inCode, count, pixels);
                          });
 }
 
