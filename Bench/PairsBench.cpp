@@ -1,4 +1,6 @@
 // What converting costs between every two formats, in multiples of a copy of the same bytes.
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -121,6 +123,7 @@ void PrintPairs() {
     const Buffer source = PictureOf(kPairSize, 16);
     const Buffer destination = PictureOf(kPairSize, 16);
     std::vector<PairResult> results;
+    const bool isTerminal = isatty(STDERR_FILENO) != 0;
     for (const PairFormat& from : formats) {
         // Samples that arithmetic meets, not what the bytes of other formats are as floats.
         const PairFormat& opaque = formats.front();
@@ -131,10 +134,12 @@ void PrintPairs() {
         for (const PairFormat& to : formats) {
             if (from.code != to.code) results.push_back(Measure(from, to, source, destination));
         }
-        std::fprintf(stderr, "\r%zu of %zu pairs", results.size(),
-                     formats.size() * (formats.size() - 1));
+        if (isTerminal) {
+            std::fprintf(stderr, "\r%zu of %zu pairs", results.size(),
+                         formats.size() * (formats.size() - 1));
+        }
     }
-    std::fprintf(stderr, "\n");
+    if (isTerminal) std::fprintf(stderr, "\n");
     std::sort(results.begin(), results.end(),
               [](const auto& a, const auto& b) { return a.copies > b.copies; });
     std::printf("%-42s %-42s %10s %8s\n", "from", "to", "ns a pixel", "copies");

@@ -78,7 +78,7 @@ constexpr std::uint8_t kOpaque<std::uint8_t> = 255;
 template <>
 constexpr std::uint16_t kOpaque<std::uint16_t> = 32768;
 
-// Sample x is the 8-bit code offset + x * scale.
+// Sample x is the 8-bit code offset + x * scale. The offset is black.
 struct FullRange {
     static constexpr PixelOf<float> kOffset = {0, 0, 0, 0};
     static constexpr PixelOf<float> kScale = {255, 255, 255, 255};
@@ -220,9 +220,16 @@ HWY_INLINE V BiasedProduct(V inCodes, V inFactors) {
     return hn::Add(hn::Mul(inCodes, inFactors), hn::Set(hn::DFromV<V>(), 128));
 }
 
-// c * a / 255, rounded: for the sum t of c * a and 128 that is t * 257 >> 16, which is the upper
-// byte of t + (t >> 8) too. Even and odd bytes are done apart.
-template <bool isReversed, class D>
+// The black of every other component in all of its 16 bits, 255 times; 0 for alpha.
+template <class Range, std::size_t first>
+constexpr PixelOf<std::uint16_t> kBlacks = {static_cast<std::uint16_t>(Range::kOffset[first]),
+                                            static_cast<std::uint16_t>(Range::kOffset[first + 2]),
+                                            static_cast<std::uint16_t>(Range::kOffset[first]),
+                                            static_cast<std::uint16_t>(Range::kOffset[first + 2])};
+
+// black + (c - black) * a / 255, rounded: for the sum t of c * a, black * (255 - a) and 128 that is
+// t * 257 >> 16, which is the upper byte of t + (t >> 8) too. Even and odd bytes are done apart.
+template <bool isReversed, class Range, class D>
 requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Premultiplied(D inTag,
                                                                          hn::Vec<D> inCodes) {
     static constexpr auto kAlphaToWords =
@@ -233,16 +240,29 @@ requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Premultiplied(D inTag
     const auto codes = hn::BitCast(words, inCodes);
     const auto alpha = hn::BitCast(words, Shuffle(inTag, inCodes, kAlphaToWords));
     const auto alphaAndOpaque = hn::Or(alpha, hn::BitCast(words, Repeat(inTag, kOpaqueAlpha)));
-    const auto even =
-        BiasedProduct(hn::And(codes, hn::Set(words, 0xFF)), isReversed ? alphaAndOpaque : alpha);
-    const auto odd = BiasedProduct(hn::ShiftRight<8>(codes), isReversed ? alpha : alphaAndOpaque);
+    const auto product = [words](auto lanes, auto factors, const auto& blacks) HWY_ATTR {
+        if constexpr (std::is_same_v<Range, FullRange>) {
+            return BiasedProduct(lanes, factors);
+        } else {
+            // What wraps comes back.
+            const auto black = Repeat(words, blacks);
+            const auto full = hn::Sub(hn::ShiftLeft<8>(black), black);
+            return hn::Add(BiasedProduct(hn::Sub(lanes, black), factors), full);
+        }
+    };
+    static constexpr auto kEvenBlacks = Repeated(kBlacks<Range, 0>);
+    static constexpr auto kOddBlacks = Repeated(kBlacks<Range, 1>);
+    const auto even = product(hn::And(codes, hn::Set(words, 0xFF)),
+                              isReversed ? alphaAndOpaque : alpha, kEvenBlacks);
+    const auto odd =
+        product(hn::ShiftRight<8>(codes), isReversed ? alpha : alphaAndOpaque, kOddBlacks);
     const auto evenCodes = hn::MulHigh(even, hn::Set(words, 257));
     const auto oddCodes = hn::Add(odd, hn::ShiftRight<8>(odd));
     return hn::OddEven(hn::BitCast(inTag, oddCodes), hn::BitCast(inTag, evenCodes));
 }
 
 // c * a / 32768, rounded and clamped: the upper 17 bits of 32, of which the last one rounds.
-template <bool isReversed, class D>
+template <bool isReversed, class Range, class D>
 requires(sizeof(hn::TFromD<D>) == 2) HWY_INLINE hn::Vec<D> Premultiplied(D inTag,
                                                                          hn::Vec<D> inCodes) {
     const auto factors = AlphaFactors<isReversed>(inTag, inCodes);
@@ -251,30 +271,34 @@ requires(sizeof(hn::TFromD<D>) == 2) HWY_INLINE hn::Vec<D> Premultiplied(D inTag
     return hn::SaturatedAdd(hn::SaturatedAdd(high, high), hn::AverageRound(low, hn::Zero(inTag)));
 }
 
-template <bool isReversed, class D>
+template <bool isReversed, class Range, class D>
 requires(sizeof(hn::TFromD<D>) == 4) HWY_INLINE hn::Vec<D> Premultiplied(D inTag,
                                                                          hn::Vec<D> inSamples) {
     return hn::Mul(inSamples, AlphaFactors<isReversed>(inTag, inSamples));
 }
 
-// One component of each pixel times a factor, rounded and clamped.
-template <int shift, class D>
+// One component of each pixel, counted from black, times a factor, rounded and clamped.
+template <int shift, int black, class D>
 HWY_INLINE hn::Vec<D> Scaled(D inTag, hn::Vec<D> inPixels, hn::Vec<hn::Rebind<float, D>> inFactor) {
     const hn::Rebind<float, D> floats;
     const hn::RebindToSigned<D> signedTag;
     const auto component = hn::And(hn::ShiftRight<shift>(inPixels), hn::Set(inTag, 0xFF));
+    const auto code = hn::Sub(hn::BitCast(signedTag, component), hn::Set(signedTag, black));
     // Floats of this size are whole numbers, and have them in their lowest bits.
-    const auto whole = hn::MulAdd(hn::ConvertTo(floats, hn::BitCast(signedTag, component)),
-                                  inFactor, hn::Set(floats, 8388608.0f));
-    const auto code = hn::BitCast(inTag, hn::Min(whole, hn::Set(floats, 8388608.0f + 255)));
+    constexpr float kWhole = 8388608.0f;
+    const auto sum =
+        hn::MulAdd(hn::ConvertTo(floats, code), inFactor, hn::Set(floats, kWhole + black));
+    auto whole = hn::Min(sum, hn::Set(floats, kWhole + 255));
+    if constexpr (black != 0) whole = hn::Max(whole, hn::Set(floats, kWhole));
+    const auto result = hn::BitCast(inTag, whole);
     // A shift drops the bits above them.
-    if constexpr (shift != 0) return hn::ShiftLeft<shift>(code);
-    return hn::And(code, hn::Set(inTag, 0xFF));
+    if constexpr (shift != 0) return hn::ShiftLeft<shift>(result);
+    return hn::And(result, hn::Set(inTag, 0xFF));
 }
 
 // c * 255 / a, rounded and clamped, with one division a pixel. Quotients half way between two codes
 // are at least 1/510 away from all others; making all larger by less than that rounds them up.
-template <bool isReversed, class D>
+template <bool isReversed, class Range, class D>
 requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Unpremultiplied(D inTag,
                                                                            hn::Vec<D> inCodes) {
     constexpr int kAlphaShift = isReversed ? 0 : 24;
@@ -288,28 +312,32 @@ requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Unpremultiplied(D inT
     const auto alpha = hn::ConvertTo(floats, hn::BitCast(signedTag, alphaCode));
     const auto factor = hn::IfThenElseZero(hn::Gt(alpha, hn::Zero(floats)),
                                            hn::Div(hn::Set(floats, 255.001f), alpha));
-    const auto colour =
-        hn::Or3(Scaled<kFirst>(wide, pixels, factor), Scaled<kFirst + 8>(wide, pixels, factor),
-                Scaled<kFirst + 16>(wide, pixels, factor));
+    constexpr auto kBlack = [](std::size_t component) {
+        return static_cast<int>(Range::kOffset[component]);
+    };
+    constexpr std::size_t kColour = isReversed ? 1 : 0;
+    const auto colour = hn::Or3(Scaled<kFirst, kBlack(kColour)>(wide, pixels, factor),
+                                Scaled<kFirst + 8, kBlack(kColour + 1)>(wide, pixels, factor),
+                                Scaled<kFirst + 16, kBlack(kColour + 2)>(wide, pixels, factor));
     return hn::BitCast(inTag, hn::Or(hn::And(pixels, alphaMask), colour));
 }
 
 // Where nothing shows there is no colour to recover, and black is as good as any.
-template <bool isReversed, class D>
+template <bool isReversed, class Range, class D>
 requires(sizeof(hn::TFromD<D>) == 4) HWY_INLINE hn::Vec<D> Unpremultiplied(D inTag,
                                                                            hn::Vec<D> inSamples) {
     const auto factors = AlphaFactors<isReversed>(inTag, inSamples);
     return hn::IfThenElseZero(hn::Gt(factors, hn::Zero(inTag)), hn::Div(inSamples, factors));
 }
 
-template <AlphaWork alpha, bool isReversed, class D>
+template <AlphaWork alpha, bool isReversed, class Range, class D>
 HWY_INLINE hn::Vec<D> WithAlpha(D inTag, hn::Vec<D> inCodes) {
     if constexpr (alpha == AlphaWork::MakeOpaque) {
         return MadeOpaque<isReversed>(inTag, inCodes);
     } else if constexpr (alpha == AlphaWork::Premultiply) {
-        return Premultiplied<isReversed>(inTag, inCodes);
+        return Premultiplied<isReversed, Range>(inTag, inCodes);
     } else if constexpr (alpha == AlphaWork::Unpremultiply) {
-        return Unpremultiplied<isReversed>(inTag, inCodes);
+        return Unpremultiplied<isReversed, Range>(inTag, inCodes);
     } else {
         return inCodes;
     }
@@ -336,7 +364,7 @@ struct Kernel {
         const WorkTag workTag;
         const ToTag toTag;
         auto work = Converted<Range>(workTag, fromTag, LoadCodes(fromTag, inPixels));
-        work = WithAlpha<alpha, isReversed>(workTag, work);
+        work = WithAlpha<alpha, isReversed, Range>(workTag, work);
         auto codes = Converted<Range>(toTag, workTag, work);
         if constexpr (isReordered) codes = Shuffle(toTag, codes, kReversal<To>);
         // Only codes that nothing else has clamped.
@@ -436,8 +464,8 @@ constexpr KernelRow kKernelRows[] = {
     {false, kFloat, kFloat, Unpremultiply, InAnyOrder<float, float, float, Unpremultiply>()},
 
     {true, k8, k8, MakeOpaque, InOneOrder<U8, U8, U8, VideoRange, MakeOpaque>()},
-    {true, k8, k8, Premultiply, InOneOrder<U8, float, U8, VideoRange, Premultiply>()},
-    {true, k8, k8, Unpremultiply, InOneOrder<U8, float, U8, VideoRange, Unpremultiply>()},
+    {true, k8, k8, Premultiply, InOneOrder<U8, U8, U8, VideoRange, Premultiply>()},
+    {true, k8, k8, Unpremultiply, InOneOrder<U8, U8, U8, VideoRange, Unpremultiply>()},
     {true, k8, kFloat, Keep, InOneOrder<U8, float, float, VideoRange, Keep>()},
     {true, k8, kFloat, MakeOpaque, InOneOrder<U8, float, float, VideoRange, MakeOpaque>()},
     {true, kFloat, k8, Keep, InOneOrder<float, U8, U8, VideoRange, Keep>()},

@@ -64,7 +64,7 @@ std::optional<RowRoad> RowRoad::Find(const Format& inSource, const Format& inDes
     const Format inForm = InFormOf(inSource, inDestination);
     const bool areOfOneKind = AreOfOneKind(inSource, inDestination);
     if (areOfOneKind && inDestination.layout == Layout::Packed4444) {
-        if (inSource.unitBytes > inDestination.unitBytes)
+        if (inSource.unitBytes >= inDestination.unitBytes)
             return Through({inForm, inDestination}, inSource);
         if (inDestination.component != Component::Float) return std::nullopt;
         return Through({OfComponent(inSource, inDestination), inDestination}, inSource);
