@@ -74,6 +74,21 @@ HWY_INLINE hwy::HWY_NAMESPACE::Vec<hwy::HWY_NAMESPACE::RebindToUnsigned<D>> Near
                        hn::Min(positive, hn::Set(inTag, kWholeFloats + inMaximum)));
 }
 
+/// 1 / inValue to a few units of a float's last place; of 1 it is 1. What is not positive is for the
+/// caller to sort out.
+template <class V>
+HWY_INLINE V ReciprocalVector(V inValue) {
+    namespace hn = hwy::HWY_NAMESPACE;
+    const hn::DFromV<V> tag;
+#if HWY_TARGET <= HWY_AVX3
+    // Good to 14 bits, and after one step of Newton's to twice as many.
+    const V near = hn::ApproximateReciprocal(inValue);
+    return hn::Mul(near, hn::NegMulAdd(inValue, near, hn::Set(tag, 2.0f)));
+#else
+    return hn::Div(hn::Set(tag, 1.0f), inValue);
+#endif
+}
+
 /// inValue / divisor at the price of two multiplications, with inHigh and inLow from ReciprocalOf;
 /// rounded as the division would be where products are added unrounded.
 template <class V>

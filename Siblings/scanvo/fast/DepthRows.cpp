@@ -296,8 +296,9 @@ HWY_INLINE hn::Vec<D> Scaled(D inTag, hn::Vec<D> inPixels, hn::Vec<hn::Rebind<fl
     return hn::And(result, hn::Set(inTag, 0xFF));
 }
 
-// c * 255 / a, rounded and clamped, with one division a pixel. Quotients half way between two codes
-// are at least 1/510 away from all others; making all larger by less than that rounds them up.
+// c * 255 / a, rounded and clamped, with one reciprocal a pixel. Quotients half way between two
+// codes are at least 1/510 away from all others; making all larger by less than that rounds them
+// up.
 template <bool isReversed, class Range, class D>
 requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Unpremultiplied(D inTag,
                                                                            hn::Vec<D> inCodes) {
@@ -310,8 +311,9 @@ requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Unpremultiplied(D inT
     const auto alphaMask = hn::Set(wide, 0xFFu << kAlphaShift);
     const auto alphaCode = hn::And(hn::ShiftRight<kAlphaShift>(pixels), hn::Set(wide, 0xFF));
     const auto alpha = hn::ConvertTo(floats, hn::BitCast(signedTag, alphaCode));
-    const auto factor = hn::IfThenElseZero(hn::Gt(alpha, hn::Zero(floats)),
-                                           hn::Div(hn::Set(floats, 255.001f), alpha));
+    const auto factor =
+        hn::IfThenElseZero(hn::Gt(alpha, hn::Zero(floats)),
+                           hn::Mul(hn::Set(floats, 255.001f), ReciprocalVector(alpha)));
     constexpr auto kBlack = [](std::size_t component) {
         return static_cast<int>(Range::kOffset[component]);
     };
@@ -327,7 +329,8 @@ template <bool isReversed, class Range, class D>
 requires(sizeof(hn::TFromD<D>) == 4) HWY_INLINE hn::Vec<D> Unpremultiplied(D inTag,
                                                                            hn::Vec<D> inSamples) {
     const auto factors = AlphaFactors<isReversed>(inTag, inSamples);
-    return hn::IfThenElseZero(hn::Gt(factors, hn::Zero(inTag)), hn::Div(inSamples, factors));
+    return hn::IfThenElseZero(hn::Gt(factors, hn::Zero(inTag)),
+                              hn::Mul(inSamples, ReciprocalVector(factors)));
 }
 
 template <AlphaWork alpha, bool isReversed, class Range, class D>

@@ -6,6 +6,7 @@
 // That must come before this.
 #include <hwy/highway.h>
 
+#include "fast/Codes-inl.h"
 #include "fast/VectorColour.h"
 #include "rows/Chroma.h"
 
@@ -49,27 +50,35 @@ void RunRest(ColourStep inStep, const PlanarRow& ioRow, std::int32_t inFirst, st
 
 // ---- Alpha --------------------------------------------------------------------------------------
 
+// What colour is multiplied by.
 struct TimesAlpha {
     static constexpr ColourStep kStep = ColourStep::Premultiply;
-    static HWY_INLINE V Of(V inColour, V inAlpha) { return hn::Mul(inColour, inAlpha); }
+    static HWY_INLINE V FactorOf(V inAlpha) { return inAlpha; }
 };
 
 struct OverAlpha {
     static constexpr ColourStep kStep = ColourStep::Unpremultiply;
-    static HWY_INLINE V Of(V inColour, V inAlpha) {
-        return hn::IfThenElseZero(hn::Gt(inAlpha, hn::Zero(kFloats)), hn::Div(inColour, inAlpha));
+    static HWY_INLINE V FactorOf(V inAlpha) {
+        return hn::IfThenElseZero(hn::Gt(inAlpha, hn::Zero(kFloats)), ReciprocalVector(inAlpha));
     }
 };
+
+void FillAlpha(const PlanarRow& ioRow, std::int32_t inWidth, const Matrix3x3& inMatrix) {
+    const V opaque = hn::Set(kFloats, 1.0f);
+    std::int32_t x = 0;
+    for (; x + Step() <= inWidth; x += Step())
+        hn::StoreU(opaque, kFloats, ioRow[kAlphaPlane] + x);
+    RunRest(ColourStep::MakeOpaque, ioRow, x, inWidth, inMatrix);
+}
 
 template <class Work>
 void WithAlpha(const PlanarRow& ioRow, std::int32_t inWidth, const Matrix3x3& inMatrix) {
     const auto [first, second, third, alpha] = ioRow;
     std::int32_t x = 0;
     for (; x + Step() <= inWidth; x += Step()) {
-        const V alphas = hn::LoadU(kFloats, alpha + x);
-        hn::StoreU(Work::Of(hn::LoadU(kFloats, first + x), alphas), kFloats, first + x);
-        hn::StoreU(Work::Of(hn::LoadU(kFloats, second + x), alphas), kFloats, second + x);
-        hn::StoreU(Work::Of(hn::LoadU(kFloats, third + x), alphas), kFloats, third + x);
+        const V factor = Work::FactorOf(hn::LoadU(kFloats, alpha + x));
+        for (float* const plane : {first, second, third})
+            hn::StoreU(hn::Mul(hn::LoadU(kFloats, plane + x), factor), kFloats, plane + x);
     }
     RunRest(Work::kStep, ioRow, x, inWidth, inMatrix);
 }
@@ -270,7 +279,7 @@ std::int32_t HalveVectors(const float* inFull, std::int32_t inWidth, float* HWY_
 RunColourStep FindColourStep(ColourStep inStep) {
     switch (inStep) {
         case ColourStep::MakeOpaque:
-            return nullptr;
+            return FillAlpha;
         case ColourStep::Premultiply:
             return WithAlpha<TimesAlpha>;
         case ColourStep::Unpremultiply:
