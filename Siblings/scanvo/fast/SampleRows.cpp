@@ -119,80 +119,122 @@ void SampleNearest(const Source& inPicture, const MapLine& inLine, std::int32_t 
                     });
 }
 
-// ---- Weighted means, one pixel at a time --------------------------------------------------------
+// ---- Pixels one at a time, a lane for each component --------------------------------------------
 
-constexpr int kComponents = 4;
-constexpr int kNoAlpha = -1;
+constexpr std::size_t kComponents = 4;
+using Quad = hn::CappedTag<float, kComponents>;
+using QuadLanes = hn::Vec<Quad>;
 
-int WeighingAlpha(const Format& inFormat) {
-    if (inFormat.alpha != Alpha::Straight) return kNoAlpha;
-    return inFormat.isReversed ? 0 : 3;
-}
-
-// Weights add up to 1, which takes double precision. inAlphaPlace is that of a straight alpha.
-// Where all is transparent, colour counts as if it were not.
-template <class Code, int count>
-HWY_INLINE void WriteMean(const std::byte* const (&inPixels)[count],
-                          const double (&inWeights)[count], int inAlphaPlace, std::byte* outPixel) {
-    Code codes[count][kComponents];
-    for (int i = 0; i < count; ++i)
-        std::memcpy(codes[i], inPixels[i], sizeof(codes[i]));
-    double weights[count];
-    double alpha = 0;
-    if (inAlphaPlace != kNoAlpha) {
-        for (int i = 0; i < count; ++i) {
-            weights[i] = inWeights[i] * static_cast<double>(codes[i][inAlphaPlace]);
-            alpha += weights[i];
-        }
+template <class Code>
+HWY_INLINE QuadLanes LoadPixel(const std::byte* inPixel) {
+    Code codes[kComponents];
+    std::memcpy(codes, inPixel, sizeof(codes));
+    if constexpr (std::is_same_v<Code, float>) {
+        return hn::LoadU(Quad(), codes);
+    } else {
+        const hn::RebindToSigned<Quad> wide;
+        return hn::ConvertTo(Quad(),
+                             hn::PromoteTo(wide, hn::LoadU(hn::Rebind<Code, Quad>(), codes)));
     }
-    const bool isWeighed = alpha > 0;
-    Code mean[kComponents];
-    for (int component = 0; component < kComponents; ++component) {
-        double sum = 0;
-        for (int i = 0; i < count; ++i)
-            sum +=
-                static_cast<double>(codes[i][component]) * (isWeighed ? weights[i] : inWeights[i]);
-        if (isWeighed) sum = component == inAlphaPlace ? alpha : sum / alpha;
-        if constexpr (std::is_same_v<Code, float>) {
-            mean[component] = static_cast<float>(sum);
-        } else {
-            mean[component] = static_cast<Code>(sum + 0.5);
-        }
-    }
-    std::memcpy(outPixel, mean, sizeof(mean));
 }
 
 template <class Code>
+HWY_INLINE void StorePixel(QuadLanes inPixel, std::byte* outPixel) {
+    Code codes[kComponents];
+    if constexpr (std::is_same_v<Code, float>) {
+        hn::StoreU(inPixel, Quad(), codes);
+    } else {
+        const hn::RebindToSigned<Quad> wide;
+        const auto rounded = hn::ConvertTo(wide, hn::Add(inPixel, hn::Set(Quad(), 0.5f)));
+        const hn::Rebind<Code, Quad> narrow;
+        hn::StoreU(hn::DemoteTo(narrow, rounded), narrow, codes);
+    }
+    std::memcpy(outPixel, codes, sizeof(codes));
+}
+
+// Where straight colour counts by its alpha; alpha itself counts as it is.
+class Weighing {
+  public:
+    explicit Weighing(const Format& inFormat)
+        : isReversed_(inFormat.isReversed),
+          alphaPlace_(hn::Set(hn::RebindToSigned<Quad>(), inFormat.isReversed ? 0 : 3)) {}
+
+    HWY_INLINE QuadLanes AlphaOf(QuadLanes inPixel) const {
+        return isReversed_ ? hn::Broadcast<0>(inPixel) : hn::Broadcast<3>(inPixel);
+    }
+
+    HWY_INLINE QuadLanes Weighed(QuadLanes inPixel) const {
+        return ButAlpha(inPixel, hn::Mul(inPixel, AlphaOf(inPixel)));
+    }
+
+    // Where all is transparent, colour counts as if it were not.
+    HWY_INLINE QuadLanes Unweighed(QuadLanes inWeighed, QuadLanes inPlain) const {
+        const QuadLanes alpha = AlphaOf(inWeighed);
+        const auto isSeen = hn::Gt(alpha, hn::Zero(Quad()));
+        return hn::IfThenElse(isSeen, ButAlpha(inWeighed, hn::Div(inWeighed, alpha)), inPlain);
+    }
+
+  private:
+    HWY_INLINE QuadLanes ButAlpha(QuadLanes inAlpha, QuadLanes inColour) const {
+        const auto isAlpha = hn::Eq(hn::Iota(hn::RebindToSigned<Quad>(), 0), alphaPlace_);
+        return hn::IfThenElse(hn::RebindMask(Quad(), isAlpha), inAlpha, inColour);
+    }
+
+    bool isReversed_;
+    hn::Vec<hn::RebindToSigned<Quad>> alphaPlace_;
+};
+
+// What is the same in both stays exactly that.
+HWY_INLINE QuadLanes Between(QuadLanes inFirst, QuadLanes inSecond, QuadLanes inShare) {
+    return hn::MulAdd(hn::Sub(inSecond, inFirst), inShare, inFirst);
+}
+
+template <class Code, bool weighs>
 void SampleBilinear(const Source& inPicture, const MapLine& inLine, std::int32_t inCount,
                     std::byte* outPixels) {
-    const int alphaPlace = WeighingAlpha(inPicture.format);
+    const Weighing weighing(inPicture.format);
     const std::int64_t right = inPicture.width > 1 ? inPicture.format.unitBytes : 0;
     const std::int64_t below = inPicture.height > 1 ? inPicture.rowBytes : 0;
     ForPlaces<false>(
         inPicture, inLine, inCount, outPixels,
         [&](const Places& places, std::int32_t count, std::byte* out) HWY_ATTR {
-            for (std::int32_t i = 0; i < count; ++i, out += inPicture.format.unitBytes) {
+            for (std::int32_t i = 0; i < count; ++i, out += kComponents * sizeof(Code)) {
                 const std::byte* const first = PixelAt(inPicture, places, i);
-                const double x = places.acrossX[i];
-                const double y = places.acrossY[i];
-                const std::byte* const pixels[] = {first, first + right, first + below,
-                                                   first + below + right};
-                const double weights[] = {(1 - x) * (1 - y), x * (1 - y), (1 - x) * y, x * y};
-                WriteMean<Code>(pixels, weights, alphaPlace, out);
+                const QuadLanes x = hn::Set(Quad(), places.acrossX[i]);
+                const QuadLanes y = hn::Set(Quad(), places.acrossY[i]);
+                const QuadLanes topLeft = LoadPixel<Code>(first);
+                const QuadLanes topRight = LoadPixel<Code>(first + right);
+                const QuadLanes bottomLeft = LoadPixel<Code>(first + below);
+                const QuadLanes bottomRight = LoadPixel<Code>(first + below + right);
+                QuadLanes mean =
+                    Between(Between(topLeft, bottomLeft, y), Between(topRight, bottomRight, y), x);
+                if constexpr (weighs) {
+                    const auto weighed = [&](QuadLanes pixel)
+                                             HWY_ATTR { return weighing.Weighed(pixel); };
+                    const QuadLanes left = Between(weighed(topLeft), weighed(bottomLeft), y);
+                    const QuadLanes rightOne = Between(weighed(topRight), weighed(bottomRight), y);
+                    mean = weighing.Unweighed(Between(left, rightOne, x), mean);
+                }
+                StorePixel<Code>(mean, out);
             }
         });
 }
 
-template <class Code>
+template <class Code, bool weighs>
 void LayOver(const Format& inFormat, const std::byte* inPixels, const float* inAmounts,
              std::int32_t inCount, std::byte* ioRow) {
     constexpr std::size_t kPixelBytes = kComponents * sizeof(Code);
-    const int alphaPlace = WeighingAlpha(inFormat);
+    const Weighing weighing(inFormat);
     for (std::int32_t i = 0; i < inCount; ++i) {
-        const std::byte* const pixels[] = {inPixels, ioRow};
-        const double amount = inAmounts[i];
-        const double weights[] = {amount, 1 - amount};
-        WriteMean<Code>(pixels, weights, alphaPlace, ioRow);
+        const QuadLanes amount = hn::Set(Quad(), inAmounts[i]);
+        const QuadLanes there = LoadPixel<Code>(ioRow);
+        const QuadLanes laid = LoadPixel<Code>(inPixels);
+        QuadLanes mean = Between(there, laid, amount);
+        if constexpr (weighs) {
+            mean = weighing.Unweighed(
+                Between(weighing.Weighed(there), weighing.Weighed(laid), amount), mean);
+        }
+        StorePixel<Code>(mean, ioRow);
         inPixels += kPixelBytes;
         ioRow += kPixelBytes;
     }
@@ -340,24 +382,33 @@ void SampleBilinear8(const Source& inPicture, const MapLine& inLine, std::int32_
 
 // ---- The choice ---------------------------------------------------------------------------------
 
-SampleRow SampleRowOf(const Source& inPicture, bool inIsNearest) {
+template <bool weighs>
+SampleRow BilinearRowOf(const Source& inPicture) {
     const Component component = inPicture.format.component;
-    if (component == Component::Unsigned15) {
-        return inIsNearest ? SampleNearest<8> : SampleBilinear<std::uint16_t>;
+    if (component == Component::Unsigned15) return SampleBilinear<std::uint16_t, weighs>;
+    if (component == Component::Float) return SampleBilinear<float, weighs>;
+    const bool isThin = inPicture.width < 2 || inPicture.height < 2;
+    return isThin ? SampleBilinear<std::uint8_t, weighs> : SampleBilinear8<weighs>;
+}
+
+SampleRow SampleRowOf(const Source& inPicture, bool inIsNearest) {
+    if (!inIsNearest) {
+        const bool weighs = inPicture.format.alpha == Alpha::Straight;
+        return weighs ? BilinearRowOf<true>(inPicture) : BilinearRowOf<false>(inPicture);
     }
-    if (component == Component::Float) {
-        return inIsNearest ? SampleNearest<16> : SampleBilinear<float>;
-    }
-    if (inIsNearest) return SampleNearest<4>;
-    if (inPicture.width < 2 || inPicture.height < 2) return SampleBilinear<std::uint8_t>;
-    const bool weighs = inPicture.format.alpha == Alpha::Straight;
-    return weighs ? SampleBilinear8<true> : SampleBilinear8<false>;
+    if (inPicture.format.component == Component::Unsigned15) return SampleNearest<8>;
+    return inPicture.format.component == Component::Float ? SampleNearest<16> : SampleNearest<4>;
+}
+
+template <bool weighs>
+LayPixels LayPixelsBy(Component inComponent) {
+    if (inComponent == Component::Unsigned15) return LayOver<std::uint16_t, weighs>;
+    return inComponent == Component::Float ? LayOver<float, weighs> : LayOver<std::uint8_t, weighs>;
 }
 
 LayPixels LayPixelsOf(const Format& inFormat) {
-    if (inFormat.component == Component::Unsigned15) return LayOver<std::uint16_t>;
-    if (inFormat.component == Component::Float) return LayOver<float>;
-    return LayOver<std::uint8_t>;
+    const bool weighs = inFormat.alpha == Alpha::Straight;
+    return (weighs ? LayPixelsBy<true> : LayPixelsBy<false>)(inFormat.component);
 }
 
 }  // namespace scanvo::HWY_NAMESPACE
