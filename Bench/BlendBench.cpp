@@ -1,6 +1,8 @@
 // Mixes, alpha operations, warps.
 #include <libyuv.h>
 
+#include <cstring>
+
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -157,7 +159,43 @@ void AddAlphaRows(const Size& inSize) {
 // Corners of a picture drawn in perspective, as parts of its size.
 constexpr double kCorners[4][2] = {{0.05, 0.02}, {0.97, 0.08}, {0.93, 0.99}, {0.01, 0.90}};
 
-void Warp(const Work& inWork, SV_PixelFormat inFormat) {
+// A format and the same in OpenCV.
+struct WarpKind {
+    const char* name;
+    SV_PixelFormat format;
+    std::int32_t opacity;
+    int matrix;
+    std::size_t pixelBytes;
+};
+constexpr WarpKind kWarps[] = {
+    {"BGRX", kOpaqueBgra, 255, CV_8UC4, 4},
+    {"BGRA, weighed by alpha,", kBgra, 255, CV_8UC4, 4},
+    {"BGRX at half opacity", kOpaqueBgra, 128, CV_8UC4, 4},
+    {"BGRX 15-bit", SV_PixelFormat{0x08C}, 255, CV_16UC4, 8},
+    {"BGRX float", SV_PixelFormat{0x10C}, 255, CV_32FC4, 16},
+    {"UYVY", SV_PixelFormat{0x211}, 255, -1, 2},
+};
+
+// Pictures of a kind, and where the corners go.
+struct WarpWork {
+    WarpWork(const WarpKind& inKind, const Size& inSize)
+        : kind(inKind),
+          size(inSize),
+          source(PictureOf(inSize, inKind.pixelBytes)),
+          output(PictureOf(inSize, inKind.pixelBytes)) {
+        if (inKind.matrix == CV_32FC4) {
+            for (int i = 0; i < 4 * inSize.width * inSize.height; ++i)
+                source.Floats()[i] = output.Floats()[i] = static_cast<float>(i % 1023) / 1023;
+        }
+        cv::setNumThreads(1);
+    }
+
+    WarpKind kind;
+    Size size;
+    Buffer source, output;
+};
+
+void Warp(const WarpWork& inWork) {
     const auto [width, height, name] = inWork.size;
     const SV_Rect rect = {0, 0, width, height};
     const double w = width, h = height;
@@ -165,12 +203,13 @@ void Warp(const Work& inWork, SV_PixelFormat inFormat) {
     SV_Point to[4];
     for (std::size_t i = 0; i < 4; ++i)
         to[i] = {kCorners[i][0] * w, kCorners[i][1] * h};
-    SV_WarpAffineQuad(width, height, inWork.first.Bytes(), inWork.rowBytes, &rect, from,
-                      inWork.output.Bytes(), inWork.rowBytes, &rect, to, 2, 255, 1, 1, inFormat, 0,
-                      0, 1, 0);
+    const auto rowBytes = static_cast<std::int64_t>(inWork.kind.pixelBytes) * width;
+    SV_WarpAffineQuad(width, height, inWork.source.Bytes(), rowBytes, &rect, from,
+                      inWork.output.Bytes(), rowBytes, &rect, to, 2, inWork.kind.opacity, 1, 1,
+                      inWork.kind.format, 0, 0, 1, 0);
 }
 
-void WarpPerspective(const Work& inWork) {
+void WarpPerspective(const WarpWork& inWork) {
     const auto w = static_cast<float>(inWork.size.width);
     const auto h = static_cast<float>(inWork.size.height);
     // Its coordinates are those of pixel centres.
@@ -183,19 +222,62 @@ void WarpPerspective(const Work& inWork) {
                             static_cast<float>(kCorners[i][1]) * h) -
                 half;
     }
-    cv::Mat output = inWork.Picture(inWork.output);
-    cv::warpPerspective(inWork.Picture(inWork.first), output, cv::getPerspectiveTransform(from, to),
+    const auto picture = [&](const Buffer& buffer) {
+        return cv::Mat(inWork.size.height, inWork.size.width, inWork.kind.matrix, buffer.Bytes());
+    };
+    cv::Mat output = picture(inWork.output);
+    cv::warpPerspective(picture(inWork.source), output, cv::getPerspectiveTransform(from, to),
                         output.size(), cv::INTER_LINEAR, cv::BORDER_TRANSPARENT);
 }
 
 void AddWarpRows(const Size& inSize) {
-    const std::string name = std::string(" BGRA ") + inSize.name;
-    const std::vector<Contestant> peers = {
-        {"OpenCV warpPerspective", Repeated(inSize, WarpPerspective)}};
-    AddRow("quad warp" + name, Repeated(inSize, [](const Work& work) { Warp(work, kOpaqueBgra); }),
-           peers);
-    AddRow("quad warp, weighed by alpha," + name,
-           Repeated(inSize, [](const Work& work) { Warp(work, kBgra); }), peers);
+    for (const WarpKind& kind : kWarps) {
+        const auto repeated = [&](void (*warp)(const WarpWork&)) -> Run {
+            return [=](benchmark::State& state) {
+                const WarpWork work(kind, inSize);
+                for (auto _ : state) {
+                    warp(work);
+                    benchmark::ClobberMemory();
+                }
+            };
+        };
+        std::vector<Contestant> peers;
+        if (kind.matrix >= 0)
+            peers.push_back({"OpenCV warpPerspective", repeated(WarpPerspective)});
+        AddRow(std::string("quad warp ") + kind.name + " " + inSize.name, repeated(Warp), peers);
+    }
+}
+
+// A planar picture filled, mixed and laid over black, beside the same bytes set and copied.
+void AddPlanarRows(const Size& inSize) {
+    constexpr SV_PixelFormat k420{0x0A000031};
+    const std::string name = std::string(" 4:2:0 ") + inSize.name;
+    const auto bytes = [](const Work& work) {
+        return static_cast<std::size_t>(work.size.width) *
+               static_cast<std::size_t>(work.size.height) * 3 / 2;
+    };
+    AddRow("fill" + name,
+           Repeated(inSize,
+                    [](const Work& work) {
+                        SV_FillWithOpaqueBlack(work.output.Bytes(), 0, work.size.width,
+                                               work.size.height, k420);
+                    }),
+           {{"memset", Repeated(inSize, [=](const Work& work) {
+                 std::memset(work.output.Bytes(), 16, bytes(work));
+             })}});
+    AddRow("mix" + name,
+           Repeated(inSize,
+                    [](const Work& work) {
+                        SV_CrossDissolve(work.first.Bytes(), 0, k420, work.second.Bytes(), 0, k420,
+                                         work.output.Bytes(), 0, k420, work.size.width,
+                                         work.size.height, kPart, 2);
+                    }),
+           {{"libyuv InterpolatePlane", Repeated(inSize, [=](const Work& work) {
+                 const int width = work.size.width, rows = work.size.height * 3 / 2;
+                 libyuv::InterpolatePlane(work.first.Bytes(), width, work.second.Bytes(), width,
+                                          work.output.Bytes(), width, width, rows,
+                                          static_cast<int>(256 * kPart));
+             })}});
 }
 
 }  // namespace
@@ -205,6 +287,7 @@ void AddBlendRows() {
         AddMixRows(size);
         AddAlphaRows(size);
         AddWarpRows(size);
+        AddPlanarRows(size);
     }
 }
 

@@ -43,6 +43,7 @@ int main(int inCount, char** inArguments) {
     bench::AddScaleFormatRows();
     bench::AddBlendRows();
     bench::AddManipulatorRows();
+    bench::AddDvRows();
     bench::AddBridgeRows();
     bench::AddRasterRows();
     bench::AddToolsRows();

@@ -41,6 +41,7 @@ void AddScaleRows();
 void AddScaleFormatRows();
 void AddBlendRows();
 void AddManipulatorRows();
+void AddDvRows();
 void AddBridgeRows();
 void AddRasterRows();
 void AddToolsRows();
