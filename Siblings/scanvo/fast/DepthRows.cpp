@@ -240,7 +240,7 @@ requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Premultiplied(D inTag
     const auto codes = hn::BitCast(words, inCodes);
     const auto alpha = hn::BitCast(words, Shuffle(inTag, inCodes, kAlphaToWords));
     const auto alphaAndOpaque = hn::Or(alpha, hn::BitCast(words, Repeat(inTag, kOpaqueAlpha)));
-    const auto product = [words](auto lanes, auto factors, const auto& blacks) HWY_ATTR {
+    const auto product = [&](auto lanes, auto factors, const auto& blacks) HWY_ATTR {
         if constexpr (std::is_same_v<Range, FullRange>) {
             return BiasedProduct(lanes, factors);
         } else {
