@@ -65,8 +65,9 @@ SIBLING_API std::int32_t SV_Convert(const void* inSource, std::int64_t inSourceR
 /// Converts the whole source picture and scales it to the destination's size. Quality 0 and 1:
 /// nearest pixel; 2: bilinear, box when shrinking; 3: bilinear with a support that grows when
 /// shrinking; 4: bicubic, 5 and more: Lanczos with three lobes, both growing in the same way. Equal
-/// sizes never blur. When both field types are 1 or 2 and the height changes, each field is scaled
-/// for itself.
+/// sizes never blur. Chroma that lies on the same grid in both formats is scaled on that, of field
+/// pictures each field's; otherwise it is spread to every pixel first. When both field types are 1
+/// or 2 and the height changes, each field is scaled for itself.
 SIBLING_API std::int32_t SV_ScaleConvert(
     const void* inSource, std::int64_t inSourceRowBytes, std::int32_t inSourceWidth,
     std::int32_t inSourceHeight, SV_PixelFormat inSourceFormat, std::uint32_t inSourceFieldType,

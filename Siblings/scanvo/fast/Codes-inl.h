@@ -74,8 +74,8 @@ HWY_INLINE hwy::HWY_NAMESPACE::Vec<hwy::HWY_NAMESPACE::RebindToUnsigned<D>> Near
                        hn::Min(positive, hn::Set(inTag, kWholeFloats + inMaximum)));
 }
 
-/// 1 / inValue to a few units of a float's last place; of 1 it is 1. What is not positive is for the
-/// caller to sort out.
+/// 1 / inValue to a few units of a float's last place; of 1 it is 1. What is not positive is for
+/// the caller to sort out.
 template <class V>
 HWY_INLINE V ReciprocalVector(V inValue) {
     namespace hn = hwy::HWY_NAMESPACE;
