@@ -23,6 +23,8 @@ TEST(Convert, TakesSpecialValues) {
         {{1.5, -0.25, 4, 1}, 0x1104, 0x104, {1.5, -0.25, 4, 1}},
         // Nothing is divided by an alpha of nothing.
         {{1, 0.5, 0.25, 0}, 0x108, 0x1104, {0, 0, 0, 0}},
+        {{1, 0.5, 0.25, 1e-40}, 0x108, 0x1104, {0, 0, 0, 0}},
+        {{1, 0.5, 0.25, kInfinity}, 0x108, 0x004, {255, 255, 255, 255}},
         {{1, 0.5, 0.25, 0.5}, 0x108, 0x10C, {1, 0.5, 0.25, 1}},
         // The linear curve is mirrored at black, and linear light is multiplied as such.
         {{-0.5, -0.04, 0.5, 1}, 0x1104, 0x106, {-0.2140411, -0.04 / 12.92, 0.2140411, 1}},

@@ -14,6 +14,7 @@
 #include <type_traits>
 
 #include "fast/ByteKernels.h"
+#include "fast/RowPairs-inl.h"
 #include "rows/KeptTables.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -36,8 +37,6 @@ constexpr hn::ScalableTag<std::int32_t> kInts;
 constexpr hn::ScalableTag<float> kFloats;
 constexpr hn::ScalableTag<std::uint32_t> kPixels;
 using Bytes = hn::Vec<decltype(kBytes)>;
-using Shorts = hn::Vec<decltype(kShorts)>;
-using Ints = hn::Vec<decltype(kInts)>;
 using Floats = hn::Vec<decltype(kFloats)>;
 using Pixels = hn::Vec<decltype(kPixels)>;
 
@@ -80,21 +79,6 @@ HWY_INLINE hn::Vec<Tag> LoadBlocks(Tag inTag, const std::uint8_t* inRow,
         return hn::Combine(inTag, LoadBlocks(half, inRow, inFirst + kHalfBlocks),
                            LoadBlocks(half, inRow, inFirst));
     }
-}
-
-// inSums plus the sums of products of neighbours.
-HWY_INLINE Ints AddPairs(Shorts inLeft, Shorts inRight, Ints inSums) {
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
-    Ints unused = hn::Zero(kInts);
-    return hn::ReorderWidenMulAccumulate(kInts, inLeft, inRight, inSums, unused);
-#else
-    const auto even = [](Shorts in) {
-        return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::BitCast(kInts, in)));
-    };
-    const auto odd = [](Shorts in) { return hn::ShiftRight<16>(hn::BitCast(kInts, in)); };
-    return hn::Add(
-        inSums, hn::Add(hn::Mul(even(inLeft), even(inRight)), hn::Mul(odd(inLeft), odd(inRight))));
-#endif
 }
 
 // Component by component, the codes of two neighbouring pixels of a block in 16 bits.
@@ -476,13 +460,6 @@ HWY_INLINE void StoreStraightRow(const SumsAt& inSumsAt, Floats inOpacity, bool 
     }
 }
 
-// Two weights, each for the samples of one of two rows.
-HWY_INLINE Shorts WeightPair(std::int16_t inFirst, std::int16_t inSecond) {
-    const std::uint32_t both = static_cast<std::uint16_t>(inFirst) |
-                               std::uint32_t{static_cast<std::uint16_t>(inSecond)} << 16;
-    return hn::BitCast(kShorts, hn::Set(kPixels, both));
-}
-
 void MixIntoStraightRow(const std::int16_t* const* inRows, const std::int16_t* inWeights,
                         std::int32_t inRowCount, bool inIsReversed, std::uint32_t inOpaque,
                         std::byte* outRow, std::int32_t inWidth) {
@@ -491,21 +468,11 @@ void MixIntoStraightRow(const std::int16_t* const* inRows, const std::int16_t* i
     // What makes codes unsigned again.
     const Floats centre = hn::Set(kFloats, 128.0f);
     const auto sumsAt = [&](std::size_t x) HWY_ATTR {
-        Ints even = hn::Zero(kInts), odd = even;
-        for (std::int32_t row = 0; row < inRowCount; row += 2) {
-            const bool isPair = row + 1 < inRowCount;
-            const std::int32_t second = isPair ? row + 1 : row;
-            const Shorts a = hn::LoadU(kShorts, inRows[row] + 4 * x);
-            const Shorts b = hn::LoadU(kShorts, inRows[second] + 4 * x);
-            const Shorts weights =
-                WeightPair(inWeights[row], isPair ? inWeights[second] : std::int16_t{0});
-            even = AddPairs(hn::InterleaveLower(kShorts, a, b), weights, even);
-            odd = AddPairs(hn::InterleaveUpper(kShorts, a, b), weights, odd);
-        }
+        const RowSums sums = SumRowsAt(inRows, inWeights, inRowCount, 4 * x, hn::Zero(kInts));
         const auto codes = [&](Ints sum) HWY_ATTR {
             return hn::MulAdd(hn::ConvertTo(kFloats, sum), unit, centre);
         };
-        return StraightSums{codes(even), codes(odd)};
+        return StraightSums{codes(sums.lower), codes(sums.upper)};
     };
     StoreStraightRow(sumsAt, hn::Set(kFloats, 1.0f), inIsReversed, inOpaque != 0, outRow, inWidth);
 }
@@ -795,8 +762,6 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-#include <cmath>
-
 namespace scanvo {
 namespace {
 
@@ -806,18 +771,6 @@ HWY_EXPORT(TheKernels);
 
 const ByteKernels* FindByteKernels() {
     return HWY_DYNAMIC_DISPATCH(TheKernels)();
-}
-
-void RoundWeights(const float* inWeights, std::int32_t inCount, int inBits,
-                  std::int16_t* outWeights) {
-    double sum = 0;
-    std::int32_t roundedSum = 0;
-    for (std::int32_t i = 0; i < inCount; ++i) {
-        sum += inWeights[i];
-        const auto next = static_cast<std::int32_t>(std::lround(std::ldexp(sum, inBits)));
-        outWeights[i] = static_cast<std::int16_t>(next - roundedSum);
-        roundedSum = next;
-    }
 }
 
 }  // namespace scanvo

@@ -87,8 +87,4 @@ struct ByteKernels {
 /// Those for this processor; null when it has no vectors.
 const ByteKernels* FindByteKernels();
 
-/// Rounds weights whose sum is 1 so that the sum is 1 << inBits.
-void RoundWeights(const float* inWeights, std::int32_t inCount, int inBits,
-                  std::int16_t* outWeights);
-
 }  // namespace scanvo

@@ -85,15 +85,9 @@ struct Job {
     const ByteKernels& kernels;
 };
 
-std::byte* MakeRow(std::int64_t inBytes, Scratch& ioScratch) {
-    constexpr std::size_t kAlignment = 64;
-    return static_cast<std::byte*>(
-        ioScratch.Resource()->allocate(static_cast<std::size_t>(inBytes), kAlignment));
-}
-
 std::int16_t* MakeSamples(std::int64_t inCount, Scratch& ioScratch) {
     return reinterpret_cast<std::int16_t*>(
-        MakeRow(inCount * std::int64_t{sizeof(std::int16_t)}, ioScratch));
+        ioScratch.Bytes(inCount * std::int64_t{sizeof(std::int16_t)}));
 }
 
 // Source rows as pixels to be mixed, as many at a time as are filtered together.
@@ -102,7 +96,7 @@ class PixelRows {
     PixelRows(const Job& inJob, Scratch& ioScratch) : job_(inJob) {
         if (inJob.mixture.convert == nullptr) return;
         for (std::byte*& row : converted_) {
-            row = MakeRow(std::int64_t{kPixelBytes} * inJob.source.width, ioScratch);
+            row = ioScratch.Bytes(std::int64_t{kPixelBytes} * inJob.source.width);
         }
     }
 
@@ -200,8 +194,8 @@ struct PremultipliedParts {
         : sampleCount(inSampleCount) {
         const std::int64_t bytes = std::int64_t{kPixelBytes} * inJob.source.width;
         for (std::size_t i = 0; i < whole.size(); ++i) {
-            whole[i] = MakeRow(bytes, ioScratch);
-            fraction[i] = MakeRow(bytes, ioScratch);
+            whole[i] = ioScratch.Bytes(bytes);
+            fraction[i] = ioScratch.Bytes(bytes);
             filteredFraction[i] = MakeSamples(sampleCount, ioScratch);
         }
     }

@@ -12,6 +12,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "rows/Colour.h"
+
 #ifndef SCANVO_FAST_CODES_ONCE
 #define SCANVO_FAST_CODES_ONCE
 
@@ -74,19 +76,21 @@ HWY_INLINE hwy::HWY_NAMESPACE::Vec<hwy::HWY_NAMESPACE::RebindToUnsigned<D>> Near
                        hn::Min(positive, hn::Set(inTag, kWholeFloats + inMaximum)));
 }
 
-/// 1 / inValue to a few units of a float's last place; of 1 it is 1. What is not positive is for
-/// the caller to sort out.
+/// 1 / inAlpha to a few units of a float's last place, of 1 exactly; 0 where nothing shows. See
+/// kLeastAlpha.
 template <class V>
-HWY_INLINE V ReciprocalVector(V inValue) {
+HWY_INLINE V OverAlpha(V inAlpha) {
     namespace hn = hwy::HWY_NAMESPACE;
     const hn::DFromV<V> tag;
+    const V alpha = hn::Min(inAlpha, hn::Set(tag, kMostAlpha));
 #if HWY_TARGET <= HWY_AVX3
     // Good to 14 bits, and after one step of Newton's to twice as many.
-    const V near = hn::ApproximateReciprocal(inValue);
-    return hn::Mul(near, hn::NegMulAdd(inValue, near, hn::Set(tag, 2.0f)));
+    const V near = hn::ApproximateReciprocal(alpha);
+    const V factor = hn::Mul(near, hn::NegMulAdd(alpha, near, hn::Set(tag, 2.0f)));
 #else
-    return hn::Div(hn::Set(tag, 1.0f), inValue);
+    const V factor = hn::Div(hn::Set(tag, 1.0f), alpha);
 #endif
+    return hn::IfThenElseZero(hn::Ge(inAlpha, hn::Set(tag, kLeastAlpha)), factor);
 }
 
 /// inValue / divisor at the price of two multiplications, with inHigh and inLow from ReciprocalOf;

@@ -311,9 +311,7 @@ requires(sizeof(hn::TFromD<D>) == 1) HWY_INLINE hn::Vec<D> Unpremultiplied(D inT
     const auto alphaMask = hn::Set(wide, 0xFFu << kAlphaShift);
     const auto alphaCode = hn::And(hn::ShiftRight<kAlphaShift>(pixels), hn::Set(wide, 0xFF));
     const auto alpha = hn::ConvertTo(floats, hn::BitCast(signedTag, alphaCode));
-    const auto factor =
-        hn::IfThenElseZero(hn::Gt(alpha, hn::Zero(floats)),
-                           hn::Mul(hn::Set(floats, 255.001f), ReciprocalVector(alpha)));
+    const auto factor = hn::Mul(hn::Set(floats, 255.001f), OverAlpha(alpha));
     constexpr auto kBlack = [](std::size_t component) {
         return static_cast<int>(Range::kOffset[component]);
     };
@@ -329,8 +327,7 @@ template <bool isReversed, class Range, class D>
 requires(sizeof(hn::TFromD<D>) == 4) HWY_INLINE hn::Vec<D> Unpremultiplied(D inTag,
                                                                            hn::Vec<D> inSamples) {
     const auto factors = AlphaFactors<isReversed>(inTag, inSamples);
-    return hn::IfThenElseZero(hn::Gt(factors, hn::Zero(inTag)),
-                              hn::Mul(inSamples, ReciprocalVector(factors)));
+    return hn::Mul(inSamples, OverAlpha(factors));
 }
 
 template <AlphaWork alpha, bool isReversed, class Range, class D>

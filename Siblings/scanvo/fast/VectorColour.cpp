@@ -56,11 +56,9 @@ struct TimesAlpha {
     static HWY_INLINE V FactorOf(V inAlpha) { return inAlpha; }
 };
 
-struct OverAlpha {
+struct DividedByAlpha {
     static constexpr ColourStep kStep = ColourStep::Unpremultiply;
-    static HWY_INLINE V FactorOf(V inAlpha) {
-        return hn::IfThenElseZero(hn::Gt(inAlpha, hn::Zero(kFloats)), ReciprocalVector(inAlpha));
-    }
+    static HWY_INLINE V FactorOf(V inAlpha) { return OverAlpha(inAlpha); }
 };
 
 void FillAlpha(const PlanarRow& ioRow, std::int32_t inWidth, const Matrix3x3& inMatrix) {
@@ -283,7 +281,7 @@ RunColourStep FindColourStep(ColourStep inStep) {
         case ColourStep::Premultiply:
             return WithAlpha<TimesAlpha>;
         case ColourStep::Unpremultiply:
-            return WithAlpha<OverAlpha>;
+            return WithAlpha<DividedByAlpha>;
         case ColourStep::ApplyMatrix:
             return WithMatrix;
         case ColourStep::ApplyMatrixOnHalfChroma:

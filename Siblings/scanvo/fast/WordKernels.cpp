@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "fast/ByteKernels.h"
+#include "fast/RowPairs-inl.h"
 #include "fast/WordKernels.h"
 #include "rows/KeptTables.h"
 
@@ -31,19 +31,12 @@ constexpr hn::ScalableTag<std::uint16_t> kWords;
 constexpr hn::ScalableTag<std::int16_t> kShorts;
 constexpr hn::ScalableTag<std::int32_t> kInts;
 using Words = hn::Vec<decltype(kWords)>;
-using Shorts = hn::Vec<decltype(kShorts)>;
-using Ints = hn::Vec<decltype(kInts)>;
 
 constexpr std::size_t kWordLanes = HWY_LANES(std::uint16_t);
 constexpr std::size_t kIntLanes = HWY_LANES(std::int32_t);
 constexpr std::size_t kWindowNumbers = 2 * kWordLanes;
 // Of which words to take, and of their weights.
 constexpr std::size_t kStepShorts = 2 * kWordLanes;
-
-HWY_INLINE Ints AddPairs(Shorts inLeft, Shorts inRight, Ints inSums) {
-    Ints unused = hn::Zero(kInts);
-    return hn::ReorderWidenMulAccumulate(kInts, inLeft, inRight, inSums, unused);
-}
 
 // ---- Along a row --------------------------------------------------------------------------------
 
@@ -140,22 +133,9 @@ void MixWordRows(const std::int16_t* const* inRows, const std::int16_t* inWeight
     // What makes numbers unsigned again, and rounds.
     const Ints start = hn::Set(kInts, (0x8000 << (kWordBits - 1)) + (1 << (kWordBits - 2)));
     for (std::size_t x = 0; x < inCount; x += kWordLanes) {
-        Ints low = start, high = start;
-        for (std::int32_t row = 0; row < inRowCount; row += 2) {
-            const bool isPair = row + 1 < inRowCount;
-            const std::int32_t next = isPair ? row + 1 : row;
-            const Shorts first = hn::LoadU(kShorts, inRows[row] + x);
-            const Shorts second = hn::LoadU(kShorts, inRows[next] + x);
-            const std::uint32_t both =
-                static_cast<std::uint16_t>(inWeights[row]) |
-                std::uint32_t{isPair ? static_cast<std::uint16_t>(inWeights[next]) : 0u} << 16;
-            const Shorts weights =
-                hn::BitCast(kShorts, hn::Set(hn::ScalableTag<std::uint32_t>(), both));
-            low = AddPairs(hn::InterleaveLower(kShorts, first, second), weights, low);
-            high = AddPairs(hn::InterleaveUpper(kShorts, first, second), weights, high);
-        }
+        const RowSums sums = SumRowsAt(inRows, inWeights, inRowCount, x, start);
         const auto number = [](Ints sum) HWY_ATTR { return hn::ShiftRight<kWordBits - 1>(sum); };
-        const Words numbers{_mm512_packus_epi32(number(low).raw, number(high).raw)};
+        const Words numbers{_mm512_packus_epi32(number(sums.lower).raw, number(sums.upper).raw)};
         hn::StoreU(numbers, kWords, outNumbers + x);
     }
 }

@@ -5,7 +5,6 @@
 #include <memory_resource>
 #include <vector>
 
-#include "fast/ByteKernels.h"
 #include "fast/WordKernels.h"
 #include "rows/HalfRowLayouts.h"
 #include "rows/KeptTables.h"

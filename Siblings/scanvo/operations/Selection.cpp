@@ -121,8 +121,12 @@ void SelectRows(const Source& inFirst, const Source& inSecond, const MaskOfRow& 
 // The bytes of a plane's row go with the first of the pixels that share them.
 void ShapePlane(const std::uint8_t* inPixels, const MemoryPlane<std::byte>& inPlane,
                 std::uint8_t* outMask) {
-    for (std::int64_t i = 0; i < inPlane.usedBytes; ++i)
-        outMask[i] = inPixels[i / inPlane.step << inPlane.columnShift];
+    const std::int64_t places = inPlane.usedBytes / inPlane.step;
+    for (std::int64_t place = 0; place < places; ++place) {
+        const std::uint8_t mask = inPixels[place << inPlane.columnShift];
+        outMask[place * inPlane.step] = mask;
+        outMask[(place + 1) * inPlane.step - 1] = mask;  // the other component, if there is one
+    }
 }
 
 void SelectPlanes(const Source& inFirst, const Source& inSecond, const MaskOfRow& inMask,
@@ -137,16 +141,22 @@ void SelectPlanes(const Source& inFirst, const Source& inSecond, const MaskOfRow
     std::uint8_t* const pixels = MaskBytes(outDestination.width, scratch);
     std::uint8_t* const shaped = MaskBytes(outDestination.width + 1, scratch);
     const SelectRow select = FindSelectBits();
-    for (std::size_t number = 0; number < output.count; ++number) {
+    const auto selectRow = [&](std::size_t number, std::int32_t row, const std::uint8_t* mask) {
         const MemoryPlane<std::byte>& plane = output.planes[number];
-        for (std::int32_t row = 0; row < plane.rows; ++row) {
-            const bool isLuma = number == 0;
-            inMask(isLuma ? row : FirstRowOf(format, outDestination.height, row), pixels);
-            if (!isLuma) ShapePlane(pixels, plane, shaped);
-            select(RowAt(first.planes[number], row), RowAt(second.planes[number], row),
-                   RowAt(plane, row), static_cast<std::size_t>(plane.usedBytes),
-                   isLuma ? pixels : shaped);
-        }
+        select(RowAt(first.planes[number], row), RowAt(second.planes[number], row),
+               RowAt(plane, row), static_cast<std::size_t>(plane.usedBytes), mask);
+    };
+    for (std::int32_t row = 0; row < outDestination.height; ++row) {
+        inMask(row, pixels);
+        selectRow(0, row, pixels);
+    }
+    // All planes of chroma are alike.
+    const MemoryPlane<std::byte>& chroma = output.planes[1];
+    for (std::int32_t row = 0; row < chroma.rows; ++row) {
+        inMask(FirstRowOf(format, outDestination.height, row), pixels);
+        ShapePlane(pixels, chroma, shaped);
+        for (std::size_t number = 1; number < output.count; ++number)
+            selectRow(number, row, shaped);
     }
 }
 

@@ -52,8 +52,8 @@ void Unpremultiply(const PlanarRow& ioRow, std::int32_t inWidth, const Matrix3x3
     for (std::size_t plane = 0; plane < kColourPlaneCount; ++plane) {
         float* __restrict const colour = ioRow[plane];
         for (std::int32_t x = 0; x < inWidth; ++x) {
-            const float straight = colour[x] / alpha[x];
-            colour[x] = alpha[x] > 0.0f ? straight : 0.0f;
+            const float straight = colour[x] / std::min(alpha[x], kMostAlpha);
+            colour[x] = alpha[x] >= kLeastAlpha ? straight : 0.0f;
         }
     }
 }

@@ -12,6 +12,11 @@
 
 namespace scanvo {
 
+/// Alphas of which a float can hold the reciprocal. A smaller one counts for 0, a larger one,
+/// infinity too, for the largest.
+inline constexpr float kLeastAlpha = 0x1p-126f;
+inline constexpr float kMostAlpha = 0x1p126f;
+
 /// What red and blue are of luma; green is the rest.
 struct LumaCoefficients {
     double red, blue;

@@ -161,4 +161,16 @@ WeightTable MakeWeights(const Axis& inAxis) {
     return table;
 }
 
+void RoundWeights(const float* inWeights, std::int32_t inCount, int inBits,
+                  std::int16_t* outWeights) {
+    double sum = 0;
+    std::int32_t roundedSum = 0;
+    for (std::int32_t i = 0; i < inCount; ++i) {
+        sum += inWeights[i];
+        const auto next = static_cast<std::int32_t>(std::lround(std::ldexp(sum, inBits)));
+        outWeights[i] = static_cast<std::int16_t>(next - roundedSum);
+        roundedSum = next;
+    }
+}
+
 }  // namespace scanvo

@@ -60,6 +60,10 @@ struct WeightTable {
 /// that every source sample counts.
 WeightTable MakeWeights(const Axis& inAxis);
 
+/// Rounds weights whose sum is 1 so that the sum is 1 << inBits.
+void RoundWeights(const float* inWeights, std::int32_t inCount, int inBits,
+                  std::int16_t* outWeights);
+
 // What the weights are used for is written with vectors, in fast/FloatFilters.cpp.
 
 /// inWeights.Count() samples out of a row of samples.
