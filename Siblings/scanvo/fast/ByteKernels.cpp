@@ -7,6 +7,7 @@
 #define HWY_TARGET_INCLUDE "fast/ByteKernels.cpp"
 #include <hwy/foreach_target.h>
 // That must come before this.
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <algorithm>
@@ -66,21 +67,6 @@ HWY_INLINE void StoreSomePixels(Pixels inPixels, std::size_t inCount, std::byte*
 // 1 is 8192: products with a filtered row's codes, 128 times themselves, are shifted down by 6.
 constexpr int kFilterBits = 13;
 
-// The four pixels from each of some places on.
-template <class Tag>
-HWY_INLINE hn::Vec<Tag> LoadBlocks(Tag inTag, const std::uint8_t* inRow,
-                                   const std::int32_t* inFirst) {
-    constexpr std::size_t kLanes = hn::MaxLanes(Tag());
-    if constexpr (kLanes == kBlockBytes) {
-        return hn::LoadU(inTag, inRow + std::int64_t{4} * *inFirst);
-    } else {
-        const hn::Half<Tag> half;
-        constexpr std::size_t kHalfBlocks = kLanes / kBlockBytes / 2;
-        return hn::Combine(inTag, LoadBlocks(half, inRow, inFirst + kHalfBlocks),
-                           LoadBlocks(half, inRow, inFirst));
-    }
-}
-
 // Component by component, the codes of two neighbouring pixels of a block in 16 bits.
 alignas(16) constexpr std::uint8_t kFirstPair[16] = {0, 0x80, 4, 0x80, 1, 0x80, 5, 0x80,
                                                      2, 0x80, 6, 0x80, 3, 0x80, 7, 0x80};
@@ -106,8 +92,8 @@ HWY_INLINE Sums FilterBlocks(const std::byte* const* inRows, const std::int32_t*
         inWeights += 2 * HWY_LANES(std::int16_t);
         for (std::int32_t row = 0; row < kFilteredTogether; ++row) {
             const auto* const pixels = reinterpret_cast<const std::uint8_t*>(inRows[row]);
-            const Bytes taps =
-                LoadBlocks(kBytes, pixels + kBlockBytes * static_cast<std::size_t>(quad), inPlaces);
+            const Bytes taps = LoadBlocks<4>(
+                kBytes, pixels + kBlockBytes * static_cast<std::size_t>(quad), inPlaces);
             ioCommon = hn::And(ioCommon, taps);
             const auto pair = [taps](Bytes which) {
                 return hn::BitCast(kShorts, hn::TableLookupBytesOr0(taps, which));
@@ -159,23 +145,6 @@ bool FilterRows(const std::byte* const* inRows, const ByteWeights& inWeights, st
     return Hold(common, inAlpha);
 }
 
-// One destination pixel's taps: as many weights as all pixels have, all inside the source.
-struct PixelTaps {
-    std::int32_t first;
-    std::vector<std::int16_t> weights;
-};
-
-PixelTaps TapsOf(const WeightTable& inTable, std::size_t inPixel, std::int32_t inTapCount,
-                 std::int32_t inSourceCount) {
-    const auto pixel = std::min(static_cast<std::int32_t>(inPixel), inTable.Count() - 1);
-    const std::int32_t first = inTable.first[static_cast<std::size_t>(pixel)];
-    PixelTaps taps{std::min(first, inSourceCount - inTapCount), {}};
-    taps.weights.resize(static_cast<std::size_t>(inTapCount));
-    RoundWeights(inTable.WeightsOf(pixel), inTable.tapCount, kFilterBits,
-                 taps.weights.data() + (first - taps.first));
-    return taps;
-}
-
 // For each pair of taps a vector: in the block of each destination pixel the two weights, four
 // times, one for each component.
 void LayOutPairs(const WeightTable& inTable, std::int32_t inSourceCount, ByteWeights& ioWeights) {
@@ -185,7 +154,7 @@ void LayOutPairs(const WeightTable& inTable, std::int32_t inSourceCount, ByteWei
     ioWeights.first.resize(ioWeights.pixelCount);
     ioWeights.weights.resize(ioWeights.pixelCount * pairCount * 8);
     for (std::size_t x = 0; x < ioWeights.pixelCount; ++x) {
-        const PixelTaps taps = TapsOf(inTable, x, tapCount, inSourceCount);
+        const RoundedTaps taps = RoundedTapsOf(inTable, x, tapCount, inSourceCount, kFilterBits);
         ioWeights.first[x] = taps.first;
         for (std::size_t i = 0; i < pairCount * 8; ++i) {
             const std::size_t vector = x / kBlocks * pairCount + i / 8;
@@ -282,7 +251,7 @@ bool LayOutWindows(const WeightTable& inTable, std::int32_t inSourceCount, ByteW
     ioWeights.weights.resize(ioWeights.first.size() * 3 * kVectorShorts);
     auto* const bytes = reinterpret_cast<std::uint8_t*>(ioWeights.weights.data());
     for (std::size_t x = 0; x < ioWeights.pixelCount; ++x) {
-        const PixelTaps taps = TapsOf(inTable, x, tapCount, inSourceCount);
+        const RoundedTaps taps = RoundedTapsOf(inTable, x, tapCount, inSourceCount, kFilterBits);
         for (std::size_t tap = 0; tap < taps.weights.size(); ++tap) {
             const std::size_t step = x / kBlocks * quadCount + tap / 4;
             const std::int32_t pixel = taps.first + static_cast<std::int32_t>(tap);
@@ -412,46 +381,59 @@ struct StraightSumsOf {
 };
 using StraightSums = StraightSumsOf<Floats>;
 
-HWY_INLINE Ints StraightCodes(Floats inSums, Floats inOpacity, bool inIsReversed, bool inIsOpaque) {
-    const Floats opaque = hn::Set(kFloats, 255.0f);
-    const auto place = hn::And(hn::Iota(kInts, 0), hn::Set(kInts, 3));
-    const auto isAlpha =
-        hn::RebindMask(kFloats, hn::Eq(place, hn::Set(kInts, inIsReversed ? 0 : 3)));
-    const Floats alpha = inIsReversed ? hn::Broadcast<0>(inSums) : hn::Broadcast<3>(inSums);
-    // The approximation is good to a tenth of a code. Where nothing shows there is no colour to
-    // recover.
-    const Floats colour =
-        hn::IfThenElseZero(hn::Gt(alpha, hn::Zero(kFloats)),
-                           hn::Mul(hn::Mul(inSums, opaque), hn::ApproximateReciprocal(alpha)));
-    const Floats shown = inIsOpaque ? opaque : hn::Mul(inSums, inOpacity);
-    const Floats codes = hn::IfThenElse(isAlpha, shown, colour);
-    // From there on floats have no fractions.
-    const Floats whole = hn::Set(kFloats, 8388608.0f);
-    const Floats clamped = hn::Min(hn::Max(codes, hn::Zero(kFloats)), opaque);
-    return hn::Sub(hn::BitCast(kInts, hn::Add(clamped, whole)), hn::BitCast(kInts, whole));
-}
+// What makes codes of such sums, the same for all of a row.
+class Straightener {
+  public:
+    Straightener(float inOpacity, bool inIsReversed) : opacity_(hn::Set(kFloats, inOpacity)) {
+        alignas(16) std::uint8_t alphaOf[16];
+        alignas(16) std::int32_t isAlpha[4];
+        for (int i = 0; i < 16; ++i)
+            alphaOf[i] = static_cast<std::uint8_t>(i % 4 + (inIsReversed ? 0 : 12));
+        for (int i = 0; i < 4; ++i)
+            isAlpha[i] = i == (inIsReversed ? 0 : 3) ? -1 : 0;
+        alphaOf_ = hn::LoadDup128(kBytes, alphaOf);
+        isAlpha_ = hn::BitCast(kFloats, hn::LoadDup128(kInts, isAlpha));
+    }
 
-// Both vectors of pixels as codes of 16 bits.
-HWY_INLINE Bytes StraightHalves(const StraightSums& inSums, Floats inOpacity, bool inIsReversed,
-                                bool inIsOpaque) {
-    return hn::BitCast(kBytes,
-                       hn::ReorderDemote2To(
-                           kShorts, StraightCodes(inSums.even, inOpacity, inIsReversed, inIsOpaque),
-                           StraightCodes(inSums.odd, inOpacity, inIsReversed, inIsOpaque)));
-}
+    // Both vectors of pixels as codes of 16 bits.
+    HWY_INLINE Bytes Halves(const StraightSums& inSums) const {
+        return hn::BitCast(kBytes,
+                           hn::ReorderDemote2To(kShorts, Codes(inSums.even), Codes(inSums.odd)));
+    }
+
+  private:
+    HWY_INLINE Ints Codes(Floats inSums) const {
+        const Floats opaque = hn::Set(kFloats, 255.0f);
+        const Floats alpha =
+            hn::BitCast(kFloats, hn::TableLookupBytes(hn::BitCast(kBytes, inSums), alphaOf_));
+        // The approximation is good to a tenth of a code. Where nothing shows there is no colour to
+        // recover.
+        const Floats over = hn::IfThenElseZero(hn::Gt(alpha, hn::Zero(kFloats)),
+                                               hn::Mul(hn::ApproximateReciprocal(alpha), opaque));
+        const Floats factor = hn::IfVecThenElse(isAlpha_, opacity_, over);
+        // From there on floats have no fractions.
+        const Floats whole = hn::Set(kFloats, 8388608.0f);
+        const Floats codes = hn::MulAdd(inSums, factor, whole);
+        const Floats clamped = hn::Min(hn::Max(codes, whole), hn::Add(whole, opaque));
+        return hn::BitCast(kInts, hn::Sub(hn::BitCast(kInts, clamped), hn::BitCast(kInts, whole)));
+    }
+
+    Floats opacity_;
+    Floats isAlpha_;
+    Bytes alphaOf_;
+};
 
 // inSumsAt(x) gives the sums of the half of kPixelsAtOnce pixels that begins at x.
 template <class SumsAt>
-HWY_INLINE void StoreStraightRow(const SumsAt& inSumsAt, Floats inOpacity, bool inIsReversed,
-                                 bool inIsOpaque, std::byte* outRow, std::int32_t inWidth) {
+HWY_INLINE void StoreStraightRow(const SumsAt& inSumsAt, const Straightener& inStraightener,
+                                 std::uint32_t inOpaque, std::byte* outRow, std::int32_t inWidth) {
+    const Pixels opaque = hn::Set(kPixels, inOpaque);
     const auto width = static_cast<std::size_t>(inWidth);
     for (std::size_t x = 0; x < width; x += kPixelsAtOnce) {
-        const auto half = [&](std::size_t from) HWY_ATTR {
-            return StraightHalves(inSumsAt(from), inOpacity, inIsReversed, inIsOpaque);
-        };
-        const Bytes low = half(x);
+        const Bytes low = inStraightener.Halves(inSumsAt(x));
+        const Bytes high = inStraightener.Halves(inSumsAt(x + kPixelsAtOnce / 2));
         const Pixels pixels =
-            hn::BitCast(kPixels, hn::ConcatEven(kBytes, half(x + kPixelsAtOnce / 2), low));
+            hn::Or(hn::BitCast(kPixels, hn::ConcatEven(kBytes, high, low)), opaque);
         if (x + kPixelsAtOnce <= width) {
             StorePixels(pixels, outRow + 4 * x);
         } else {
@@ -463,18 +445,15 @@ HWY_INLINE void StoreStraightRow(const SumsAt& inSumsAt, Floats inOpacity, bool 
 void MixIntoStraightRow(const std::int16_t* const* inRows, const std::int16_t* inWeights,
                         std::int32_t inRowCount, bool inIsReversed, std::uint32_t inOpaque,
                         std::byte* outRow, std::int32_t inWidth) {
-    constexpr float kUnit = 1.0f / (128 << kMixBits);
-    const Floats unit = hn::Set(kFloats, kUnit);
     // What makes codes unsigned again.
-    const Floats centre = hn::Set(kFloats, 128.0f);
+    const Ints start = hn::Set(kInts, 128 * 128 << kMixBits);
+    const RowPairs rows(inRows, inWeights, inRowCount);
     const auto sumsAt = [&](std::size_t x) HWY_ATTR {
-        const RowSums sums = SumRowsAt(inRows, inWeights, inRowCount, 4 * x, hn::Zero(kInts));
-        const auto codes = [&](Ints sum) HWY_ATTR {
-            return hn::MulAdd(hn::ConvertTo(kFloats, sum), unit, centre);
-        };
-        return StraightSums{codes(sums.lower), codes(sums.upper)};
+        const RowPairs::Sums sums = rows.At(4 * x, start);
+        return StraightSums{hn::ConvertTo(kFloats, sums.lower), hn::ConvertTo(kFloats, sums.upper)};
     };
-    StoreStraightRow(sumsAt, hn::Set(kFloats, 1.0f), inIsReversed, inOpaque != 0, outRow, inWidth);
+    constexpr float kUnit = 1.0f / (128 << kMixBits);
+    StoreStraightRow(sumsAt, Straightener(kUnit, inIsReversed), inOpaque, outRow, inWidth);
 }
 
 // Both alphas of two pixels, for each of their components; 0xFF where it is alpha itself.
@@ -529,72 +508,52 @@ void HalveStraightRows(const std::byte* inFirst, const std::byte* inSecond, bool
         return StraightSums{hn::ConvertTo(kFloats, sums.even), hn::ConvertTo(kFloats, sums.odd)};
     };
     // Sums of alpha are of four pixels, 255 times.
-    StoreStraightRow(sumsAt, hn::Set(kFloats, 1.0f / (4 * 255)), inIsReversed, inOpaque != 0,
-                     outRow, inWidth);
+    const Straightener straightener(1.0f / (4 * 255), inIsReversed);
+    StoreStraightRow(sumsAt, straightener, inOpaque, outRow, inWidth);
 }
 
-// Colour times alpha in bytes and 256ths of them; alpha as it is. True when all of it is 255.
+// Rows are read one after the other, too far apart for the processor to foresee the next.
+constexpr std::size_t kPrefetched = 2048;
+
+// True when all of alpha is 255.
 bool PremultiplyRow(const std::byte* inRow, std::int32_t inWidth, bool inIsReversed,
-                    std::byte* outWhole, std::byte* outFraction) {
-    constexpr std::size_t kVectorBytes = HWY_LANES(std::uint8_t);
+                    std::uint16_t* outNumbers) {
+    constexpr std::size_t kStep = HWY_LANES(std::uint16_t) / 4;
     const std::size_t place = inIsReversed ? 0 : 3;
-    alignas(16) std::uint8_t alphaOfHalves[16];
-    alignas(16) std::uint8_t own[16];
-    for (std::size_t i = 0; i < 16; ++i) {
-        alphaOfHalves[i] = static_cast<std::uint8_t>(i % 2 == 0 ? i / 4 * 4 + place : 0x80);
-        own[i] = i % 4 / 2 == place / 2 && i % 2 == 0 ? 0xFF : 0;
+    // Alpha as both bytes of every number of its pixel.
+    alignas(16) std::uint8_t alphaOf[16];
+    alignas(16) std::uint16_t own[8];
+    for (std::size_t i = 0; i < 16; ++i)
+        alphaOf[i] = static_cast<std::uint8_t>(i / 8 * 8 + 2 * place);
+    for (std::size_t i = 0; i < 8; ++i)
+        own[i] = i % 4 == place ? 0xFFFF : 0;
+    const Bytes alphaIndices = hn::LoadDup128(kBytes, alphaOf);
+    const auto ownAlpha = hn::LoadDup128(kHalves, own);
+    const hn::Rebind<std::uint8_t, decltype(kHalves)> codesOfStep;
+    auto common = hn::Set(kHalves, std::uint16_t{0xFFFF});
+    const auto premultiply = [&](const std::byte* row, std::uint16_t* numbers) HWY_ATTR {
+        const auto codes = hn::PromoteTo(
+            kHalves, hn::LoadU(codesOfStep, reinterpret_cast<const std::uint8_t*>(row)));
+        const auto alpha =
+            hn::BitCast(kHalves, hn::TableLookupBytes(hn::BitCast(kBytes, codes), alphaIndices));
+        common = hn::And(common, alpha);
+        hn::StoreU(hn::MulHigh(hn::ShiftLeft<8>(codes), hn::Or(alpha, ownAlpha)), kHalves, numbers);
+    };
+    const auto width = static_cast<std::size_t>(inWidth);
+    std::size_t x = 0;
+    for (; x + kStep <= width; x += kStep) {
+        hwy::Prefetch(inRow + 4 * x + kPrefetched);
+        premultiply(inRow + 4 * x, outNumbers + 4 * x);
     }
-    const Bytes alphaIndices = hn::LoadDup128(kBytes, alphaOfHalves);
-    const auto ownAlpha = hn::BitCast(kHalves, hn::LoadDup128(kBytes, own));
-    const auto low = hn::Set(kHalves, std::uint16_t{0xFF});
-    const auto half = hn::Set(kHalves, std::uint16_t{128});
-    // 256 / 255 of the product.
-    const auto scaled = [&](hn::Vec<decltype(kHalves)> codes,
-                            hn::Vec<decltype(kHalves)> alpha) HWY_ATTR {
-        const auto product = hn::Mul(codes, alpha);
-        const auto rounded = hn::Add(product, half);
-        return hn::Add(product, hn::ShiftRight<8>(hn::Add(rounded, hn::ShiftRight<8>(rounded))));
-    };
-    Bytes common = AllBits();
-    const auto premultiply = [&](Bytes pixels, std::byte* whole, std::byte* fraction) HWY_ATTR {
-        common = hn::And(common, pixels);
-        const auto codes = hn::BitCast(kHalves, pixels);
-        const auto alpha = hn::BitCast(kHalves, hn::TableLookupBytesOr0(pixels, alphaIndices));
-        const auto ofAlpha = hn::Or(alpha, ownAlpha);
-        const auto even = scaled(hn::And(codes, low), inIsReversed ? ofAlpha : alpha);
-        const auto odd = scaled(hn::ShiftRight<8>(codes), inIsReversed ? alpha : ofAlpha);
-        StorePixels(hn::BitCast(kPixels, hn::Or(hn::ShiftRight<8>(even), hn::AndNot(low, odd))),
-                    whole);
-        StorePixels(hn::BitCast(kPixels, hn::Or(hn::And(even, low), hn::ShiftLeft<8>(odd))),
-                    fraction);
-    };
-    const std::size_t bytes = 4 * static_cast<std::size_t>(inWidth);
-    std::size_t i = 0;
-    for (; i + kVectorBytes <= bytes; i += kVectorBytes)
-        premultiply(hn::BitCast(kBytes, LoadPixels(inRow + i)), outWhole + i, outFraction + i);
-    if (i < bytes) {
-        std::byte rest[kVectorBytes], whole[kVectorBytes], fraction[kVectorBytes];
+    if (x < width) {
+        std::byte rest[4 * kStep];
+        std::uint16_t numbers[4 * kStep];
         std::memset(rest, 0xFF, sizeof(rest));
-        std::memcpy(rest, inRow + i, bytes - i);
-        premultiply(hn::BitCast(kBytes, LoadPixels(rest)), whole, fraction);
-        std::memcpy(outWhole + i, whole, bytes - i);
-        std::memcpy(outFraction + i, fraction, bytes - i);
+        std::memcpy(rest, inRow + 4 * x, 4 * (width - x));
+        premultiply(rest, numbers);
+        std::memcpy(outNumbers + 4 * x, numbers, sizeof(std::uint16_t) * 4 * (width - x));
     }
-    return Hold(common, inIsReversed ? 0x000000FFu : 0xFF000000u);
-}
-
-void AddFraction(const std::int16_t* inFraction, std::size_t inCount, std::int16_t* ioWhole) {
-    constexpr std::size_t kStep = HWY_LANES(std::int16_t);
-    // Of a filtered code, and of 256ths. Both halves are rounded down, so that nothing overflows.
-    const Shorts start = hn::Set(kShorts, (128 * 128 + 128) / 256);
-    const Shorts byteOf = hn::Set(kShorts, std::int16_t{0xFF});
-    const Shorts round = hn::Set(kShorts, std::int16_t{128});
-    for (std::size_t i = 0; i < inCount; i += kStep) {
-        const Shorts fraction = hn::LoadU(kShorts, inFraction + i);
-        const Shorts carry = hn::ShiftRight<8>(hn::Add(hn::And(fraction, byteOf), round));
-        const Shorts part = hn::Add(hn::Add(hn::ShiftRight<8>(fraction), carry), start);
-        hn::StoreU(hn::Add(hn::LoadU(kShorts, ioWhole + i), part), kShorts, ioWhole + i);
-    }
+    return hn::AllTrue(kHalves, hn::Eq(common, hn::Set(kHalves, std::uint16_t{0xFFFF})));
 }
 
 // ---- Short cuts ---------------------------------------------------------------------------------
@@ -749,9 +708,9 @@ void TakePixels(const std::byte* inRow, const std::int32_t* inPlaces, std::uint3
 }
 
 const ByteKernels* TheKernels() {
-    static constexpr ByteKernels kKernels = {
-        MakeByteWeights, MixRows,           PremultiplyRow, AddFraction, MixIntoStraightRow,
-        HalveRows,       HalveStraightRows, QuarterRows,    TakePixels};
+    static constexpr ByteKernels kKernels = {MakeByteWeights,    MixRows,   PremultiplyRow,
+                                             MixIntoStraightRow, HalveRows, HalveStraightRows,
+                                             QuarterRows,        TakePixels};
     return &kKernels;
 }
 

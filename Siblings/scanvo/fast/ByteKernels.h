@@ -15,9 +15,6 @@ namespace scanvo {
 
 struct ByteWeights;
 
-/// Rows that are filtered together, so that weights are read once for all of them.
-constexpr std::int32_t kFilteredTogether = 4;
-
 /// Filters kFilteredTogether rows, some of which may be the same. The results have four samples for
 /// each pixel that the weights are for. False when a pixel lacks bits of inAlpha; the results are
 /// then of no use.
@@ -52,13 +49,10 @@ struct ByteKernels {
                     std::int32_t inRowCount, std::uint32_t inOpaque, std::byte* outRow,
                     std::int32_t inWidth);
 
-    /// Colour times alpha, which comes first where inIsReversed and stays as it is, in bytes and in
-    /// 256ths of them. True when all pixels show wholly.
+    /// Colour times alpha, which comes first where inIsReversed and stays as it is, in 256ths of
+    /// codes. True when all pixels show wholly.
     bool (*premultiplyRow)(const std::byte* inRow, std::int32_t inWidth, bool inIsReversed,
-                           std::byte* outWhole, std::byte* outFraction);
-
-    /// Adds to filtered bytes the filtered 256ths of them. The count is one of whole vectors.
-    void (*addFraction)(const std::int16_t* inFraction, std::size_t inCount, std::int16_t* ioWhole);
+                           std::uint16_t* outNumbers);
 
     /// As mixRows, out of premultiplied colour, which becomes straight. The alpha comes first where
     /// inIsReversed.

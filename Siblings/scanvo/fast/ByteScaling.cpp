@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <optional>
 
 #include "fast/ByteKernels.h"
 #include "fast/ColourRows.h"
 #include "fast/FastRows.h"
+#include "fast/WordKernels.h"
 #include "rows/KeptTables.h"
 #include "rows/Scratch.h"
 
@@ -85,9 +87,9 @@ struct Job {
     const ByteKernels& kernels;
 };
 
-std::int16_t* MakeSamples(std::int64_t inCount, Scratch& ioScratch) {
-    return reinterpret_cast<std::int16_t*>(
-        ioScratch.Bytes(inCount * std::int64_t{sizeof(std::int16_t)}));
+template <class Number>
+Number* MakeRow(std::int64_t inCount, Scratch& ioScratch) {
+    return reinterpret_cast<Number*>(ioScratch.Bytes(inCount * std::int64_t{sizeof(Number)}));
 }
 
 // Source rows as pixels to be mixed, as many at a time as are filtered together.
@@ -188,41 +190,29 @@ bool HalveAndConvert(const Source& inSource, const Destination& outDestination) 
     return true;
 }
 
-// Premultiplied rows in bytes and 256ths of them, and the filtered form of the latter.
-struct PremultipliedParts {
-    PremultipliedParts(const Job& inJob, std::int64_t inSampleCount, Scratch& ioScratch)
-        : sampleCount(inSampleCount) {
-        const std::int64_t bytes = std::int64_t{kPixelBytes} * inJob.source.width;
-        for (std::size_t i = 0; i < whole.size(); ++i) {
-            whole[i] = ioScratch.Bytes(bytes);
-            fraction[i] = ioScratch.Bytes(bytes);
-            filteredFraction[i] = MakeSamples(sampleCount, ioScratch);
-        }
-    }
-
-    std::int64_t sampleCount;
-    std::array<std::byte*, kFilteredTogether> whole;
-    std::array<std::byte*, kFilteredTogether> fraction;
-    std::array<std::int16_t*, kFilteredTogether> filteredFraction;
-};
-
 // Filtered source rows, as many as a destination row is mixed from, and those filtered together
 // with the last of them.
 class FilteredRows {
   public:
-    FilteredRows(const Job& inJob, const ByteWeights& inAlong, std::int32_t inTapCount,
-                 Scratch& ioScratch)
+    /// Null weights where colour does not count by its alpha.
+    FilteredRows(const Job& inJob, const ByteWeights& inAlong, const WordWeights* inPremultiplied,
+                 std::int32_t inTapCount, Scratch& ioScratch)
         : job_(inJob),
           along_(inAlong),
+          alongPremultiplied_(inPremultiplied),
           pixels_(inJob, ioScratch),
           isPremultiplied_(static_cast<std::size_t>(inTapCount + kFilteredTogether - 1), false,
                            ioScratch.Resource()),
           ring_(static_cast<std::size_t>(inTapCount + kFilteredTogether - 1), ioScratch.Resource()),
           mixed_(static_cast<std::size_t>(inTapCount), ioScratch.Resource()) {
         const auto samples = static_cast<std::int64_t>(kPixelBytes * inAlong.pixelCount);
-        if (inJob.mixture.premultiplies) parts_.emplace(inJob, samples, ioScratch);
+        if (inPremultiplied != nullptr) {
+            for (std::uint16_t*& row : premultiplied_)
+                row = MakeRow<std::uint16_t>(std::int64_t{kPixelBytes} * inJob.source.width,
+                                             ioScratch);
+        }
         for (std::int16_t*& row : ring_) {
-            row = MakeSamples(samples, ioScratch);
+            row = MakeRow<std::int16_t>(samples, ioScratch);
         }
     }
 
@@ -274,34 +264,25 @@ class FilteredRows {
         return showWholly || FilterPremultiplied(pixels, filtered);
     }
 
-    // Both parts of what is premultiplied are filtered as if they were pixels.
     bool FilterPremultiplied(const std::array<const std::byte*, kFilteredTogether>& inPixels,
                              const std::array<std::int16_t*, kFilteredTogether>& outFiltered) {
-        if (!parts_) return false;
+        if (alongPremultiplied_ == nullptr) return false;
         showWholly_ = true;
         for (std::size_t i = 0; i < inPixels.size(); ++i) {
-            const bool showsWholly =
-                job_.kernels.premultiplyRow(inPixels[i], job_.source.width, job_.mixture.isReversed,
-                                            parts_->whole[i], parts_->fraction[i]);
+            const bool showsWholly = job_.kernels.premultiplyRow(
+                inPixels[i], job_.source.width, job_.mixture.isReversed, premultiplied_[i]);
             showWholly_ = showWholly_ && showsWholly;
         }
-        along_.filter(parts_->whole.data(), along_, 0, outFiltered.data());
-        along_.filter(parts_->fraction.data(), along_, 0, parts_->filteredFraction.data());
-        for (std::size_t i = 0; i < inPixels.size(); ++i) {
-            const bool isRepeated = i > 0 && outFiltered[i] == outFiltered[i - 1];
-            if (!isRepeated) {
-                job_.kernels.addFraction(parts_->filteredFraction[i],
-                                         static_cast<std::size_t>(parts_->sampleCount),
-                                         outFiltered[i]);
-            }
-        }
+        alongPremultiplied_->filter(premultiplied_.data(), *alongPremultiplied_,
+                                    outFiltered.data());
         return true;
     }
 
     Job job_;
     const ByteWeights& along_;
+    const WordWeights* alongPremultiplied_;
     PixelRows pixels_;
-    std::optional<PremultipliedParts> parts_;
+    std::array<std::uint16_t*, kFilteredTogether> premultiplied_{};
     /// By place in the ring.
     std::pmr::vector<bool> isPremultiplied_;
     std::pmr::vector<std::int16_t*> ring_;
@@ -312,14 +293,18 @@ class FilteredRows {
 };
 
 bool Filter(const Job& inJob, const Axis& inAlong, const Axis& inDown) {
-    // More would keep too much of the picture.
-    constexpr std::int32_t kMostTaps = 32;
     const auto along = KeptTable(inJob.kernels.makeWeights, inAlong);
     const auto down = KeptWeights(inDown);
-    if (along->filter == nullptr || down->tapCount > kMostTaps) return false;
+    if (along->filter == nullptr || down->tapCount > kMostMixedRows) return false;
     Scratch scratch;
-    FilteredRows rows(inJob, *along, down->tapCount, scratch);
-    std::array<std::int16_t, kMostTaps> weights;
+    std::shared_ptr<const WordWeights> premultiplied;
+    if (const WordKernels* const words = FindWordKernels();
+        words != nullptr && inJob.mixture.premultiplies) {
+        premultiplied = KeptTable(words->makeQuadWeights, inAlong);
+        if (premultiplied->filter == nullptr) premultiplied.reset();
+    }
+    FilteredRows rows(inJob, *along, premultiplied.get(), down->tapCount, scratch);
+    std::array<std::int16_t, kMostMixedRows> weights;
     for (std::int32_t row = 0; row < inJob.destination.height; ++row) {
         const std::int32_t first = down->first[static_cast<std::size_t>(row)];
         const auto mixed = rows.Get(first);

@@ -1,5 +1,5 @@
-// Sums of products of 16-bit samples, two by two. Included once for each instruction set, inside a
-// file that Highway includes again for every one.
+// Blocks of a row, and sums of products of 16-bit samples, two by two. Included once for each
+// instruction set, inside a file that Highway includes again for every one.
 #if defined(SCANVO_FAST_ROW_PAIRS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef SCANVO_FAST_ROW_PAIRS_INL_H_
 #undef SCANVO_FAST_ROW_PAIRS_INL_H_
@@ -12,6 +12,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "rows/Filters.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace scanvo::HWY_NAMESPACE {
 
@@ -21,6 +23,22 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Shorts = hn::Vec<hn::ScalableTag<std::int16_t>>;
 using Ints = hn::Vec<hn::ScalableTag<std::int32_t>>;
+
+/// The 16 bytes from each of some pixels on.
+template <std::size_t pixelBytes, class Tag>
+HWY_INLINE hn::Vec<Tag> LoadBlocks(Tag inTag, const std::uint8_t* inRow,
+                                   const std::int32_t* inPixels) {
+    constexpr std::size_t kBlockBytes = 16;
+    constexpr std::size_t kLanes = hn::MaxLanes(Tag());
+    if constexpr (kLanes == kBlockBytes) {
+        return hn::LoadU(inTag, inRow + std::int64_t{pixelBytes} * *inPixels);
+    } else {
+        const hn::Half<Tag> half;
+        constexpr std::size_t kHalfBlocks = kLanes / kBlockBytes / 2;
+        return hn::Combine(inTag, LoadBlocks<pixelBytes>(half, inRow, inPixels + kHalfBlocks),
+                           LoadBlocks<pixelBytes>(half, inRow, inPixels));
+    }
+}
 
 /// inSums plus the sums of products of neighbours.
 HWY_INLINE Ints AddPairs(Shorts inLeft, Shorts inRight, Ints inSums) {
@@ -38,31 +56,54 @@ HWY_INLINE Ints AddPairs(Shorts inLeft, Shorts inRight, Ints inSums) {
 #endif
 }
 
-/// The weighted sums of a vector of samples in every row: of the lower half of each 128-bit block,
-/// and of the upper one.
-struct RowSums {
-    Ints lower, upper;
-};
-
-HWY_INLINE RowSums SumRowsAt(const std::int16_t* const* inRows, const std::int16_t* inWeights,
-                             std::int32_t inRowCount, std::size_t inX, Ints inStart) {
-    const hn::ScalableTag<std::int16_t> shorts;
-    const hn::ScalableTag<std::uint32_t> pairs;
-    RowSums sums{inStart, inStart};
-    for (std::int32_t row = 0; row < inRowCount; row += 2) {
-        const bool isPair = row + 1 < inRowCount;
-        const std::int32_t next = isPair ? row + 1 : row;
-        const Shorts first = hn::LoadU(shorts, inRows[row] + inX);
-        const Shorts second = hn::LoadU(shorts, inRows[next] + inX);
-        const std::uint32_t both =
-            static_cast<std::uint16_t>(inWeights[row]) |
-            std::uint32_t{isPair ? static_cast<std::uint16_t>(inWeights[next]) : 0u} << 16;
-        const Shorts weights = hn::BitCast(shorts, hn::Set(pairs, both));
-        sums.lower = AddPairs(hn::InterleaveLower(shorts, first, second), weights, sums.lower);
-        sums.upper = AddPairs(hn::InterleaveUpper(shorts, first, second), weights, sums.upper);
+/// Rows to be mixed, two by two, each with both of their weights; a last one alone with itself.
+class RowPairs {
+  public:
+    /// At most kMostMixedRows.
+    RowPairs(const std::int16_t* const* inRows, const std::int16_t* inWeights,
+             std::int32_t inRowCount)
+        : count_((inRowCount + 1) / 2) {
+        for (std::int32_t pair = 0; pair < count_; ++pair) {
+            const std::int32_t row = 2 * pair;
+            const bool isPair = row + 1 < inRowCount;
+            pairs_[pair] = {
+                inRows[row], inRows[isPair ? row + 1 : row],
+                static_cast<std::uint16_t>(inWeights[row]) |
+                    std::uint32_t{static_cast<std::uint16_t>(isPair ? inWeights[row + 1] : 0)}
+                        << 16};
+        }
     }
-    return sums;
-}
+
+    /// The weighted sums of a vector of samples in every row: of the lower half of each 128-bit
+    /// block, and of the upper one.
+    struct Sums {
+        Ints lower, upper;
+    };
+
+    HWY_INLINE Sums At(std::size_t inX, Ints inStart) const {
+        const hn::ScalableTag<std::int16_t> shorts;
+        const hn::ScalableTag<std::uint32_t> weightPairs;
+        Sums sums{inStart, inStart};
+        for (std::int32_t i = 0; i < count_; ++i) {
+            const Pair& pair = pairs_[i];
+            const Shorts first = hn::LoadU(shorts, pair.first + inX);
+            const Shorts second = hn::LoadU(shorts, pair.second + inX);
+            const Shorts weights = hn::BitCast(shorts, hn::Set(weightPairs, pair.weights));
+            sums.lower = AddPairs(hn::InterleaveLower(shorts, first, second), weights, sums.lower);
+            sums.upper = AddPairs(hn::InterleaveUpper(shorts, first, second), weights, sums.upper);
+        }
+        return sums;
+    }
+
+  private:
+    struct Pair {
+        const std::int16_t* first;
+        const std::int16_t* second;
+        std::uint32_t weights;
+    };
+    std::int32_t count_;
+    Pair pairs_[kMostMixedRows / 2];
+};
 
 #endif
 

@@ -13,9 +13,6 @@
 namespace scanvo {
 namespace {
 
-// More would keep too much of the picture.
-constexpr std::int32_t kMostTaps = 32;
-
 bool AreAlike(const Format& inSource, const Format& inDestination) {
     return HasHalfRows(inSource) && HasHalfRows(inDestination) &&
            inSource.matrix == inDestination.matrix && inSource.chroma == inDestination.chroma &&
@@ -49,7 +46,7 @@ class Scaler {
         for (Part& part : parts_) {
             const auto bytes =
                 static_cast<std::int64_t>(part.along->numberCount * sizeof(std::int16_t));
-            part.filtered.resize(static_cast<std::size_t>(inDown.tapCount) + kWordRowsTogether - 1);
+            part.filtered.resize(static_cast<std::size_t>(inDown.tapCount) + kFilteredTogether - 1);
             for (std::int16_t*& row : part.filtered)
                 row = reinterpret_cast<std::int16_t*>(ioScratch.Bytes(bytes));
         }
@@ -71,7 +68,7 @@ class Scaler {
     }
 
   private:
-    static constexpr auto kTogether = static_cast<std::int32_t>(kWordRowsTogether);
+    static constexpr auto kTogether = static_cast<std::int32_t>(kFilteredTogether);
 
     static std::int16_t* SlotOf(const Part& inPart, std::int32_t inRow) {
         return inPart.filtered[static_cast<std::size_t>(inRow) % inPart.filtered.size()];
@@ -84,23 +81,23 @@ class Scaler {
         for (std::int32_t i = 0; i < count; ++i)
             inLoad(inFirst + i, loaded_[static_cast<std::size_t>(i)]);
         for (const Part& part : parts_) {
-            std::array<const std::uint16_t*, kWordRowsTogether> from;
-            std::array<std::int16_t*, kWordRowsTogether> to;
+            std::array<const std::uint16_t*, kFilteredTogether> from;
+            std::array<std::int16_t*, kFilteredTogether> to;
             for (std::int32_t i = 0; i < kTogether; ++i) {
                 const std::int32_t row = std::min(i, count - 1);
                 from[static_cast<std::size_t>(i)] =
                     loaded_[static_cast<std::size_t>(row)].*part.numbers;
                 to[static_cast<std::size_t>(i)] = SlotOf(part, inFirst + row);
             }
-            kernels_.filterRows(from.data(), *part.along, to.data());
+            part.along->filter(from.data(), *part.along, to.data());
         }
     }
 
     void Mix(std::int32_t inRow, std::int32_t inFirst) {
-        std::array<std::int16_t, kMostTaps> weights;
+        std::array<std::int16_t, kMostMixedRows> weights;
         RoundWeights(down_.WeightsOf(inRow), down_.tapCount, kWordBits, weights.data());
         for (const Part& part : parts_) {
-            std::array<const std::int16_t*, kMostTaps> rows;
+            std::array<const std::int16_t*, kMostMixedRows> rows;
             for (std::int32_t tap = 0; tap < down_.tapCount; ++tap)
                 rows[static_cast<std::size_t>(tap)] = SlotOf(part, inFirst + tap);
             kernels_.mixRows(rows.data(), weights.data(), down_.tapCount, part.along->numberCount,
@@ -113,7 +110,7 @@ class Scaler {
     const WeightTable& down_;
     std::int32_t width_;
     std::pmr::vector<Part> parts_;
-    std::array<HalfRow, kWordRowsTogether> loaded_;
+    std::array<HalfRow, kFilteredTogether> loaded_;
     HalfRow result_;
 };
 
@@ -132,7 +129,8 @@ bool ScaleHalfRows(const Source& inSource, const Destination& outDestination, co
         kernels->makePairWeights,
         Axis{{HalfWidth(sourceWidth), 2, 0}, {HalfWidth(width), 2, 0}, scale, inDown.quality});
     const auto down = KeptWeights(inDown);
-    if (luma->pairCount == 0 || chroma->pairCount == 0 || down->tapCount > kMostTaps) return false;
+    if (luma->filter == nullptr || chroma->filter == nullptr || down->tapCount > kMostMixedRows)
+        return false;
     const Part lumaPart(&HalfRow::luma, *luma), chromaPart(&HalfRow::chroma, *chroma);
     const HalfRowFunctions load = FindHalfRowFunctions(from, from.matrix);
     const HalfRowFunctions store = FindHalfRowFunctions(to, to.matrix);
@@ -157,7 +155,7 @@ bool ScaleHalfRows(const Source& inSource, const Destination& outDestination, co
             ChromaRowAxis(from, inSource.height, to, outDestination.height, field, inDown));
     };
     for (std::int32_t field = 0; field < fields; ++field) {
-        if (fieldDown(field)->tapCount > kMostTaps) return false;
+        if (fieldDown(field)->tapCount > kMostMixedRows) return false;
     }
     Scaler(*kernels, *down, sourceWidth, width, {lumaPart}, scratch)
         .Run(

@@ -173,4 +173,15 @@ void RoundWeights(const float* inWeights, std::int32_t inCount, int inBits,
     }
 }
 
+RoundedTaps RoundedTapsOf(const WeightTable& inTable, std::size_t inDestination,
+                          std::int32_t inTapCount, std::int32_t inSourceCount, int inBits) {
+    const auto sample = std::min(static_cast<std::int32_t>(inDestination), inTable.Count() - 1);
+    const std::int32_t first = inTable.first[static_cast<std::size_t>(sample)];
+    RoundedTaps taps{std::min(first, inSourceCount - inTapCount), {}};
+    taps.weights.resize(static_cast<std::size_t>(inTapCount));
+    RoundWeights(inTable.WeightsOf(sample), inTable.tapCount, inBits,
+                 taps.weights.data() + (first - taps.first));
+    return taps;
+}
+
 }  // namespace scanvo

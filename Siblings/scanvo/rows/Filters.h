@@ -64,7 +64,25 @@ WeightTable MakeWeights(const Axis& inAxis);
 void RoundWeights(const float* inWeights, std::int32_t inCount, int inBits,
                   std::int16_t* outWeights);
 
-// What the weights are used for is written with vectors, in fast/FloatFilters.cpp.
+/// One destination sample's taps, with rounded weights.
+struct RoundedTaps {
+    std::int32_t first;
+    std::vector<std::int16_t> weights;
+};
+
+/// inTapCount taps of a destination sample, all inside the source, which has as many samples or
+/// more; some weigh nothing where the table has fewer. Past the table's end those of its last one.
+RoundedTaps RoundedTapsOf(const WeightTable& inTable, std::size_t inDestination,
+                          std::int32_t inTapCount, std::int32_t inSourceCount, int inBits);
+
+/// Rows of bytes or words that are filtered together, so that weights are read once for all of
+/// them.
+constexpr std::int32_t kFilteredTogether = 4;
+
+/// Filtered rows of these that are mixed at once; more would keep too much of the picture.
+constexpr std::int32_t kMostMixedRows = 32;
+
+// What the weights are used for is written with vectors, for floats in fast/FloatFilters.cpp.
 
 /// inWeights.Count() samples out of a row of samples.
 void FilterAlongRow(const float* inSamples, const WeightTable& inWeights,
